@@ -1,0 +1,38 @@
+// The value types of the command records.
+//
+// A record travels between two programs on one host, so plain integers are in host byte order. What is not a plain
+// integer has a type of its own here: the compiler then keeps the orders apart, and picks the right conversion between
+// a record field and the Java field that belongs to it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace rk {
+
+// An IPv4 address; `word` is in network byte order (first octet in the lowest memory byte).
+struct NetworkAddress {
+    uint32_t word;
+};
+
+// A port number; `word` is in network byte order.
+struct NetworkPort {
+    uint16_t word;
+};
+
+// A setting that Java gives as an int and the executor keeps as 64 bits: two host-order words, the high word at the
+// lower offset on machines of either byte order. The high word holds only the sign (0 or -1).
+struct SplitInt64 {
+    int32_t high;
+    int32_t low;
+};
+
+static_assert(sizeof(NetworkAddress) == 4);
+static_assert(sizeof(NetworkPort) == 2);
+static_assert(sizeof(SplitInt64) == 8);
+static_assert(alignof(SplitInt64) == 4); // it stands at offsets that a native 64-bit integer may not have
+
+} // namespace rk
+
+// Pins where a field of a record stands, counted from the start of the block.
+#define RK_AT(Record, field, offset) static_assert(offsetof(Record, field) == (offset))
