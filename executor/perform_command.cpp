@@ -1,0 +1,58 @@
+#include "executor/perform_command.h"
+
+#include "executor/command_log.h"
+#include "executor/command_table.h"
+#include "executor/reasons.h"
+
+#include <exception>
+
+namespace rk {
+
+namespace {
+
+bool isLengthRight(const CommandRow &row, const CommandHeader &block) {
+    if (row.entryLength == 0)
+        return block.length == row.length;
+    if (block.length < row.length)
+        return false; // the count is not there to be read
+    const int32_t count = row.countOf(block);
+    return count >= 0 && block.length == row.length + row.entryLength * static_cast<uint64_t>(count);
+}
+
+int32_t performRow(ExecutorState &state, const CommandRow &row, CommandHeader &block) {
+    try {
+        return row.perform(state, block);
+    } catch (const std::exception &) {
+        return row.outOfMemory; // nothing else is thrown
+    }
+}
+
+} // namespace
+
+int32_t performCommand(ExecutorState &state, CommandHeader *block) {
+    const CommandRow *row = findCommand(block->command);
+    const bool isReadable = row != nullptr && isLengthRight(*row, *block);
+    LogSubject subject{}; // described beforehand: what a command removes still has its name then
+    if (state.log != nullptr && isReadable)
+        subject = describeSubject(state, *row, *block);
+
+    int32_t reason = 0;
+    if (!state.isStarted)
+        reason = kNotStarted;
+    else if (row == nullptr)
+        reason = kUnknownCommand;
+    else if (!isReadable)
+        reason = kWrongLength;
+    else
+        reason = performRow(state, *row, *block);
+
+    if (reason != 0 && isReadable)
+        clearFlags(row->settings, *block);
+    block->result = reason == 0 ? 0 : -1;
+    block->reason = reason;
+    if (state.log != nullptr)
+        logCommand(state.log, row, *block, subject);
+    return block->result;
+}
+
+} // namespace rk

@@ -1,0 +1,81 @@
+// Which values the settings may have, what new objects start with, and the small conversions between record fields and
+// plain numbers and texts.
+#pragma once
+
+#include "rk/wire_types.h"
+
+#include <string_view>
+
+namespace rk {
+
+// What a fresh executor starts with. New clusters and ports inherit the defaults among these.
+inline constexpr int32_t kDefaultMaxClusters = 100;
+inline constexpr int32_t kDefaultClusterMaxPorts = 64;
+inline constexpr int32_t kDefaultPortMaxServers = 256;
+inline constexpr int32_t kDefaultFinTimeout = 60;    // seconds
+inline constexpr int32_t kDefaultHaTimeout = 5;      // seconds
+inline constexpr int32_t kDefaultHaSyncTimeout = 60; // seconds
+inline constexpr int32_t kDefaultStaleTimeout = 300; // seconds
+inline constexpr int32_t kDefaultStickyTime = 0;     // seconds; 0: connections do not stick to a server
+inline constexpr int16_t kDefaultWeightBound = 20;
+
+// What a new cluster, port or server starts with, whatever the executor's settings.
+inline constexpr int32_t kDefaultActiveConnectionsProportion = 50;
+inline constexpr int32_t kDefaultNewConnectionsProportion = 50;
+inline constexpr int32_t kDefaultStickyBits = 32; // each client address sticks on its own
+inline constexpr int16_t kDefaultWeight = 10;     // or the weight bound of the port, when that is lower
+
+inline constexpr int16_t kHighestWeightBound = 100;
+inline constexpr int32_t kHighestStickyBits = 32; // the bits of an address
+inline constexpr int32_t kHighestPortNumber = 65535;
+inline constexpr int32_t kHighestRuleType = 9;
+inline constexpr std::size_t kLongestIdentifier = 64; // characters
+
+// Port types: the transport that a port balances.
+inline constexpr int32_t kPortTypeTcpAndUdp = 0;
+inline constexpr int32_t kPortTypeTcp = 1;
+inline constexpr int32_t kPortTypeUdp = 2;
+
+// Port protocols: what the executor understands of the contents.
+inline constexpr int32_t kProtocolNone = 0;
+inline constexpr int32_t kProtocolHttp = 1;
+inline constexpr int32_t kProtocolTls = 2;
+
+// Forwarding methods: how a packet gets to the server.
+inline constexpr int32_t kMethodLinkLevel = 1;   // handed on unchanged, to the server's hardware address
+inline constexpr int32_t kMethodTranslation = 2; // with addresses translated
+inline constexpr int32_t kMethodContent = 3;     // by an own connection, after the request has been read
+
+// The bound of executor and cluster defaults as well as of ports: 1 to kHighestWeightBound.
+bool isWeightBound(int16_t bound);
+bool isPortType(int32_t type);
+bool isProtocol(int32_t protocol);
+bool isMethod(int32_t method);
+
+// A time from 0 to what a Java int can hold.
+bool isTime(SplitInt64 time);
+
+// Whether packets can be sent to `address` at all: not 0.0.0.0, 255.255.255.255 or multicast.
+bool isUnicast(NetworkAddress address);
+
+SplitInt64 splitInt64(int32_t value);
+int32_t hostOrder(NetworkPort port);
+
+// The text in `field` of `size` bytes, up to its terminator; the whole field when it has none.
+std::string_view textIn(const char *field, std::size_t size);
+template <std::size_t size> std::string_view textIn(const char (&field)[size]) {
+    return textIn(field, size);
+}
+
+// Whether a field has a terminator: one without would lose its last character when it is kept.
+template <std::size_t size> bool isTerminated(const char (&field)[size]) {
+    return textIn(field).size() < size;
+}
+
+// Keeps `text` in `field`, zeros behind it. Cuts what does not fit with a terminator.
+void storeText(char *field, std::size_t size, std::string_view text);
+template <std::size_t size> void storeText(char (&field)[size], std::string_view text) {
+    storeText(field, size, text);
+}
+
+} // namespace rk

@@ -1,0 +1,233 @@
+// What the tests of the executor share: requests as a client leaves them, and sending them.
+#pragma once
+
+#include "executor/reasons.h"
+#include "executor/values.h"
+#include "rk/cluster_records.h"
+#include "rk/executor_records.h"
+#include "rk/port_records.h"
+#include "rk/rule_records.h"
+#include "rk/server_records.h"
+#include "rk/uexc.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rk {
+
+// What stands in the bytes that a client did not write: it never clears its block. As a flag it is not 1.
+inline constexpr uint8_t kStaleByte = 0xA5;
+
+// A request whose every byte but the header's is stale.
+template <typename Record> Record request(Command command) {
+    Record record;
+    std::memset(static_cast<void *>(&record), kStaleByte, sizeof record);
+    record.header.command = command;
+    record.header.length = sizeof record;
+    return record;
+}
+
+// A request of which there is only the header.
+struct HeaderRecord {
+    CommandHeader header;
+};
+
+// Sends `bytes` from a block of exactly that size, so that an access beyond it is noticed by the address sanitizer.
+// Expects result and returned status to agree with the reason, and returns the reason.
+int32_t sendBytes(uint8_t *bytes, std::size_t size);
+
+template <typename Record> int32_t send(Record &record) {
+    return sendBytes(reinterpret_cast<uint8_t *>(&record), sizeof record);
+}
+
+// A block with entries, which it owns.
+template <typename Block, typename Entry> struct ListRequest {
+    std::vector<uint8_t> bytes;
+
+    Block &block() {
+        return *reinterpret_cast<Block *>(bytes.data());
+    }
+    Entry &entry(std::size_t index) {
+        return entriesOf<Entry>(&block())[index];
+    }
+};
+
+template <typename Block, typename Entry> ListRequest<Block, Entry> listRequest(Command command, int32_t room) {
+    ListRequest<Block, Entry> list;
+    list.bytes.assign(sizeof(Block) + sizeof(Entry) * static_cast<std::size_t>(room), kStaleByte);
+    list.block().header.command = command;
+    list.block().header.length = static_cast<uint32_t>(list.bytes.size());
+    list.block().count = room;
+    return list;
+}
+
+template <typename Block, typename Entry> int32_t send(ListRequest<Block, Entry> &list) {
+    return sendBytes(list.bytes.data(), list.bytes.size());
+}
+
+// The names in the entries that a reply says it filled.
+template <typename Block, typename Entry, std::size_t size>
+std::vector<std::string> namesIn(ListRequest<Block, Entry> &list, char (Entry::*name)[size]) {
+    std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(list.block().count));
+    for (int32_t index = 0; index < list.block().count; ++index)
+        names.emplace_back(list.entry(static_cast<std::size_t>(index)).*name);
+    return names;
+}
+
+// Expects `actual` to be `expected` to the byte, its header being that of a success.
+void expectSameBytes(const void *expected, const void *actual, std::size_t size);
+
+template <typename Record> void expectReply(Record expected, const Record &actual) {
+    expected.header = {actual.header.command, 0, 0, sizeof(Record)};
+    expectSameBytes(&expected, &actual, sizeof(Record));
+}
+
+NetworkAddress address(const char *dotted);
+NetworkPort port(int number);
+
+template <std::size_t size> void setText(char (&field)[size], const std::string &text) {
+    ASSERT_LT(text.size(), size);
+    std::memcpy(field, text.c_str(), text.size() + 1);
+}
+
+// Requests for clusters, and reads that are to succeed. A key is whatever the caller says: the executor does not derive
+// it.
+ClusterRecord clusterRequest(Command command, uint32_t clusterKey);
+ClusterRecord newCluster(uint32_t clusterKey, const char *clusterId, const char *dotted);
+ExecutorSettingsRecord executorSettings();
+ExecutorReportRecord executorReport();
+ClusterRecord clusterSettings(uint32_t clusterKey);
+ClusterReportRecord clusterReport(uint32_t clusterKey);
+std::vector<std::string> clusterIds();
+
+// What hangs below the cluster kCluster, where most tests have one cluster, and of it one port.
+inline constexpr uint32_t kCluster = 0xC4;
+inline constexpr int kPort = 80;
+
+void addTestCluster();
+void addTestPort(int portNumber = kPort);
+void addTestServer(uint32_t serverKey, const char *serverId);
+void addTestRule(const char *ruleName);
+void addTestMember(const char *ruleName, uint32_t serverKey);
+
+PortRecord portRequest(Command command, int portNumber = kPort);
+PortRecord portSettings(int portNumber = kPort);
+PortReportRecord portReport(int portNumber = kPort);
+std::vector<int> portNumbers();
+
+ServerRecord serverRequest(Command command, uint32_t serverKey);
+ServerRecord newServer(uint32_t serverKey, const char *serverId);
+ServerRecord serverSettings(uint32_t serverKey);
+ServerReportRecord serverReport(uint32_t serverKey);
+ServerCommandRecord serverCommand(Command command, uint32_t serverKey);
+std::vector<std::string> serverIds();
+
+RuleRecord ruleRequest(Command command, const char *ruleName);
+RuleRecord ruleSettings(const char *ruleName);
+RuleReportRecord ruleReport(const char *ruleName);
+std::vector<std::string> ruleNames();
+std::vector<std::string> ruleServerIds(const char *ruleName);
+RuleMembershipRecord memberRequest(Command command, const char *ruleName, uint32_t serverKey);
+
+using PortListRequest = ListRequest<PortListBlock, PortListEntry>;
+using ServerListRequest = ListRequest<ServerListBlock, ServerListEntry>;
+using RuleListRequest = ListRequest<RuleListBlock, RuleListEntry>;
+using WeightsRequest = ListRequest<ServerWeightsBlock, ServerWeightEntry>;
+
+PortListRequest portListRequest(int32_t room);
+ServerListRequest serverListRequest(int32_t room);
+ServerListRequest ruleServerListRequest(const char *ruleName, int32_t room);
+RuleListRequest ruleListRequest(int32_t room);
+WeightsRequest weightsRequest(Command command, int32_t room);
+
+// What a list is to reply with: the request's head with `count` filled entries, all entries zero.
+template <typename Block, typename Entry>
+ListRequest<Block, Entry> emptyReply(ListRequest<Block, Entry> list, int32_t count) {
+    list.block().header.result = list.block().header.reason = 0;
+    std::memset(static_cast<void *>(&list.entry(0)), 0, list.bytes.size() - sizeof(Block));
+    list.block().count = count;
+    return list;
+}
+
+// A setting: its flag, and a procedure that writes a value for it other than the default.
+template <typename Record> struct SettingCase {
+    const char *name;
+    uint8_t Record::*flag;
+    void (*setValue)(Record &);
+};
+
+// Sends `write` once a setting, with all values but only this setting's flag, and expects the flag to be kept and the
+// settings that `read` gives to change by just this value. With no flag of exactly 1, nothing may change.
+template <typename Record, typename Read>
+void expectFlagsToGovern(const std::vector<SettingCase<Record>> &cases, const Record &write, Read read) {
+    Record all = write;
+    for (const SettingCase<Record> &setting : cases)
+        setting.setValue(all);
+    for (const uint8_t noFlag : std::initializer_list<uint8_t>{0, 2, 255}) {
+        Record expected = read();
+        Record record = all;
+        for (const SettingCase<Record> &setting : cases)
+            record.*setting.flag = noFlag;
+        const Record sent = record;
+        ASSERT_EQ(send(record), 0);
+        expectReply(sent, record);
+        expectReply(expected, read());
+    }
+    for (const SettingCase<Record> &setting : cases) {
+        SCOPED_TRACE(setting.name);
+        Record expected = read();
+        setting.setValue(expected);
+        Record record = all;
+        record.*setting.flag = 1;
+        const Record sent = record;
+        ASSERT_EQ(send(record), 0);
+        expectReply(sent, record);
+        expectReply(expected, read());
+    }
+}
+
+// A value that is refused, and the reason that it is to be refused with.
+template <typename Record> struct RefusalCase {
+    const char *name;
+    uint8_t Record::*flag;
+    void (*setValue)(Record &);
+    int32_t reason;
+};
+
+// Sends `write` once a refusal, along with a second setting, `good`, that alone would be applied. Expects the reason,
+// flags of 1 cleared and the others left, and nothing changed.
+template <typename Record, typename Read>
+void expectRefusals(const std::vector<RefusalCase<Record>> &cases, const SettingCase<Record> &good, const Record &write,
+                    Read read) {
+    for (const RefusalCase<Record> &refusal : cases) {
+        SCOPED_TRACE(refusal.name);
+        const Record before = read();
+        Record record = write;
+        good.setValue(record);
+        record.*good.flag = 1;
+        refusal.setValue(record);
+        record.*refusal.flag = 1;
+        Record expected = record;
+        expected.*good.flag = 0;
+        expected.*refusal.flag = 0;
+        EXPECT_EQ(send(record), refusal.reason);
+        record.header.result = 0;
+        record.header.reason = 0;
+        expectReply(expected, record);
+        expectReply(before, read());
+    }
+}
+
+// Each test has an executor of its own, fresh and started.
+class ExecutorTest : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+} // namespace rk
