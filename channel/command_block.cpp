@@ -1,0 +1,3 @@
+#include "rk/channel.h"
+
+rk::CommandBlock ucb;
