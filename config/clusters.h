@@ -1,0 +1,16 @@
+// What the other families ask of clusters, and the routine that adding and changing share.
+#pragma once
+
+#include <cstdint>
+#include <jni.h>
+
+extern "C" {
+
+// Asks for a cluster's counters, by its key. On 0 they are in ucb.clusterReport; otherwise the result is the channel's.
+int32_t getClusterReport(uint32_t clusterKey);
+
+// Fills the cluster record from a Java cluster object and sends it under the code that the caller has put into the
+// header; hands the change flags back. Returns 0; -3 for an address that does not parse (nothing is sent, no flag is
+// handed back); -88 without an identifier (likewise); or the status of the executor's reason.
+int32_t AddOrSetCluster(JNIEnv *env, jobject interface, jobject cluster);
+}

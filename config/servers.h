@@ -1,0 +1,16 @@
+// The routine that adding and changing a server share.
+#pragma once
+
+#include <cstdint>
+#include <jni.h>
+
+extern "C" {
+
+// Fills the server record from a Java server object and sends it under the code that the caller has put into the
+// header. Returns 0 or
+// - -10 for a port outside 0 to 65535, -99 without a cluster identifier,
+// - -17 or -78 for a listener that is not usable (see listenersFromJava),
+// - -20 for a negative weight, -76 and -49 for a return or router address that does not parse,
+// nothing being sent in these cases; or the status of the executor's reason.
+int32_t AddOrSetServer(JNIEnv *env, jobject interface, jobject server);
+}

@@ -1,0 +1,175 @@
+// The weights of all servers of a port in one exchange.
+#include "config/keys.h"
+#include "config/lists.h"
+#include "config/settings.h"
+#include "rk/native.h"
+
+#include <arpa/inet.h>
+
+using namespace rk;
+
+namespace {
+
+constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
+
+// Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status.
+int32_t openBlock(JNIEnv *env, jobject weights, jint count, ServerWeightsBlock *&block) {
+    uint32_t clusterKey = 0;
+    if (JStringFieldToHash(env, weights, "sClusterID", &clusterKey) == nullptr)
+        return kStatusOther;
+    NetworkPort port;
+    if (const int32_t status = portFromJava(env, weights, "iPortNumber", port); status != 0)
+        return status;
+    block = allocateBlock<ServerWeightsBlock, ServerWeightEntry>(count, clusterKey, port);
+    return block == nullptr ? kStatusOutOfMemory : 0;
+}
+
+// One column of the entries for every array field of the weights object. One allocation holds them all: the caller
+// frees `keys`.
+struct Columns {
+    jint *keys;
+    jint *addresses;
+    jint *weights;
+    jint *quiesced;
+    jint *totals;
+    jint *actives;
+    jint *results;
+    jbyte *fixed;
+};
+
+bool openColumns(Columns &columns, jint count) {
+    constexpr std::size_t kInts = 7;
+    const auto size = static_cast<std::size_t>(count);
+    // One more element, so that no columns at all are not mistaken for a lack of memory.
+    auto *memory = static_cast<jint *>(calloc(size + 1, kInts * sizeof(jint) + sizeof(jbyte)));
+    if (memory == nullptr)
+        return false;
+    columns = {memory,
+               memory + size,
+               memory + 2 * size,
+               memory + 3 * size,
+               memory + 4 * size,
+               memory + 5 * size,
+               memory + 6 * size,
+               reinterpret_cast<jbyte *>(memory + kInts * size)};
+    return true;
+}
+
+// Hands each server's identifier and its place to the Java object.
+bool identifiersToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
+    jclass type = env->GetObjectClass(weights);
+    jmethodID setServerId = env->GetMethodID(type, "setServerId", "(Ljava/lang/String;I)V");
+    env->DeleteLocalRef(type);
+    if (setServerId == nullptr)
+        return false;
+    for (jint i = 0; i < count; ++i) {
+        jstring identifier = newString(env, entries[i].serverId);
+        if (identifier == nullptr)
+            return false;
+        env->CallVoidMethod(weights, setServerId, identifier, i);
+        const bool thrown = env->ExceptionCheck();
+        env->DeleteLocalRef(identifier);
+        if (thrown)
+            return false;
+    }
+    return true;
+}
+
+int32_t weightsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
+    Columns columns;
+    if (!openColumns(columns, count))
+        return kStatusOutOfMemory;
+    const bool identified = identifiersToJava(env, weights, entries, count);
+    if (identified) {
+        for (jint i = 0; i < count; ++i) {
+            columns.addresses[i] = static_cast<jint>(ntohl(entries[i].address.word));
+            columns.weights[i] = entries[i].weight;
+            columns.fixed[i] = entries[i].fixedWeight;
+            columns.actives[i] = entries[i].activeConnections;
+            columns.totals[i] = entries[i].totalConnections;
+            columns.results[i] = entries[i].result;
+        }
+        SetJavaIntArrayField(env, weights, "iAddress", 0, count, columns.addresses);
+        SetJavaIntArrayField(env, weights, "iWeight", 0, count, columns.weights);
+        SetJavaByteArrayField(env, weights, "bFixedWeight", 0, count, columns.fixed);
+        SetJavaIntArrayField(env, weights, "iTotalConns", 0, count, columns.totals);
+        SetJavaIntArrayField(env, weights, "iActiveConns", 0, count, columns.actives);
+        SetJavaIntArrayField(env, weights, "iRC", 0, count, columns.results);
+    }
+    free(columns.keys);
+    return identified ? 0 : kStatusOther;
+}
+
+bool intsFromJava(JNIEnv *env, jobject weights, const char *name, jint count, jint *values) {
+    GetJavaIntArrayField(env, weights, name, 0, count, values);
+    return !env->ExceptionCheck();
+}
+
+bool bytesFromJava(JNIEnv *env, jobject weights, const char *name, jint count, jbyte *values) {
+    GetJavaByteArrayField(env, weights, name, 0, count, values);
+    return !env->ExceptionCheck();
+}
+
+// Fills the entries from the Java object's arrays. An array that cannot be read ends the call with its exception
+// pending: weights made up from it would take servers out of service.
+int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries, jint count) {
+    Columns columns;
+    if (!openColumns(columns, count))
+        return kStatusOutOfMemory;
+    const bool read = intsFromJava(env, weights, "iServerIdKey", count, columns.keys) &&
+                      intsFromJava(env, weights, "iWeight", count, columns.weights) &&
+                      bytesFromJava(env, weights, "bFixedWeight", count, columns.fixed) &&
+                      intsFromJava(env, weights, "ucQuiescedDown", count, columns.quiesced);
+    for (jint i = 0; i < count; ++i) {
+        entries[i].serverKey = static_cast<uint32_t>(columns.keys[i]);
+        entries[i].weight = static_cast<int16_t>(columns.weights[i]);
+        entries[i].fixedWeight = columns.fixed[i];
+        entries[i].quiescedDown = static_cast<uint8_t>(columns.quiesced[i]);
+    }
+    free(columns.keys);
+    return read ? 0 : kStatusOther;
+}
+
+// The results of the single servers go to Java also when the executor refused the command as a whole.
+int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
+    auto *results = static_cast<jint *>(calloc(static_cast<std::size_t>(count) + 1, sizeof(jint)));
+    if (results == nullptr)
+        return kStatusOutOfMemory;
+    for (jint i = 0; i < count; ++i)
+        results[i] = entries[i].result;
+    SetJavaIntArrayField(env, weights, "iRC", 0, count, results);
+    free(results);
+    return 0;
+}
+
+} // namespace
+
+JNIEXPORT jint NATIVE(getServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
+    if (!required(env, weights, "weights"))
+        return kStatusOther;
+    ServerWeightsBlock *block = nullptr;
+    if (const int32_t status = openBlock(env, weights, count, block); status != 0)
+        return status;
+    int32_t status = sendBlock(block->header, Command::readServerWeights, kReasons);
+    if (status == 0)
+        status = weightsToJava(env, weights, entriesOf<const ServerWeightEntry>(block), count);
+    free(block);
+    return status;
+}
+
+JNIEXPORT jint NATIVE(setServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
+    if (!required(env, weights, "weights"))
+        return kStatusOther;
+    ServerWeightsBlock *block = nullptr;
+    if (const int32_t status = openBlock(env, weights, count, block); status != 0)
+        return status;
+    auto *entries = entriesOf<ServerWeightEntry>(block);
+    int32_t status = weightsFromJava(env, weights, entries, count);
+    if (status == 0) {
+        status = sendBlock(block->header, Command::writeServerWeights, kReasons);
+        if (const int32_t failure = resultsToJava(env, weights, entries, count); failure != 0)
+            status = failure;
+    }
+    free(block);
+    return status;
+}
