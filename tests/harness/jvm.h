@@ -1,0 +1,90 @@
+// A Java VM in the test program. The library's objects are linked into the program, so natives called through Java run
+// the very code that is inspected here; what the VM itself prints (-Xcheck:jni) is kept and must hold no complaint.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <jni.h>
+#include <string>
+#include <vector>
+
+namespace java {
+
+inline constexpr char kCommon[] = "com/qel/internet/rk/common/";
+
+// The environment of the test's thread; the first call starts the VM.
+JNIEnv *env();
+
+// What the VM itself has printed so far.
+const std::string &vmOutput();
+
+// New objects by their default constructor; `name` is a class of the API module or, with a slash, a full name.
+jobject make(const std::string &name);
+jobject makeIntArray(const std::vector<jint> &values);
+jobject makeByteArray(const std::vector<int> &values);
+jstring makeString(const std::string &text);
+
+void setByte(jobject object, const char *name, int value);
+void setInt(jobject object, const char *name, jint value);
+void setLong(jobject object, const char *name, jlong value);
+void setChar(jobject object, const char *name, int value);
+void setString(jobject object, const char *name, const std::string &text);
+void setNull(jobject object, const char *name, const char *descriptor);
+void setObject(jobject object, const char *name, const char *descriptor, jobject value);
+
+int getByte(jobject object, const char *name);
+jint getInt(jobject object, const char *name);
+jlong getLong(jobject object, const char *name);
+int getChar(jobject object, const char *name);
+std::string getString(jobject object, const char *name); // "(null)" for a null string
+std::vector<int> getBytes(jobject object, const char *name);
+std::vector<jint> getInts(jobject object, const char *name);
+std::vector<jint> intsOf(jobject object);
+
+std::string text(jobject object); // its toString(), "(null)" for null
+
+// Calls a native method of CMNExecutorInterface through Java. The descriptor lists what follows.
+jint callInt(const char *name, const char *descriptor, ...);
+bool callBoolean(const char *name, const char *descriptor, ...);
+void callVoid(const char *name, const char *descriptor, ...);
+jobject callObject(const char *name, const char *descriptor, ...);
+
+// The common shape: one object in, a status out.
+jint call(const char *name, jobject argument);
+
+// The pending exception as "class: message", cleared; empty when there is none.
+std::string takeException();
+
+// For the time of its life, the environment's functions are a copy that a test may change: how a look-up fails, how
+// memory for a string runs out.
+struct PatchedEnv {
+    PatchedEnv();
+    ~PatchedEnv();
+    PatchedEnv(const PatchedEnv &) = delete;
+    PatchedEnv &operator=(const PatchedEnv &) = delete;
+
+    JNINativeInterface_ functions;
+    const JNINativeInterface_ *original;
+};
+
+// While it lives, one Java method does not do what the library wants: its look-up number `which` (from 1) fails with
+// NoSuchMethodError, or its call of that number throws IllegalStateException; the message is the method's name.
+enum class Failure { lookUp, call };
+struct FailingMethod : PatchedEnv {
+    FailingMethod(const std::string &name, Failure failure, int which = 1);
+};
+
+// The fields that the library looks up while `action` runs, in order.
+std::vector<std::string> fieldsLookedUp(const std::function<void()> &action);
+
+// How many strings' characters the library obtains while `action` runs and does not release. The request for characters
+// with number `failing` (from 1; 0: none) gives none.
+int charactersHeld(const std::function<void()> &action, int failing = 0);
+
+// The same with the methods, as "name()", in between.
+std::vector<std::string> membersLookedUp(const std::function<void()> &action);
+
+// How many local references and strings' characters the library obtains while `action` runs and does not give back.
+std::size_t referencesKept(const std::function<void()> &action);
+
+} // namespace java

@@ -1,0 +1,25 @@
+// Runs the tests of a program, then looks at what the Java VM had to say about the library's JNI calls.
+#include "harness/jvm.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct VmComplaints : testing::Environment {
+    void SetUp() override {
+        java::env();
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(java::vmOutput().substr(0, 2000), "") << "the Java VM complains";
+    }
+};
+
+} // namespace
+
+int main(int argumentCount, char **arguments) {
+    testing::InitGoogleTest(&argumentCount, arguments);
+    testing::AddGlobalTestEnvironment(new VmComplaints);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,214 @@
+#include "harness/system_calls.h"
+
+#include "harness/scripted_executor.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <netdb.h>
+#include <set>
+
+namespace {
+
+constexpr int kFirstDescriptor = 1000;
+
+calls::Device deviceState = calls::Device::real;
+int nextDescriptor = kFirstDescriptor;
+std::function<int(void *)> ioctlAction;
+std::vector<std::string> deviceRecord;
+
+bool counting = false;
+int failingAllocation = 0;
+std::vector<std::size_t> sizes;
+std::set<void *> held;
+std::vector<std::string> names;
+std::vector<unsigned> secondsSlept;
+
+template <typename... Arguments> void record(const char *format, Arguments... arguments) {
+    char text[64];
+    snprintf(text, sizeof(text), format, arguments...);
+    deviceRecord.emplace_back(text);
+}
+
+bool isDevice(const char *path) {
+    return deviceState != calls::Device::real && strcmp(path, "/dev/qelxw") == 0;
+}
+
+bool isDevice(int descriptor) {
+    return descriptor >= kFirstDescriptor && descriptor < nextDescriptor;
+}
+
+// Whether this allocation is to fail; counts it.
+bool allocationFails(std::size_t size) {
+    if (!counting)
+        return false;
+    counting = false; // what the record itself allocates does not count
+    sizes.push_back(size);
+    counting = true;
+    return static_cast<int>(sizes.size()) == failingAllocation;
+}
+
+void *keep(void *block) {
+    if (counting && block != nullptr) {
+        counting = false;
+        held.insert(block);
+        counting = true;
+    }
+    return block;
+}
+
+void drop(void *block) {
+    if (counting) {
+        counting = false;
+        held.erase(block);
+        counting = true;
+    }
+}
+
+} // namespace
+
+namespace calls {
+
+void reset() {
+    deviceState = Device::real;
+    nextDescriptor = kFirstDescriptor;
+    ioctlAction = nullptr;
+    deviceRecord.clear();
+    counting = false;
+    failingAllocation = 0;
+    sizes.clear();
+    held.clear();
+    names.clear();
+    secondsSlept.clear();
+}
+
+void device(Device state) {
+    deviceState = state;
+}
+
+void onIoctl(std::function<int(void *)> action) {
+    ioctlAction = std::move(action);
+}
+
+const std::vector<std::string> &deviceCalls() {
+    return deviceRecord;
+}
+
+void countAllocations(int failing) {
+    sizes.clear();
+    held.clear();
+    failingAllocation = failing;
+    counting = true;
+}
+
+int allocations() {
+    return static_cast<int>(sizes.size());
+}
+
+int blocksHeld() {
+    return static_cast<int>(held.size());
+}
+
+std::vector<std::size_t> allocationSizes() {
+    return sizes;
+}
+
+const std::vector<std::string> &namesResolved() {
+    return names;
+}
+
+const std::vector<unsigned> &waits() {
+    return secondsSlept;
+}
+
+} // namespace calls
+
+extern "C" {
+
+int __real_open(const char *path, int flags, ...);
+int __real_close(int descriptor);
+int __real_ioctl(int descriptor, unsigned long request, ...);
+void *__real_malloc(std::size_t size);
+void *__real_calloc(std::size_t count, std::size_t size);
+void *__real_realloc(void *block, std::size_t size);
+void __real_free(void *block);
+
+int __wrap_open(const char *path, int flags, ...) {
+    if (!isDevice(path)) {
+        va_list arguments;
+        va_start(arguments, flags);
+        const int mode = (flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0;
+        va_end(arguments);
+        return __real_open(path, flags, mode);
+    }
+    record("open %d", flags);
+    if (deviceState == calls::Device::absent) {
+        errno = ENOENT;
+        return -1;
+    }
+    return nextDescriptor++;
+}
+
+int __wrap_close(int descriptor) {
+    if (!isDevice(descriptor))
+        return __real_close(descriptor);
+    record("close %d", descriptor);
+    return 0;
+}
+
+int __wrap_ioctl(int descriptor, unsigned long request, ...) {
+    va_list arguments;
+    va_start(arguments, request);
+    void *block = va_arg(arguments, void *);
+    va_end(arguments);
+    if (!isDevice(descriptor))
+        return __real_ioctl(descriptor, request, block);
+    record("ioctl %d 0x%lx", descriptor, request);
+    if (ioctlAction)
+        return ioctlAction(block);
+    executor::perform(static_cast<uint8_t *>(block));
+    return 0;
+}
+
+void *__wrap_malloc(std::size_t size) {
+    return allocationFails(size) ? nullptr : keep(__real_malloc(size));
+}
+
+void *__wrap_calloc(std::size_t count, std::size_t size) {
+    return allocationFails(count * size) ? nullptr : keep(__real_calloc(count, size));
+}
+
+void *__wrap_realloc(void *block, std::size_t size) {
+    if (allocationFails(size))
+        return nullptr;
+    drop(block);
+    return keep(__real_realloc(block, size));
+}
+
+void __wrap_free(void *block) {
+    drop(block);
+    __real_free(block);
+}
+
+hostent *__wrap_gethostbyname(const char *name) {
+    names.emplace_back(name);
+    if (strcmp(name, "balancer.example") != 0)
+        return nullptr;
+    static in_addr address;
+    inet_aton("192.0.2.7", &address);
+    static char *addresses[] = {reinterpret_cast<char *>(&address), nullptr};
+    static hostent host = {};
+    host.h_addrtype = AF_INET;
+    host.h_length = sizeof(address);
+    host.h_addr_list = addresses;
+    return &host;
+}
+
+unsigned __wrap_sleep(unsigned seconds) {
+    secondsSlept.push_back(seconds);
+    return 0;
+}
+}
