@@ -1,0 +1,40 @@
+package com.qel.internet.rk.console;
+
+import java.util.Collection;
+import java.util.LinkedHashSet;
+import picocli.CommandLine;
+import picocli.CommandLine.Model.OptionSpec;
+
+/** Puts the families of commands under a root. */
+final class CommandTree {
+    private CommandTree() {
+    }
+
+    /** Adds every family to the root. {@return the root} */
+    static CommandLine add(CommandLine root, Session session) {
+        root.addSubcommand(new CommandLine(ExecutorCommands.create(session)));
+        root.addSubcommand(new CommandLine(ClusterCommands.create(session)));
+        root.addSubcommand(new CommandLine(PortCommands.create(session)));
+        root.addSubcommand(new CommandLine(ServerCommands.create(session)));
+        root.addSubcommand(new CommandLine(WeightsCommands.create(session)));
+        root.addSubcommand(new CommandLine(RuleCommands.create(session)));
+        root.addSubcommand(new KeyCommands(session));
+        root.addSubcommand(SystemCommands.create(session));
+        addHelp(root.getSubcommands().values());
+        // A number may be negative: what begins with a minus and is no option is a value, and CommandRunner checks it.
+        root.setUnmatchedOptionsArePositionalParams(true);
+        root.setUsageHelpAutoWidth(true);
+        return root;
+    }
+
+    private static void addHelp(Collection<CommandLine> commands) {
+        // A command that has a second name stands among them twice.
+        for (CommandLine command : new LinkedHashSet<>(commands)) {
+            command.getCommandSpec().addOption(OptionSpec.builder("-h", "--help")
+                    .usageHelp(true)
+                    .description("Show this help.")
+                    .build());
+            addHelp(command.getSubcommands().values());
+        }
+    }
+}

@@ -1,0 +1,147 @@
+package com.qel.internet.rk.console;
+
+import java.io.FileDescriptor;
+import java.io.FileOutputStream;
+import java.io.IOException;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+import java.util.List;
+import org.jline.terminal.Terminal;
+import org.jline.terminal.TerminalBuilder;
+import picocli.CommandLine;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.IVersionProvider;
+import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
+import picocli.CommandLine.ParseResult;
+
+/** The console's entry: global options, and the choice between one command, a script, and typing. */
+@Command(name = Console.NAME, versionProvider = Console.Version.class, mixinStandardHelpOptions = true,
+        description = {
+            "Looks at and changes the executor of the load balancer.",
+            "With a command, runs it. Without one, reads commands from standard input: a script, or what you type.",
+            ""},
+        footer = {
+            "",
+            "With --user the executor runs inside the console itself: what you configure lasts as long as the console"
+                + " runs. Use a script, or type, to work on one state with several commands.",
+            "",
+            "Exit status: 0 success; 1 the executor or the library refused; 2 bad usage; 3 no usable native library."})
+final class Console {
+    static final String NAME = "rk-console";
+
+    @Option(names = "--user", description = "Commands go to the user-space executor, which is started first and "
+            + "stopped at the end. The default.")
+    private boolean user;
+
+    @Option(names = "--kernel", description = "Commands go to the kernel executor, through /dev/qelxw.")
+    private boolean kernel;
+
+    @Mixin
+    private JsonOption json;
+
+    @Option(names = "--log", paramLabel = "FILE", description = "Log file of the user-space executor.")
+    private String log;
+
+    @Option(names = "--install-path", paramLabel = "DIR",
+            description = "Installation folder of the user-space executor.")
+    private String installPath;
+
+    @Option(names = "--script", paramLabel = "FILE",
+            description = "Run the commands of a file, one a line; - for standard input.")
+    private String script;
+
+    @Option(names = "--keep-going", description = "Go on after a line of a script that failed.")
+    private boolean keepGoing;
+
+    @Option(names = "--echo", description = "Print each line of a script before its output.")
+    private boolean echo;
+
+    private final Session session;
+    private final CommandRunner runner;
+
+    private Console(PrintStream out, PrintStream err) {
+        session = new Session(new Output(out, err));
+        runner = new CommandRunner(session);
+    }
+
+    /**
+     * Runs the console, and ends the VM with its exit status.
+     *
+     * @param arguments global options and, if wanted, a command
+     */
+    public static void main(String[] arguments) {
+        Console console = new Console(stream(FileDescriptor.out), stream(FileDescriptor.err));
+        System.exit(console.run(List.of(arguments)));
+    }
+
+    private static PrintStream stream(FileDescriptor descriptor) {
+        return new PrintStream(new FileOutputStream(descriptor), true, StandardCharsets.UTF_8);
+    }
+
+    private int run(List<String> arguments) {
+        CommandLine tree = CommandTree.add(new CommandLine(this), session);
+        session.output.jsonAlways = arguments.contains(JsonOption.NAME);
+        session.output.json = session.output.jsonAlways;
+        ParseResult typed;
+        try {
+            typed = CommandRunner.parse(tree, arguments);
+            checkOptions(typed.hasSubcommand());
+        } catch (ParameterException error) {
+            return runner.usage(0, error.getCommandLine(), CommandRunner.explain(error));
+        } catch (UsageError error) {
+            return runner.usage(0, tree, error.getMessage());
+        }
+        Integer helpShown = CommandLine.executeHelpRequest(typed);
+        return helpShown != null ? helpShown : runSession(typed);
+    }
+
+    private void checkOptions(boolean hasCommand) {
+        if (user && kernel) {
+            throw new UsageError("--user and --kernel exclude each other");
+        }
+        if (kernel && (log != null || installPath != null)) {
+            throw new UsageError("--log and --install-path are for the user-space executor");
+        }
+        if (hasCommand && (script != null || keepGoing || echo)) {
+            throw new UsageError("--script, --keep-going and --echo are for scripts, and a command is given");
+        }
+    }
+
+    private int runSession(ParseResult typed) {
+        try {
+            session.open(kernel, log, installPath);
+            return typed.hasSubcommand() ? runner.execute(typed, 0) : runLines();
+        } catch (Refusal refusal) {
+            return runner.failed("user-space executor", refusal);
+        } catch (UnsatisfiedLinkError error) {
+            session.output.failure(0, "", null, error.getMessage());
+            return ExitStatus.NO_LIBRARY;
+        } finally {
+            session.close();
+        }
+    }
+
+    private int runLines() {
+        Lines lines = new Lines(session, runner, keepGoing, echo);
+        if (script != null) {
+            return lines.runScript(script);
+        }
+        try (Terminal terminal = TerminalBuilder.builder().name(NAME).system(true).dumb(false).build()) {
+            return lines.runInteractively(terminal);
+        } catch (IOException | IllegalStateException notATerminal) {
+            return lines.runScript("-");
+        }
+    }
+
+    /** Tells the version of the module. */
+    static final class Version implements IVersionProvider {
+        @Override
+        public String[] getVersion() {
+            Module module = Console.class.getModule();
+            String version = module.isNamed() ? module.getDescriptor().rawVersion().orElse("") : "";
+            return new String[] {(NAME + " " + version).strip()};
+        }
+    }
+}

@@ -1,0 +1,181 @@
+package com.qel.internet.rk.console;
+
+import java.io.BufferedReader;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.InputStreamReader;
+import java.nio.charset.CharacterCodingException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.InvalidPathException;
+import java.nio.file.NoSuchFileException;
+import java.nio.file.Path;
+import java.util.List;
+import org.jline.reader.EndOfFileException;
+import org.jline.reader.LineReader;
+import org.jline.reader.LineReaderBuilder;
+import org.jline.reader.UserInterruptException;
+import org.jline.terminal.Terminal;
+import picocli.CommandLine;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Parameters;
+
+/** Commands one a line: from a script, or as they are typed. */
+@Command(name = Console.NAME, description = "Commands, one a line.")
+final class Lines {
+    private static final String PROMPT = Console.NAME + "> ";
+    /** Stands before a command that is to be refused. */
+    static final String EXPECT_REFUSAL = "!";
+    private static final Path HISTORY = Path.of(System.getProperty("user.home"), ".rk_console_history");
+
+    /** A choice between on and off. */
+    enum Switch { on, off }
+
+    @Mixin
+    private JsonOption json;
+
+    private final Session session;
+    private final CommandRunner runner;
+    private final boolean keepGoing;
+    private final boolean echo;
+    private final CommandLine tree;
+    private boolean ended;
+
+    Lines(Session session, CommandRunner runner, boolean keepGoing, boolean echo) {
+        this.session = session;
+        this.runner = runner;
+        this.keepGoing = keepGoing;
+        this.echo = echo;
+        tree = CommandTree.add(new CommandLine(this), session);
+    }
+
+    /**
+     * Runs the commands of a script.
+     *
+     * @param file its name; - for standard input
+     * @return the exit status: that of the first line that failed, or 0
+     */
+    int runScript(String file) {
+        try (BufferedReader input = open(file)) {
+            return runScript(input);
+        } catch (NoSuchFileException | InvalidPathException e) {
+            return unreadable(file, "there is no such file");
+        } catch (CharacterCodingException e) {
+            return unreadable(file, "it is not UTF-8");
+        } catch (IOException e) {
+            return unreadable(file, e.getMessage());
+        }
+    }
+
+    /**
+     * Runs commands as they are typed, until the end of the input.
+     *
+     * @return 0: what failed was seen
+     */
+    int runInteractively(Terminal terminal) {
+        LineReader reader = LineReaderBuilder.builder()
+                .terminal(terminal)
+                .appName(Console.NAME)
+                .completer(new NameCompleter(tree, session))
+                .variable(LineReader.HISTORY_FILE, HISTORY)
+                .build();
+        reader.setOpt(LineReader.Option.DISABLE_EVENT_EXPANSION);
+        while (!ended) {
+            try {
+                runLine(reader.readLine(PROMPT), 0);
+            } catch (UserInterruptException e) {
+                continue;
+            } catch (EndOfFileException e) {
+                ended = true;
+            }
+        }
+        return ExitStatus.SUCCESS;
+    }
+
+    @Command(description = "Show help for a command.")
+    void help(@Parameters(paramLabel = "COMMAND", arity = "0..*", description = "The command.") List<String> words) {
+        List<String> command = words == null ? List.of() : words;
+        CommandLine at = tree;
+        for (String word : command) {
+            at = at.getSubcommands().get(word);
+            if (at == null) {
+                throw new UsageError("there is no command " + String.join(" ", command));
+            }
+        }
+        session.output.plain(at.getUsageMessage());
+    }
+
+    @Command(description = "Print JSON from now on, or tables.")
+    void json(@Parameters(paramLabel = "on|off", description = "One of ${COMPLETION-CANDIDATES}.") Switch choice) {
+        session.output.jsonAlways = choice == Switch.on;
+    }
+
+    @Command(aliases = "quit", description = "End the console.")
+    void exit() {
+        ended = true;
+    }
+
+    private static BufferedReader open(String file) throws IOException {
+        InputStream input = file.equals("-") ? System.in : Files.newInputStream(Path.of(file));
+        return new BufferedReader(new InputStreamReader(input, StandardCharsets.UTF_8.newDecoder()));
+    }
+
+    private int unreadable(String file, String reason) {
+        session.output.failure(0, "", null, "the script " + file + " cannot be read: " + reason);
+        return ExitStatus.USAGE;
+    }
+
+    private int runScript(BufferedReader input) throws IOException {
+        int exitStatus = ExitStatus.SUCCESS;
+        for (int number = 1; !ended; number++) {
+            String line = input.readLine();
+            if (line == null) {
+                break;
+            }
+            if (echo) {
+                echo(line);
+            }
+            int lineStatus = runLine(line, number);
+            exitStatus = exitStatus == ExitStatus.SUCCESS ? lineStatus : exitStatus;
+            ended |= lineStatus != ExitStatus.SUCCESS && !keepGoing;
+        }
+        return exitStatus;
+    }
+
+    /** Prints a line of the script: comments as they are, commands so that they stand out from their output. */
+    private void echo(String line) {
+        boolean isCommand = !line.isBlank() && !line.stripLeading().startsWith("#");
+        session.output.plain(isCommand ? "\n> " + line + "\n" : line + "\n");
+    }
+
+    private int runLine(String line, int number) {
+        List<String> words;
+        try {
+            words = CommandLineSplitter.split(line);
+        } catch (UsageError error) {
+            session.output.failure(number, "", null, error.getMessage());
+            return ExitStatus.USAGE;
+        }
+        if (words.isEmpty()) {
+            return ExitStatus.SUCCESS;
+        }
+        if (words.get(0).equals(EXPECT_REFUSAL)) {
+            return expectRefusal(words.subList(1, words.size()), number);
+        }
+        return runner.run(tree, words, number);
+    }
+
+    /** Runs a command that is to be refused. {@return success when it was} */
+    private int expectRefusal(List<String> words, int number) {
+        int status = runner.run(tree, words, number);
+        if (status == ExitStatus.REFUSED) {
+            return ExitStatus.SUCCESS;
+        }
+        if (status == ExitStatus.SUCCESS) {
+            session.output.failure(number, String.join(" ", words), null, "was to be refused, and was not");
+            return ExitStatus.REFUSED;
+        }
+        return status;
+    }
+}

@@ -1,0 +1,218 @@
+package com.qel.internet.rk.console;
+
+import com.google.gson.Gson;
+import com.google.gson.GsonBuilder;
+import com.google.gson.JsonArray;
+import com.google.gson.JsonElement;
+import com.google.gson.JsonNull;
+import com.google.gson.JsonObject;
+import com.google.gson.JsonPrimitive;
+import java.io.PrintStream;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Locale;
+
+/** Prints what commands have to say: tables for people, or one JSON document a line for programs. */
+final class Output {
+    /** Whether the command that runs prints JSON. */
+    boolean json;
+    /** Whether every command prints JSON. */
+    boolean jsonAlways;
+
+    private final PrintStream out;
+    private final PrintStream err;
+    private final Gson gson = new GsonBuilder().disableHtmlEscaping().serializeNulls().create();
+
+    Output(PrintStream out, PrintStream err) {
+        this.out = out;
+        this.err = err;
+    }
+
+    /** Says that a command without other output succeeded. */
+    void done() {
+        if (json) {
+            print(member("status", 0));
+        } else {
+            out.println("ok");
+        }
+    }
+
+    /** Prints one value. */
+    void value(String name, Object value) {
+        if (json) {
+            print(member(name, value));
+        } else {
+            out.println(value);
+        }
+    }
+
+    /** Answers a question. */
+    void answer(String name, boolean yes) {
+        value(name, json ? (Object) yes : yes ? "yes" : "no");
+    }
+
+    /** Prints a text that a native method made, as it is. */
+    void text(String name, String text) {
+        if (json) {
+            print(member(name, text));
+        } else {
+            boolean isWhole = text.isEmpty() || text.endsWith("\n");
+            out.print(isWhole ? text : text + "\n");
+        }
+    }
+
+    /** Prints an object's fields, one a line. */
+    void object(Object object, List<Property> properties) {
+        if (json) {
+            print(toJson(object, properties));
+            return;
+        }
+        List<List<String>> rows = new ArrayList<>();
+        for (Property property : properties) {
+            if (property.shown()) {
+                rows.add(List.of(property.label(), property.format(object)));
+            }
+        }
+        out.print(align(rows));
+    }
+
+    /** Prints names, one a line; in JSON they are numbers where they are of such a kind. */
+    void names(List<String> names, Kind kind) {
+        if (json) {
+            JsonArray array = new JsonArray();
+            names.forEach(name -> array.add(toJson(kind.parse(name, 0))));
+            print(array);
+        } else {
+            StringBuilder text = new StringBuilder();
+            names.forEach(name -> text.append(name).append('\n'));
+            out.print(text);
+        }
+    }
+
+    /** Prints objects, one a line: in JSON all their properties, for people those of the columns. */
+    void table(List<?> objects, List<Property> properties, List<String> columns) {
+        List<Property> chosen = properties.stream()
+                .filter(property -> json || columns.contains(property.fields().get(0)))
+                .toList();
+        table(objects, chosen);
+    }
+
+    /** Prints objects, one a line. */
+    void table(List<?> objects, List<Property> properties) {
+        if (json) {
+            JsonArray array = new JsonArray();
+            objects.forEach(object -> array.add(toJson(object, properties)));
+            print(array);
+            return;
+        }
+        List<List<String>> rows = new ArrayList<>();
+        rows.add(properties.stream().map(property -> property.label().toUpperCase(Locale.ROOT)).toList());
+        for (Object object : objects) {
+            rows.add(properties.stream().map(property -> property.format(object)).toList());
+        }
+        out.print(align(rows));
+    }
+
+    /** Prints a note that is no error. */
+    void note(String text) {
+        err.println(text);
+    }
+
+    /**
+     * Prints why a command failed.
+     *
+     * @param line    the line of the script; 0 when there is none
+     * @param command the command; empty when it is not known
+     * @param status  what the native method returned; null when none was called
+     * @param meaning the reason, in words
+     */
+    void failure(int line, String command, Integer status, String meaning) {
+        out.flush();
+        if (json) {
+            JsonObject object = new JsonObject();
+            if (status != null) {
+                object.addProperty("status", status);
+            }
+            object.addProperty("meaning", meaning);
+            if (!command.isEmpty()) {
+                object.addProperty("command", command);
+            }
+            if (line > 0) {
+                object.addProperty("line", line);
+            }
+            err.println(gson.toJson(object));
+        } else {
+            err.println((line > 0 ? "line " + line + ": " : "") + (command.isEmpty() ? "" : command + ": ")
+                    + (status == null ? "" : "status " + status + ": ") + meaning);
+        }
+    }
+
+    /** Prints text that is the same for people and programs, such as help. */
+    void plain(String text) {
+        out.print(text);
+        out.flush();
+    }
+
+    private void print(JsonElement document) {
+        out.println(gson.toJson(document));
+    }
+
+    private static JsonObject member(String name, Object value) {
+        JsonObject object = new JsonObject();
+        object.add(name, toJson(value));
+        return object;
+    }
+
+    private static JsonObject toJson(Object object, List<Property> properties) {
+        JsonObject json = new JsonObject();
+        for (Property property : properties) {
+            if (property.shown()) {
+                for (String field : property.fields()) {
+                    json.add(field, toJson(Property.get(object, field), property.kind()));
+                }
+            }
+        }
+        return json;
+    }
+
+    private static JsonElement toJson(Object value, Kind kind) {
+        if (kind == Kind.LISTENERS) {
+            JsonArray array = new JsonArray();
+            ((List<?>) value).forEach(listener -> array.add(toJson(listener, ServerCommands.LISTENER_PARTS)));
+            return array;
+        }
+        return toJson(value == null ? null : kind.plain(value));
+    }
+
+    private static JsonElement toJson(Object value) {
+        if (value == null) {
+            return JsonNull.INSTANCE;
+        }
+        if (value instanceof Number number) {
+            return new JsonPrimitive(number);
+        }
+        return value instanceof Boolean bool ? new JsonPrimitive(bool) : new JsonPrimitive(value.toString());
+    }
+
+    /** Puts the cells of each column under each other, two spaces apart; the last column is not filled up. */
+    private static String align(List<List<String>> rows) {
+        List<Integer> widths = new ArrayList<>();
+        for (List<String> row : rows) {
+            for (int i = 0; i < row.size(); i++) {
+                if (i == widths.size()) {
+                    widths.add(0);
+                }
+                widths.set(i, Math.max(widths.get(i), row.get(i).length()));
+            }
+        }
+        StringBuilder text = new StringBuilder();
+        for (List<String> row : rows) {
+            for (int i = 0; i < row.size(); i++) {
+                String cell = row.get(i);
+                boolean last = i == row.size() - 1;
+                text.append(cell).append(last ? "\n" : " ".repeat(widths.get(i) - cell.length() + 2));
+            }
+        }
+        return text.toString();
+    }
+}

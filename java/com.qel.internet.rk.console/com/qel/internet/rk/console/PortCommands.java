@@ -1,0 +1,67 @@
+package com.qel.internet.rk.console;
+
+import static com.qel.internet.rk.console.Property.read;
+import static com.qel.internet.rk.console.Property.setting;
+
+import com.qel.internet.rk.common.CMNExecutorInterface;
+import com.qel.internet.rk.common.CMNPort;
+import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.List;
+import picocli.CommandLine.Model.CommandSpec;
+
+/** Ports. */
+final class PortCommands {
+    private static final Table STATUS = Table.of(CMNPort::new,
+            read("ClusterId", "cluster", Kind.TEXT),
+            read("PortNumber", "port", Kind.INT),
+            read("NumServers", "servers", Kind.INT),
+            setting("MaxNumberOfServers", "most servers", Kind.INT, "--max-servers", "SetMaxNumberOfServers"),
+            setting("StaleTimeout", "stale time-out", Kind.INT, "--stale-timeout", "SetStaleTimeout"),
+            setting("StickyTime", "sticky time", Kind.INT, "--sticky-time", "SetStickyTime"),
+            setting("iStickyBits", "sticky bits", Kind.INT, "--sticky-bits", "SetStickyBits"),
+            setting("WeightBound", "weight bound", Kind.INT16, "--weight-bound", "SetWeightBound"),
+            setting("Type", "type", Kind.UINT8, "--type", "SetType"),
+            setting("iMethod", "forwarding method", Kind.INT16, "--method", "SetMethod"),
+            setting("iPortProtocol", "protocol", Kind.UINT16, "--protocol", "SetPortProtocol"),
+            setting("Replicate", "replication", Kind.UINT8, "--replicate", "SetReplicate"),
+            setting("iMaxHalfOpen", "most half-open connections", Kind.INT, "--max-half-open", "SetMaxHalfOpen"),
+            setting("iCrossPort", "cross port", Kind.UINT16, "--cross-port", "SetCrossPort"),
+            setting("SendReset", "send resets", Kind.SWITCH, "--send-reset", "SetSendReset"));
+
+    private static final List<String> COLUMNS = List.of("PortNumber", "NumServers", "MaxNumberOfServers",
+            "WeightBound", "StickyTime", "Type", "iPortProtocol");
+
+    private static final Table REPORT = Table.of(CMNPort::new,
+            read("ClusterId", "cluster", Kind.TEXT),
+            read("PortNumber", "port", Kind.INT),
+            read("NumServers", "servers", Kind.INT),
+            read("NumNodesDown", "servers down", Kind.INT),
+            read("NumNodesLocal", "servers on this machine", Kind.INT),
+            read("MaxWeight", "highest weight", Kind.INT),
+            read("ActiveConnections", "active connections", Kind.INT),
+            read("iNumHalfOpen", "half-open connections", Kind.INT),
+            read("iResetsSent", "resets sent", Kind.INT),
+            read("iBytesPerSecond", "bytes per second", Kind.INT),
+            read("iConnectionsPerSecond", "connections per second", Kind.INT),
+            read("iPortProtocol", "protocol", Kind.INT),
+            read("iMethod", "forwarding method", Kind.INT));
+
+    private PortCommands() {
+    }
+
+    /** {@return the commands} */
+    static CommandSpec create(Session session) {
+        ObjectFamily ports = new ObjectFamily(session, Family.PORT, "port", "Ports of a cluster.",
+                Identity.cluster("ClusterId", null), Identity.port("PortNumber"));
+        ports.add("Add a port to a cluster.", STATUS, CMNExecutorInterface::addPortNative);
+        ports.set("Change settings of a port.", STATUS, CMNExecutorInterface::setPortStatusNative);
+        ports.act("remove", "Remove a port, with its servers and rules.", STATUS,
+                CMNExecutorInterface::removePortNative);
+        ports.show("status", "Show the settings of a port.", STATUS, CMNExecutorInterface::getPortStatusNative);
+        ports.show("report", "Show the counters of a port.", REPORT, CMNExecutorInterface::getPortReportNative);
+        ports.list("List the ports of a cluster.", STATUS, COLUMNS, CMNExecutorInterface::getPortStatusNative);
+        ports.cps("Set the connections-per-second counter of a port.", STATUS, "iConnectionsPerSecond",
+                CMNExecutorInterface::setPortCPSNative);
+        return ports.spec();
+    }
+}

@@ -1,0 +1,88 @@
+package com.qel.internet.rk.console;
+
+import com.qel.internet.rk.common.CMNExecutorInterface;
+import com.qel.internet.rk.common.CMNStatus.Family;
+
+/** One run of the console against an executor. */
+final class Session {
+    private static final int KERNEL_MODE = 0;
+    private static final int USER_MODE = 1;
+    private static final String DEVICE_MISSING =
+            " (the executor device /dev/qelxw cannot be opened: load the executor, or use --user)";
+
+    /** Where commands print. */
+    final Output output;
+    private CMNExecutorInterface natives;
+    private boolean kernel;
+    private boolean processReady;
+
+    Session(Output output) {
+        this.output = output;
+    }
+
+    /** {@return the native methods; there are none before the session is open} */
+    CMNExecutorInterface natives() {
+        return natives;
+    }
+
+    /**
+     * Loads the native library and, unless commands go to the kernel executor, starts the user-space executor.
+     *
+     * @param log         the user-space executor's log file; null for none
+     * @param installPath the user-space executor's installation folder; null for its own choice
+     * @throws Refusal              when the user-space executor does not start
+     * @throws UnsatisfiedLinkError when the library cannot be loaded
+     */
+    void open(boolean toKernel, String log, String installPath) {
+        natives = new CMNExecutorInterface();
+        setMode(toKernel);
+        if (toKernel) {
+            return;
+        }
+        if (log != null) {
+            setLog(log);
+        }
+        if (installPath != null) {
+            setInstallPath(installPath);
+        }
+        Refusal.check(Family.SYSTEM, natives.userExecutorProcessInitNative());
+        processReady = true;
+        Refusal.check(Family.SYSTEM, natives.startUserExecutorNative());
+    }
+
+    /** Stops what {@link #open}, or a command since, has started. */
+    void close() {
+        if (natives != null && natives.userExecutorStartedNative()) {
+            natives.stopUserExecutorNative();
+        }
+        if (processReady) {
+            natives.userExecutorProcessTermNative();
+        }
+    }
+
+    /** Sends the commands from now on to the kernel executor, or to the user-space executor. */
+    void setMode(boolean toKernel) {
+        kernel = toKernel;
+        natives.setKVAServerModalityNative(toKernel ? KERNEL_MODE : USER_MODE);
+    }
+
+    /** Sets the user-space executor's log file. */
+    void setLog(String file) {
+        if (!natives.userExecutorSetLogNative(file)) {
+            throw new Refusal(null, "cannot write the log file " + file);
+        }
+    }
+
+    /** Sets the user-space executor's installation folder. */
+    void setInstallPath(String folder) {
+        if (!natives.userExecutorSetInstallPathNative(folder)) {
+            throw new Refusal(null, "cannot use the installation folder " + folder);
+        }
+    }
+
+    /** {@return what else there is to say about a failure: nothing, or that there is no executor to talk to} */
+    String hint() {
+        boolean deviceMissing = kernel && natives.linuxUpNative() == 0;
+        return deviceMissing ? DEVICE_MISSING : "";
+    }
+}

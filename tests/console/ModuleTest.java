@@ -1,0 +1,99 @@
+import com.qel.internet.rk.common.CMNListener;
+import com.qel.internet.rk.common.CMNServer;
+import com.qel.internet.rk.common.CMNServerWeights;
+import com.qel.internet.rk.common.CMNStatus;
+import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.Objects;
+
+/** What the classes of the module do by themselves, without the native library. */
+final class ModuleTest {
+    private static int failures;
+
+    private static void expect(String what, Object actual, Object expected) {
+        if (!Objects.equals(actual, expected)) {
+            System.err.println(what + ": " + actual + " instead of " + expected);
+            failures++;
+        }
+    }
+
+    private static void statusesHaveMeanings() {
+        expect("0", CMNStatus.describe(0), "success");
+        expect("one meaning", CMNStatus.describe(-4), "the cluster exists already");
+        expect("one meaning in a family", CMNStatus.describe(-4, Family.CLUSTER), "the cluster exists already");
+        expect("-57 of ports", CMNStatus.describe(-57, Family.PORT),
+                "the server limit is negative, or below the number of servers that the port has");
+        expect("-57 of rules", CMNStatus.describe(-57, Family.RULE), "the rule does not exist");
+        expect("-58 of servers", CMNStatus.describe(-58, Family.SERVER),
+                "the most connections per second are negative");
+        expect("-58 of rules", CMNStatus.describe(-58, Family.RULE),
+                "the priority is out of range, or another rule of the port has it");
+        expect("-57 of any", CMNStatus.describe(-57),
+                "the server limit is negative, or below the number of servers that the port has; or: the rule does not"
+                        + " exist");
+        expect("-57 of a family that has none", CMNStatus.describe(-57, Family.SYSTEM), CMNStatus.describe(-57));
+        expect("-10 of any", CMNStatus.describe(-10), "the port number is outside 0 to 65535");
+        expect("error number", CMNStatus.describe(19), "the device reported error number 19");
+        expect("unknown", CMNStatus.describe(-12345), "a status of the executor's own");
+        expect("lowest", CMNStatus.describe(Integer.MIN_VALUE, Family.PORT), "a status of the executor's own");
+    }
+
+    private static void listenersAreCountedAndMadeWhereTheExecutorHasMore() {
+        CMNServer added = new CMNServer();
+        CMNListener listener = new CMNListener(0x0A000001, 8080);
+        added.addListener(listener);
+        expect("count", added._iNumListeners, 1);
+        expect("first", added.getListener(0), listener);
+        added.addListenersFromNative(2);
+        expect("count after more", added._iNumListeners, 2);
+        expect("first after more", added.getListener(0), listener);
+        expect("second's address", added.getListener(1).getIntAddress(), 0);
+
+        CMNServer fresh = new CMNServer();
+        expect("made on demand", fresh.getListener(0) != null, true);
+        expect("made and counted", fresh._iNumListeners, 1);
+        expect("the same again", fresh.getListener(0), fresh.listeners.get(0));
+        expect("a gap", fresh.getListener(2), null);
+        expect("a negative index", fresh.getListener(-1), null);
+
+        CMNServer counted = new CMNServer();
+        counted._iNumListeners = 1;
+        expect("counted and never added", counted.getListener(0), null);
+    }
+
+    private static void serversAndListenersTakeWhatTheStatusBrings() {
+        CMNServer server = new CMNServer();
+        server.setConnectTimeoutFromNative(11);
+        server.setWaitForContinueFromNative(12);
+        expect("connect time-out", server.getConnectTimeout(), 11);
+        expect("wait for complete", server.getIntWaitForComplete(), 12);
+
+        CMNListener listener = new CMNListener();
+        listener.setAddress(0x0A000001);
+        listener._iMapPort = 80;
+        listener._iProtocol = 2;
+        expect("address", listener.getIntAddress(), 0x0A000001);
+        expect("port", listener.getMapPort(), 80);
+        expect("protocol", listener.getProtocol(), 2);
+        expect("key ring", listener.getKeyRing(), "");
+        expect("stash file", listener.getStashFile(), "");
+    }
+
+    private static void weightsHaveRoomForEachServer() {
+        CMNServerWeights weights = new CMNServerWeights(2);
+        weights.setServerId("one", 1);
+        expect("identifier", weights.sServerID[1], "one");
+        for (int length : new int[] {weights.iServerIdKey.length, weights.iWeight.length, weights.bFixedWeight.length,
+                weights.ucQuiescedDown.length, weights.iAddress.length, weights.iTotalConns.length,
+                weights.iActiveConns.length, weights.iRC.length}) {
+            expect("room", length, 2);
+        }
+    }
+
+    public static void main(String[] arguments) {
+        statusesHaveMeanings();
+        listenersAreCountedAndMadeWhereTheExecutorHasMore();
+        serversAndListenersTakeWhatTheStatusBrings();
+        weightsHaveRoomForEachServer();
+        System.exit(failures == 0 ? 0 : 1);
+    }
+}

@@ -1,0 +1,63 @@
+// The console in a terminal.
+#include "console_process.h"
+
+#include <gtest/gtest.h>
+
+namespace rk {
+namespace {
+
+constexpr char kPrompt[] = "rk-console> ";
+
+TEST(Interactive, CompletesCommandsOptionsAndNames) {
+    const std::string home = makeFolder();
+    TerminalSession session = openTerminal({{}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=" + home}});
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+
+    type(session, "clu\tadd web-farm --addr\t10.0.0.1\r");
+    ASSERT_TRUE(waitFor(session, "ok\r\n")) << session.seen;
+    type(session, "! cluster status mail\r");
+    ASSERT_TRUE(waitFor(session, "cluster status: status -5: the cluster does not exist")) << session.seen;
+    type(session, "cluster status nothing --bogus\r");
+    ASSERT_TRUE(waitFor(session, "there is no option '--bogus'")) << session.seen;
+
+    const std::size_t before = session.seen.size();
+    type(session, "cluster stat\twe\t\r");
+    ASSERT_TRUE(waitFor(session, "0x", before)) << session.seen;
+    EXPECT_NE(session.seen.find("identifier ", before), std::string::npos) << session.seen;
+    EXPECT_NE(session.seen.find("web-farm", before), std::string::npos) << session.seen;
+
+    // Names further down are offered by what was typed before them.
+    type(session, "port add web-farm 8080\r");
+    ASSERT_TRUE(waitFor(session, kPrompt, session.seen.size())) << session.seen;
+    type(session, "server add web-farm 8080 first-server\r");
+    ASSERT_TRUE(waitFor(session, kPrompt, session.seen.size())) << session.seen;
+    type(session, "rule add web-farm 8080 night --type 2\r");
+    ASSERT_TRUE(waitFor(session, kPrompt, session.seen.size())) << session.seen;
+    const std::size_t below = session.seen.size();
+    type(session, "rule server add we\t80\tni\tfi\t\rrule server list web-farm 8080 night --json\r");
+    ASSERT_TRUE(waitFor(session, "[\"first-server\"]", below)) << session.seen;
+    type(session, "system mode ke\t\r");
+    ASSERT_TRUE(waitFor(session, "system mode kernel", below)) << session.seen;
+
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0);
+    EXPECT_EQ(session.seen.find("WARN"), std::string::npos) << session.seen;
+    const std::string history = readFile(home + "/.rk_console_history");
+    EXPECT_NE(history.find("cluster add web-farm --address 10.0.0.1"), std::string::npos) << history;
+}
+
+TEST(Interactive, EndOfInputEndsIt) {
+    TerminalSession session =
+        openTerminal({{"--user"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/nowhere/at/all"}});
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "cluster list --json\r");
+    ASSERT_TRUE(waitFor(session, "[]")) << session.seen;
+    ASSERT_TRUE(waitFor(session, kPrompt, session.seen.rfind("[]"))) << session.seen;
+    type(session, "\x04");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+    EXPECT_EQ(session.seen.find("WARN"), std::string::npos) << session.seen;
+    EXPECT_EQ(session.seen.find("Exception"), std::string::npos) << session.seen;
+}
+
+} // namespace
+} // namespace rk
