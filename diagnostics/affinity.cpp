@@ -22,7 +22,7 @@ constexpr char kBanner[] = "AFFINITY COMMANDS SHOULD BE USED FOR DEBUGGING\n"
 void appendEntries(ReportText &report, const AffinityRecord &record) {
     appendText(report, record.alternativeHeader != 0 ? "ServerAddr - Age - Len - ID \n"
                                                      : "ClientAddr - ServerAddr - NumActive - Age(sec)\n");
-    for (int i = 0; i < entriesWithin(record.count, kWireAffinities); ++i) {
+    for (int i = 0; i < entriesWithin(static_cast<int32_t>(record.count), kWireAffinities); ++i) {
         const AffinityEntry &entry = record.entries[i];
         const uint32_t client = ntohl(entry.clientAddress);
         const uint32_t server = ntohl(entry.serverAddress);
@@ -66,6 +66,12 @@ int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, in
     return read ? 0 : kStatusOther;
 }
 
+// Not after an array that could not take its values: its exception is pending.
+void columnToJava(JNIEnv *env, jobject request, const char *name, int count, const jint *values) {
+    if (!env->ExceptionCheck())
+        SetJavaIntArrayField(env, request, name, 0, count, values);
+}
+
 int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
     constexpr std::size_t kColumns = 4;
     const auto size = static_cast<std::size_t>(count);
@@ -81,10 +87,10 @@ int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries
         actives[i] = static_cast<jint>(entries[i].activeConnections);
         ages[i] = static_cast<jint>(entries[i].stamp);
     }
-    SetJavaIntArrayField(env, request, "aiClientAddr", 0, count, clients);
-    SetJavaIntArrayField(env, request, "aiServerAddr", 0, count, servers);
-    SetJavaIntArrayField(env, request, "aiNumActive", 0, count, actives);
-    SetJavaIntArrayField(env, request, "aiAgeOrResponse", 0, count, ages);
+    columnToJava(env, request, "aiClientAddr", count, clients);
+    columnToJava(env, request, "aiServerAddr", count, servers);
+    columnToJava(env, request, "aiNumActive", count, actives);
+    columnToJava(env, request, "aiAgeOrResponse", count, ages);
     free(clients);
     return 0;
 }
@@ -135,7 +141,8 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     toJava(env, request, "iTime", record.now);
     toJava(env, request, "iNumAffinities", record.count);
     if (record.count != 0)
-        if (const int32_t status = entriesToJava(env, request, record.entries, entriesWithin(record.count, room));
+        if (const int32_t status =
+                entriesToJava(env, request, record.entries, entriesWithin(static_cast<int32_t>(record.count), room));
             status != 0)
             return respond(env, request, status);
     return 0;

@@ -81,9 +81,13 @@ void rk::closeReport(ReportText &report) {
 
 int32_t rk::appendText(ReportText &report, const char *addition) {
     const std::size_t additionLength = strlen(addition);
-    const int32_t status = appendAt(&report.text, report.length, addition, additionLength, &report.size);
-    if (status == 0)
+    // The size that could not be had must not be believed by the next line: dumps go on after a failed one.
+    std::size_t size = report.size;
+    const int32_t status = appendAt(&report.text, report.length, addition, additionLength, &size);
+    if (status == 0) {
+        report.size = size;
         report.length += additionLength;
+    }
     return status;
 }
 

@@ -135,7 +135,7 @@ struct ReportText {
 bool openReport(ReportText &report, std::size_t size);
 void closeReport(ReportText &report);
 
-// As appendbuffer.
+// As appendbuffer; a text that cannot grow leaves the report as it was, for the next one to try again.
 int32_t appendText(ReportText &report, const char *addition);
 
 // Formats one line of at most 255 characters, and appends it; a longer line is cut.
