@@ -48,9 +48,12 @@ bool isPlain(const char *text) {
     return length > 0 && length < kNameBytes && strspn(text, kPlain) == length;
 }
 
-// The address of the object, in host byte order. One that does not parse is the address that no interface has.
+// What an address that does not parse counts as; no interface carries it, and it is looked up nowhere.
+constexpr uint32_t kNoAddress = INADDR_NONE;
+
+// The address of the object, in host byte order.
 uint32_t addressOf(JNIEnv *env, jobject config) {
-    uint32_t address = INADDR_NONE;
+    uint32_t address = kNoAddress;
     JStringFieldToAddr(env, config, "Address", &address);
     return ntohl(address);
 }
@@ -66,7 +69,8 @@ Target findTarget(JNIEnv *env, jobject config) {
     Target target = {};
     target.address = addressOf(env, config);
     target.text = takeText(env, config, "Address");
-    getInterface(0, target.address, target.alias);
+    if (target.address != kNoAddress)
+        getInterface(0, target.address, target.alias);
     return target;
 }
 
@@ -88,7 +92,8 @@ int32_t configure(const Target &target, bool reconfiguring, const char *interfac
 
 // On the interface that the executor's list has on the address's subnet.
 int32_t configureFromList(const Target &target, bool reconfiguring) {
-    const InterfaceRecord *record = findAddressConfigInfo(htonl(target.address));
+    const InterfaceRecord *record =
+        target.address == kNoAddress ? nullptr : findAddressConfigInfo(htonl(target.address));
     if (record == nullptr)
         return kStatusNoInterface;
     char interface[sizeof(record->name) + 1] = {};
