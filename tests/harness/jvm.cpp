@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 
 // Makes the VM take the program itself for the library when Java loads "cmnexecutor".
@@ -30,8 +31,8 @@ jint keepOutput(FILE *, const char *format, va_list arguments) {
 
 JNIEnv *startVm() {
     char classPath[] = "-Djava.class.path=" TEST_CLASS_PATH;
-    char check[] = "-Xcheck:jni";
-    char heap[] = "-Xmx256m";
+    char check[] = JVM_OPTION; // -Xcheck:jni in tests
+    char heap[] = "-Xmx512m";
     char serial[] = "-XX:+UseSerialGC";
     char hook[] = "vfprintf";
     JavaVMOption options[] = {{classPath, nullptr},
@@ -73,6 +74,16 @@ jfieldID field(jobject object, const char *name, const char *descriptor) {
     return id;
 }
 
+// By the constructor of this descriptor; one without parameters does not look at the argument.
+jobject construct(const std::string &name, const char *descriptor, jint argument) {
+    jclass type = classNamed(name);
+    jobject object = env()->NewObject(type, env()->GetMethodID(type, "<init>", descriptor), argument);
+    if (env()->ExceptionCheck())
+        fail("cannot construct", name);
+    env()->DeleteLocalRef(type);
+    return object;
+}
+
 jobject interfaceObject() {
     static const jobject object = env()->NewGlobalRef(make("CMNExecutorInterface"));
     return object;
@@ -104,12 +115,11 @@ const std::string &vmOutput() {
 }
 
 jobject make(const std::string &name) {
-    jclass type = classNamed(name);
-    jobject object = env()->NewObject(type, env()->GetMethodID(type, "<init>", "()V"));
-    if (env()->ExceptionCheck())
-        fail("cannot construct", name);
-    env()->DeleteLocalRef(type);
-    return object;
+    return construct(name, "()V", 0);
+}
+
+jobject makeWithInt(const std::string &name, jint argument) {
+    return construct(name, "(I)V", argument);
 }
 
 jobject makeIntArray(const std::vector<jint> &values) {
@@ -270,8 +280,9 @@ PatchedEnv::~PatchedEnv() {
 
 namespace {
 
-// What patched functions, which are plain functions, work on; `below` is the table that they stand before.
+// What patched functions, which are plain functions, work on. `below` is the table that they stand before.
 const JNINativeInterface_ *below;
+const JNINativeInterface_ *belowFailing; // the same for a FailingMethod, within which others may be used
 std::vector<std::string> names;
 std::multiset<const void *> kept;
 std::string failingName;
@@ -306,7 +317,7 @@ void giveBack(const void *reference) {
 bool failsNow(JNIEnv *e, const char *exception) {
     if (--untilFailure != 0)
         return false;
-    below->ThrowNew(e, below->FindClass(e, exception), failingName.c_str());
+    belowFailing->ThrowNew(e, belowFailing->FindClass(e, exception), failingName.c_str());
     return true;
 }
 
@@ -317,7 +328,7 @@ bool callFails(JNIEnv *e, jmethodID id) {
 } // namespace
 
 FailingMethod::FailingMethod(const std::string &name, Failure failure, int which) {
-    below = original;
+    belowFailing = original;
     failingName = name;
     failingWay = failure;
     untilFailure = which;
@@ -326,20 +337,34 @@ FailingMethod::FailingMethod(const std::string &name, Failure failure, int which
         const bool named = failingName == member;
         if (named && failingWay == Failure::lookUp && failsNow(e, "java/lang/NoSuchMethodError"))
             return nullptr;
-        const jmethodID id = below->GetMethodID(e, type, member, descriptor);
+        const jmethodID id = belowFailing->GetMethodID(e, type, member, descriptor);
         if (named)
             failingMethod = id;
         return id;
     };
     functions.CallIntMethodV = [](JNIEnv *e, jobject object, jmethodID id, va_list arguments) {
-        return callFails(e, id) ? 0 : below->CallIntMethodV(e, object, id, arguments);
+        return callFails(e, id) ? 0 : belowFailing->CallIntMethodV(e, object, id, arguments);
     };
     functions.CallVoidMethodV = [](JNIEnv *e, jobject object, jmethodID id, va_list arguments) {
         if (!callFails(e, id))
-            below->CallVoidMethodV(e, object, id, arguments);
+            belowFailing->CallVoidMethodV(e, object, id, arguments);
     };
     functions.CallObjectMethodV = [](JNIEnv *e, jobject object, jmethodID id, va_list arguments) {
-        return callFails(e, id) ? nullptr : below->CallObjectMethodV(e, object, id, arguments);
+        return callFails(e, id) ? nullptr : belowFailing->CallObjectMethodV(e, object, id, arguments);
+    };
+}
+
+// The VM itself takes characters when it loads the library and, of their symbols, when natives are called first.
+FailingCharacters::FailingCharacters(int which) {
+    interfaceObject();
+    belowFailing = original;
+    untilFailure = which;
+    functions.GetStringUTFChars = [](JNIEnv *e, jstring string, jboolean *isCopy) -> const char * {
+        const char *characters = belowFailing->GetStringUTFChars(e, string, isCopy);
+        if (characters == nullptr || strncmp(characters, "Java_", 5) == 0 || --untilFailure != 0)
+            return characters;
+        belowFailing->ReleaseStringUTFChars(e, string, characters);
+        return nullptr;
     };
 }
 
@@ -390,30 +415,6 @@ std::size_t referencesKept(const std::function<void()> &action) {
     };
     action();
     return kept.size();
-}
-
-int charactersHeld(const std::function<void()> &action, int failing) {
-    static int requests;
-    static int failingRequest;
-    static int held;
-    static const JNINativeInterface_ *original;
-    requests = 0;
-    failingRequest = failing;
-    held = 0;
-    PatchedEnv patched;
-    original = patched.original;
-    patched.functions.GetStringUTFChars = [](JNIEnv *e, jstring string, jboolean *copied) -> const char * {
-        if (++requests == failingRequest)
-            return nullptr;
-        ++held;
-        return original->GetStringUTFChars(e, string, copied);
-    };
-    patched.functions.ReleaseStringUTFChars = [](JNIEnv *e, jstring string, const char *characters) {
-        --held;
-        original->ReleaseStringUTFChars(e, string, characters);
-    };
-    action();
-    return held;
 }
 
 } // namespace java

@@ -20,6 +20,7 @@ const std::string &vmOutput();
 
 // New objects by their default constructor; `name` is a class of the API module or, with a slash, a full name.
 jobject make(const std::string &name);
+jobject makeWithInt(const std::string &name, jint argument); // by the constructor that takes an int
 jobject makeIntArray(const std::vector<jint> &values);
 jobject makeByteArray(const std::vector<int> &values);
 jstring makeString(const std::string &text);
@@ -74,12 +75,13 @@ struct FailingMethod : PatchedEnv {
     FailingMethod(const std::string &name, Failure failure, int which = 1);
 };
 
+// While it lives, the request for a string's characters with number `which` (from 1) gives none.
+struct FailingCharacters : PatchedEnv {
+    explicit FailingCharacters(int which);
+};
+
 // The fields that the library looks up while `action` runs, in order.
 std::vector<std::string> fieldsLookedUp(const std::function<void()> &action);
-
-// How many strings' characters the library obtains while `action` runs and does not release. The request for characters
-// with number `failing` (from 1; 0: none) gives none.
-int charactersHeld(const std::function<void()> &action, int failing = 0);
 
 // The same with the methods, as "name()", in between.
 std::vector<std::string> membersLookedUp(const std::function<void()> &action);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 using executor::Image;
 using Names = std::vector<std::string>;
@@ -41,6 +42,27 @@ inline Names tail(const Names &names, std::size_t count) {
     return {names.end() - static_cast<std::ptrdiff_t>(std::min(count, names.size())), names.end()};
 }
 
+inline Names namesOf(std::span<const WrittenFlag> flags) {
+    Names names;
+    for (const WrittenFlag &flag : flags)
+        names.emplace_back(flag.name);
+    return names;
+}
+
+// What an executor leaves in a flag by markFlags.
+inline int markOf(const WrittenFlag &flag) {
+    return static_cast<int>(flag.offset % 100 + 1);
+}
+
+// Returns this result, with a different value in each flag.
+inline executor::Answer markFlags(std::span<const WrittenFlag> flags, int32_t result) {
+    return [=](uint8_t *block, uint32_t) {
+        for (const WrittenFlag &flag : flags)
+            block[flag.offset] = static_cast<uint8_t>(markOf(flag));
+        return result;
+    };
+}
+
 // Succeeds, and replaces all but the header with what the image holds.
 inline executor::Answer replyImage(const Image &image) {
     return [bytes = image.bytes](uint8_t *block, uint32_t) {
@@ -61,7 +83,7 @@ inline void expectStatuses(const std::vector<Method> &methods, const std::vector
             }
 }
 
-// Asks for a list with the library's allocations and the strings it obtains counted.
+// Asks for a list with what the library allocates and obtains from Java counted.
 struct ListTest : LibraryTest {
     void SetUp() override {
         LibraryTest::SetUp();
@@ -71,7 +93,7 @@ struct ListTest : LibraryTest {
     jint counted(const std::function<jint()> &ask) {
         jint status = 0;
         calls::countAllocations(failing);
-        characters = java::charactersHeld([&] { status = ask(); });
+        references = java::referencesKept([&] { status = ask(); });
         held = calls::blocksHeld();
         sizes = calls::allocationSizes();
         calls::countAllocations();
@@ -95,15 +117,44 @@ struct ListTest : LibraryTest {
         return result;
     }
 
-    // Nothing of the call is left, and the list is as it was before it.
     void expectNothingHeld() const {
         EXPECT_EQ(held, 0);
-        EXPECT_EQ(characters, 0);
+        EXPECT_EQ(references, 0u);
+    }
+
+    // Asking ends with this status after these commands; the list stays empty, and nothing is left.
+    void expectNoList(const std::function<jint()> &ask, jint status, const std::vector<int32_t> &commands) {
+        EXPECT_EQ(counted(ask), status);
+        EXPECT_EQ(executor::commandsSent(), commands);
+        EXPECT_EQ(java::text(list), "");
+        expectNothingHeld();
+    }
+
+    // Every reason for which the last of these commands is refused becomes its status; `prepare` answers the others.
+    void expectListStatuses(const std::vector<ReasonRow> &rows, const std::vector<int32_t> &commands,
+                            const std::function<void()> &prepare, const std::function<jint()> &ask) {
+        for (const ReasonRow &row : rows)
+            for (const int32_t result : {-1, 19}) {
+                SCOPED_TRACE(row.reason);
+                executor::reset();
+                prepare();
+                executor::answer(commands.back(), executor::refuse(row.reason, result));
+                expectNoList(ask, row.status, commands);
+            }
+    }
+
+    // What the report that tells the number of entries ends with is the list's status.
+    void expectReportStatuses(int32_t report, const std::function<jint()> &ask) {
+        for (const int32_t result : {-1, 17}) {
+            executor::reset();
+            executor::answer(report, executor::refuse(-5, result));
+            expectNoList(ask, result, {report});
+        }
     }
 
     jobject list = nullptr;
-    int failing = 0;     // the allocation that is to fail, from 1
-    int held = -1;       // blocks of memory that the call left
-    int characters = -1; // strings' characters that the call left
+    int failing = 0;            // the allocation that is to fail, from 1
+    int held = -1;              // blocks of memory that the call left
+    std::size_t references = 1; // local references and strings' characters that the call left
     std::vector<std::size_t> sizes;
 };

@@ -16,6 +16,7 @@ namespace {
 constexpr int kFirstDescriptor = 1000;
 
 calls::Device deviceState = calls::Device::real;
+std::string devicePath;
 int nextDescriptor = kFirstDescriptor;
 std::function<int(void *)> ioctlAction;
 std::vector<std::string> deviceRecord;
@@ -26,6 +27,9 @@ std::vector<std::size_t> sizes;
 std::set<void *> held;
 std::vector<std::string> names;
 std::vector<unsigned> secondsSlept;
+std::function<calls::Outcome(const std::string &)> commandAction;
+std::vector<std::string> commandRecord;
+std::set<FILE *> streams;
 
 template <typename... Arguments> void record(const char *format, Arguments... arguments) {
     char text[64];
@@ -34,7 +38,7 @@ template <typename... Arguments> void record(const char *format, Arguments... ar
 }
 
 bool isDevice(const char *path) {
-    return deviceState != calls::Device::real && strcmp(path, "/dev/qelxw") == 0;
+    return deviceState != calls::Device::real && path == devicePath;
 }
 
 bool isDevice(int descriptor) {
@@ -83,10 +87,13 @@ void reset() {
     held.clear();
     names.clear();
     secondsSlept.clear();
+    commandAction = nullptr;
+    commandRecord.clear();
 }
 
-void device(Device state) {
+void device(Device state, const char *path) {
     deviceState = state;
+    devicePath = path;
 }
 
 void onIoctl(std::function<int(void *)> action) {
@@ -116,6 +123,15 @@ std::vector<std::size_t> allocationSizes() {
     return sizes;
 }
 
+void onCommand(std::function<Outcome(const std::string &command)> action) {
+    commandAction = std::move(action);
+    commandRecord.clear();
+}
+
+const std::vector<std::string> &commands() {
+    return commandRecord;
+}
+
 const std::vector<std::string> &namesResolved() {
     return names;
 }
@@ -135,6 +151,9 @@ void *__real_malloc(std::size_t size);
 void *__real_calloc(std::size_t count, std::size_t size);
 void *__real_realloc(void *block, std::size_t size);
 void __real_free(void *block);
+int __real_system(const char *command);
+FILE *__real_popen(const char *command, const char *mode);
+int __real_pclose(FILE *stream);
 
 int __wrap_open(const char *path, int flags, ...) {
     if (!isDevice(path)) {
@@ -205,6 +224,39 @@ hostent *__wrap_gethostbyname(const char *name) {
     host.h_length = sizeof(address);
     host.h_addr_list = addresses;
     return &host;
+}
+
+int __wrap_system(const char *command) {
+    if (!commandAction)
+        return __real_system(command);
+    commandRecord.push_back(std::string("system ") + command);
+    return commandAction(command).status;
+}
+
+FILE *__wrap_popen(const char *command, const char *mode) {
+    if (!commandAction)
+        return __real_popen(command, mode);
+    commandRecord.push_back(std::string("popen ") + mode + " " + command);
+    const calls::Outcome outcome = commandAction(command);
+    FILE *stream = nullptr;
+    if (outcome.stream == calls::Stream::unreadable) {
+        stream = fopen("/dev/null", "w");
+    } else if (outcome.stream == calls::Stream::readable) {
+        // A real descriptor, as the library reads without the stream's buffer.
+        stream = tmpfile();
+        fputs(outcome.output.c_str(), stream);
+        rewind(stream);
+    }
+    if (stream != nullptr)
+        streams.insert(stream);
+    return stream;
+}
+
+int __wrap_pclose(FILE *stream) {
+    if (streams.erase(stream) == 0)
+        return __real_pclose(stream);
+    commandRecord.emplace_back("pclose");
+    return fclose(stream);
 }
 
 unsigned __wrap_sleep(unsigned seconds) {

@@ -16,8 +16,8 @@ void reset();
 
 enum class Device { real, absent, present };
 
-// `absent`: opening it fails with ENOENT. `present`: it opens as descriptor 1000, 1001, ...
-void device(Device state);
+// `absent`: opening it fails with ENOENT. `present`: it opens as descriptor 1000, 1001, ... Another file can be given.
+void device(Device state, const char *path = "/dev/qelxw");
 
 // What its ioctl does; without one the scripted executor performs the block and ioctl returns 0.
 void onIoctl(std::function<int(void *block)> action);
@@ -32,6 +32,22 @@ void countAllocations(int failing = 0);
 int allocations();                          // since countAllocations
 int blocksHeld();                           // allocated and not freed since countAllocations
 std::vector<std::size_t> allocationSizes(); // since countAllocations, of malloc, calloc and realloc
+
+// --- Commands --------------------------------------------------------------------------------------------------------
+
+// What becomes of a command line: what `system` returns, or what a `popen` stream has to read.
+enum class Stream { readable, unreadable, notOpened };
+struct Outcome {
+    int status = 0;
+    Stream stream = Stream::readable;
+    std::string output;
+};
+
+// From now on no command runs: this tells what would have become of it.
+void onCommand(std::function<Outcome(const std::string &command)> action);
+
+// What was asked for since then: "system LINE", "popen r LINE" and "pclose", in order.
+const std::vector<std::string> &commands();
 
 // --- Names -----------------------------------------------------------------------------------------------------------
 
