@@ -30,6 +30,6 @@ find_package(cmnexecutor 1.0 REQUIRED)
 add_executable(user main.cpp)
 target_link_libraries(user PRIVATE cmnexecutor::rk_headers)
 CODE
-cmake -S "$folder" -B "$folder/build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$folder/usr" > "$folder/log"
+cmake -S "$folder" -B "$folder/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$folder/usr" > "$folder/log"
 cmake --build "$folder/build" > "$folder/log"
 "$folder/build/user"
