@@ -1,5 +1,5 @@
 // Clusters.
-#include "harness/library_test.h"
+#include "harness/record_test.h"
 
 #include "config/clusters.h"
 #include "rk/channel.h"
@@ -8,18 +8,6 @@
 #include <cstring>
 
 namespace {
-
-using executor::Image;
-using Names = std::vector<std::string>;
-
-constexpr uint32_t kKeyOfWeb = 0x4A3; // of "web"; worked out below
-
-struct Setting {
-    const char *flag;
-    std::size_t flagOffset;
-    void (*give)(jobject cluster);
-    void (*expect)(Image &image);
-};
 
 // In the order in which the library reads them.
 const Setting kSettings[] = {
@@ -75,11 +63,6 @@ const Names kWriteBack = {"SetMaxNumberOfPorts",
                           "SetNatPtAddress"};
 const std::size_t kWriteBackOffsets[] = {84, 93, 85, 86, 87, 88, 89, 90, 91, 94, 92, 95, 169};
 
-struct ReasonRow {
-    int32_t reason;
-    int32_t status;
-};
-
 struct ClustersTest : LibraryTest {
     void SetUp() override {
         LibraryTest::SetUp();
@@ -100,10 +83,6 @@ struct ClustersTest : LibraryTest {
         for (const Setting &setting : kSettings)
             image.byte(setting.flagOffset, 0);
         return image;
-    }
-
-    static Names tail(const Names &names, std::size_t count) {
-        return {names.end() - static_cast<std::ptrdiff_t>(std::min(count, names.size())), names.end()};
     }
 
     jobject cluster = nullptr;

@@ -1,5 +1,5 @@
 // The executor's own settings and counters.
-#include "harness/library_test.h"
+#include "harness/record_test.h"
 
 #include "config/executor_settings.h"
 #include "rk/channel.h"
@@ -8,17 +8,6 @@
 #include <ctime>
 
 namespace {
-
-using executor::Image;
-using Names = std::vector<std::string>;
-
-// A setting: its flag, and what it puts into the record when the flag is 1.
-struct Setting {
-    const char *flag;
-    std::size_t flagOffset;
-    void (*give)(jobject status);
-    void (*expect)(Image &image);
-};
 
 // In the order in which the library reads them.
 const Setting kSettings[] = {
