@@ -3,40 +3,27 @@
 #include "executor/reasons.h"
 #include "executor/values.h"
 
-#include <cstdarg>
-#include <ctime>
-
 namespace rk {
 
 namespace {
 
-// Appends as much as there is room for. The log uses no other memory, so that it can tell of a lack of it.
-[[gnu::format(printf, 2, 3)]] void append(LogSubject &subject, const char *format, ...) {
-    const std::size_t length = textIn(subject.text).size();
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(subject.text + length, sizeof subject.text - length, format, arguments);
-    va_end(arguments);
-}
-
-// A name comes from a caller: what would break the line becomes a question mark.
-void appendName(LogSubject &subject, std::string_view name) {
-    for (const char character : name) {
-        const bool isControl = static_cast<unsigned char>(character) < ' ' || character == '\x7f';
-        append(subject, "%c", isControl ? '?' : character);
-    }
-}
-
-void appendNameAndKey(LogSubject &subject, const char *kind, std::string_view name, uint32_t key) {
-    append(subject, " %s=", kind);
-    appendName(subject, name);
-    append(subject, "(0x%08x)", static_cast<unsigned int>(key));
+bool isTraced(const ExecutorState &state, const CommandRow *row, int32_t reason) {
+    if (row == nullptr)
+        return isTraced(state, kTraceRefusals, kExecutorFamily.traceBit);
+    if (reason != 0)
+        return isTraced(state, kTraceRefusals, row->family.traceBit);
+    return isTraced(state, row->effect == kReads ? kTraceReads : kTraceChanges, row->family.traceBit);
 }
 
 } // namespace
 
-LogSubject describeSubject(ExecutorState &state, const CommandRow &row, const CommandHeader &block) {
-    LogSubject subject{};
+bool isLogged(const ExecutorState &state, const CommandRow *row, int32_t reason) {
+    return state.log != nullptr || isTraced(state, row, reason);
+}
+
+LogText describeSubject(ExecutorState &state, const CommandRow &row, const CommandHeader &block) {
+    LogText subject{};
+    row.describe(subject, block);
     const CommandKeys keys = row.keysOf(block);
     if (!keys.clusterKey)
         return subject;
@@ -72,23 +59,24 @@ LogSubject describeSubject(ExecutorState &state, const CommandRow &row, const Co
     return subject;
 }
 
-void logCommand(std::FILE *log, const CommandRow *row, const CommandHeader &block, const LogSubject &subject) {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&now, &parts);
-    char time[32];
-    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%SZ", &parts);
-
-    std::fprintf(log, "%s %s", time, row == nullptr ? "unknownCommand" : row->name);
+void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject) {
+    LogText line{};
+    appendTime(line);
+    append(line, " %s", row == nullptr ? "unknownCommand" : row->name);
     if (row == nullptr)
-        std::fprintf(log, " command=%d", static_cast<int>(block.command));
-    std::fprintf(log, "%s result=%d", subject.text, block.result);
+        append(line, " command=%d", static_cast<int>(block.command));
+    append(line, "%s result=%d", subject.text, block.result);
     if (block.reason == kWrongLength)
-        std::fprintf(log, " length=%u", static_cast<unsigned int>(block.length));
+        append(line, " length=%u", static_cast<unsigned int>(block.length));
     if (block.reason != 0)
-        std::fprintf(log, " reason=%d (%s)", block.reason, reasonText(block.reason));
-    std::fprintf(log, "\n");
-    std::fflush(log);
+        append(line, " reason=%d (%s)", block.reason, reasonText(block.command, block.reason));
+
+    if (isTraced(state, row, block.reason))
+        addLine(state.trace, line.text);
+    if (state.log != nullptr) {
+        std::fprintf(state.log, "%s\n", line.text);
+        std::fflush(state.log);
+    }
 }
 
 } // namespace rk

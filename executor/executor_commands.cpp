@@ -1,5 +1,6 @@
 // The executor's own settings and counters.
 #include "executor/commands.h"
+#include "executor/log_text.h"
 #include "executor/port_defaults.h"
 #include "executor/reasons.h"
 #include "executor/settings.h"
@@ -23,11 +24,13 @@ bool areSettingsValid(const ExecutorSettingsRecord &settings, int32_t numberOfCl
 
 } // namespace
 
-void startExecutor(Executor &executor) {
-    executor = Executor{};
-    executor.timeStarted = static_cast<int32_t>(std::time(nullptr));
+void startExecutor(ExecutorState &state) {
+    state.isStarted = true;
+    state.executor = Executor{};
+    state.executor.timeStarted = static_cast<int32_t>(std::time(nullptr));
 
-    ExecutorSettingsRecord &settings = executor.settings;
+    ExecutorSettingsRecord &settings = state.executor.settings;
+    settings.traceLevel = kDefaultTraceLevel;
     settings.maxNumberOfClusters = kDefaultMaxClusters;
     settings.defaultClusterMaxPorts = kDefaultClusterMaxPorts;
     settings.finTimeout = splitInt64(kDefaultFinTimeout);
@@ -38,6 +41,12 @@ void startExecutor(Executor &executor) {
     settings.defaultPortStickyTime = splitInt64(kDefaultStickyTime);
     settings.defaultPortWeightBound = kDefaultWeightBound;
     settings.defaultPortType = kPortTypeTcpAndUdp;
+
+    state.trace.length = 0;
+    LogText line{};
+    appendTime(line);
+    append(line, " executor started");
+    addLine(state.trace, line.text);
 }
 
 int32_t readExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record) {

@@ -23,7 +23,7 @@ int32_t performRow(ExecutorState &state, const CommandRow &row, CommandHeader &b
     try {
         return row.perform(state, block);
     } catch (const std::exception &) {
-        return row.outOfMemory; // nothing else is thrown
+        return row.family.outOfMemory; // nothing else is thrown
     }
 }
 
@@ -32,8 +32,9 @@ int32_t performRow(ExecutorState &state, const CommandRow &row, CommandHeader &b
 int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     const CommandRow *row = findCommand(block->command);
     const bool isReadable = row != nullptr && isLengthRight(*row, *block);
-    LogSubject subject{}; // described beforehand: what a command removes still has its name then
-    if (state.log != nullptr && isReadable)
+    LogText subject{}; // described beforehand: what a command removes still has its name then
+    const bool isDescribed = isReadable && isLogged(state, row, 0);
+    if (isDescribed)
         subject = describeSubject(state, *row, *block);
 
     int32_t reason = 0;
@@ -50,8 +51,11 @@ int32_t performCommand(ExecutorState &state, CommandHeader *block) {
         clearFlags(row->settings, *block);
     block->result = reason == 0 ? 0 : -1;
     block->reason = reason;
-    if (state.log != nullptr)
-        logCommand(state.log, row, *block, subject);
+    if (isReadable && !isDescribed && isLogged(state, row, reason)) // a refused command has changed nothing
+        subject = describeSubject(state, *row, *block);
+    if (isLogged(state, row, reason))
+        logCommand(state, row, *block, subject);
+    ++state.executor.counters.commands;
     return block->result;
 }
 

@@ -1,5 +1,7 @@
 #include "executor/reasons.h"
 
+#include <span>
+
 namespace rk {
 
 namespace {
@@ -9,11 +11,29 @@ struct ReasonRow {
     const char *text;
 };
 
+// These numbers mean something else in all other commands.
+constexpr ReasonRow kHeartbeatRows[] = {
+    {kHeartbeatExists, "heartbeat exists already"},
+    {kHeartbeatPair, "addresses not usable for a heartbeat, or no room for more"},
+};
+
 constexpr ReasonRow kReasonRows[] = {
     {kNotStarted, "executor not started"},
     {kUnknownCommand, "unknown command"},
     {kWrongLength, "length does not fit the command"},
     {kOutOfRange, "value out of range"},
+    {kOutOfMemory, "out of memory"},
+
+    {kNoBackup, "there is no backup"},
+    {kBackupExists, "backup exists already"},
+    {kUnknownHeartbeat, "unknown heartbeat"},
+    {kReachTargetExists, "reach target exists already"},
+    {kReachTargetLimit, "reach target limit reached"},
+    {kUnknownReachTarget, "unknown reach target"},
+    {kInterfacesUnreadable, "network interfaces cannot be read"},
+    {kConnectionExists, "connection exists already"},
+    {kUnknownConnection, "unknown connection"},
+    {kUnknownAffinity, "unknown affinity"},
 
     {kUnknownCluster, "unknown cluster"},
     {kClusterExists, "cluster exists already"},
@@ -56,14 +76,24 @@ constexpr ReasonRow kReasonRows[] = {
     {kServerNotInRule, "server is not in the rule"},
 };
 
-} // namespace
-
-const char *reasonText(int32_t reason) {
-    for (const ReasonRow &row : kReasonRows) {
+// Null when it is not among the rows.
+const char *findText(std::span<const ReasonRow> rows, int32_t reason) {
+    for (const ReasonRow &row : rows) {
         if (row.reason == reason)
             return row.text;
     }
-    return "unknown reason";
+    return nullptr;
+}
+
+} // namespace
+
+const char *reasonText(Command command, int32_t reason) {
+    const char *text = nullptr;
+    if (command == Command::addHeartbeat)
+        text = findText(kHeartbeatRows, reason);
+    if (text == nullptr)
+        text = findText(kReasonRows, reason);
+    return text == nullptr ? "unknown reason" : text;
 }
 
 } // namespace rk

@@ -1,7 +1,8 @@
-// The reason codes that the executor gives with a refused command. Each number has one meaning in all commands.
+// The reason codes that the executor gives with a refused command. Each number has one meaning in all commands, but for
+// those of addHeartbeat, which other commands give for something else.
 #pragma once
 
-#include <cstdint>
+#include "rk/command_header.h"
 
 namespace rk {
 
@@ -10,6 +11,23 @@ inline constexpr int32_t kNotStarted = -100;     // the executor does not run
 inline constexpr int32_t kUnknownCommand = -101; // the command code is none of this executor's
 inline constexpr int32_t kWrongLength = -102;    // the length word is not what the command and its count need
 inline constexpr int32_t kOutOfRange = -103;     // a value is out of range, or a text too long, and has no own reason
+
+// Of the commands whose clients do not tell reasons apart; likewise without a counterpart.
+inline constexpr int32_t kOutOfMemory = -104;          // in a command whose family has no own reason for it
+inline constexpr int32_t kNoBackup = -105;             // there is no backup
+inline constexpr int32_t kBackupExists = -106;         // there is one already
+inline constexpr int32_t kUnknownHeartbeat = -107;     // no heartbeat has the address at either end
+inline constexpr int32_t kReachTargetExists = -108;    // a reach target has the address already
+inline constexpr int32_t kReachTargetLimit = -109;     // there are as many reach targets as the record holds
+inline constexpr int32_t kUnknownReachTarget = -110;   // no reach target has the address or the index
+inline constexpr int32_t kInterfacesUnreadable = -111; // the system does not tell its network interfaces
+inline constexpr int32_t kConnectionExists = -112;     // the client address and port have a connection to the port
+inline constexpr int32_t kUnknownConnection = -113;
+inline constexpr int32_t kUnknownAffinity = -114; // the client has no affinity record on the port
+
+// Of heartbeats.
+inline constexpr int32_t kHeartbeatExists = -44;
+inline constexpr int32_t kHeartbeatPair = -45; // the addresses are no pair, or there is no room for more
 
 // Of clusters.
 inline constexpr int32_t kUnknownCluster = -5;
@@ -56,7 +74,7 @@ inline constexpr int32_t kServerInRule = -48; // the server is in the rule alrea
 inline constexpr int32_t kMembershipOutOfMemory = -49;
 inline constexpr int32_t kServerNotInRule = -51;
 
-// The reason in words; "unknown reason" for a number that is none of the above.
-const char *reasonText(int32_t reason);
+// The reason of a command in words; "unknown reason" for a number that is none of the above.
+const char *reasonText(Command command, int32_t reason);
 
 } // namespace rk

@@ -5,6 +5,7 @@
 #include "executor/values.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 
 namespace rk {
 
@@ -73,7 +74,22 @@ Target findServerOf(ExecutorState &state, const ServerCommandRecord &record) {
     return target;
 }
 
+// Clients are not bound to a server that is not there.
+void releaseClientsOf(Port &port, uint32_t serverKey) {
+    auto &affinities = port.affinities;
+    std::erase_if(affinities.inOrder, [serverKey](const auto &item) { return item.second->serverKey == serverKey; });
+    std::erase_if(affinities.byKey, [serverKey](const auto &item) { return item.second.serverKey == serverKey; });
+}
+
 } // namespace
+
+// A server has no address of its own but what its first listener or its identifier tells. 0 when neither does.
+NetworkAddress addressOf(const ServerRecord &settings) {
+    if (settings.numberOfListeners > 0)
+        return settings.listeners[0].address;
+    in_addr address{};
+    return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
+}
 
 int32_t addServer(ExecutorState &state, ServerRecord &record) {
     const Target target = findPort(state, record.clusterKey, record.port);
@@ -106,6 +122,7 @@ int32_t removeServer(ExecutorState &state, ServerRecord &record) {
         if (const RuleMember *member = findItem(rule.members, record.serverKey); member != nullptr)
             removeItem(rule.members, record.serverKey, member->order);
     }
+    releaseClientsOf(*target.port, record.serverKey);
     removeItem(target.port->servers, record.serverKey, target.server->order);
     return 0;
 }

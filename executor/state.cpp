@@ -3,6 +3,9 @@
 #include "executor/reasons.h"
 #include "executor/values.h"
 
+#include <algorithm>
+#include <arpa/inet.h>
+
 namespace rk {
 
 Target findCluster(ExecutorState &state, uint32_t clusterKey) {
@@ -41,6 +44,38 @@ Target findRule(ExecutorState &state, uint32_t clusterKey, NetworkPort port, std
     if (target.rule == nullptr)
         target.reason = kUnknownRule;
     return target;
+}
+
+Target findPortByAddress(ExecutorState &state, NetworkAddress clusterAddress, NetworkPort port) {
+    for (const auto &[key, cluster] : state.executor.clusters.byKey) {
+        if (cluster.settings.address.word == clusterAddress.word)
+            return findPort(state, key, port);
+    }
+    Target target;
+    target.reason = kUnknownCluster;
+    return target;
+}
+
+bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit) {
+    const ExecutorSettingsRecord &settings = state.executor.settings;
+    const auto filter = static_cast<uint32_t>(settings.logFilter);
+    return traceBit != 0 && settings.traceLevel >= level && (filter == 0 || (filter & traceBit) != 0);
+}
+
+uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort) {
+    return uint64_t{clientAddress} << 16 | clientPort;
+}
+
+bool isHalfOpen(const Connection &connection) {
+    return (connection.state & kConnectionHalfOpen) != 0;
+}
+
+uint32_t activeConnections(const Port &port, const Affinity &affinity) {
+    const auto first = port.connections.lower_bound(connectionKey(affinity.clientAddress, 0));
+    const auto end = port.connections.upper_bound(connectionKey(affinity.clientAddress, kHighestPortNumber));
+    return static_cast<uint32_t>(std::count_if(first, end, [&affinity](const auto &item) {
+        return ntohl(item.second.serverAddress.word) == affinity.serverAddress;
+    }));
 }
 
 int16_t weightWhenUp(const Server &server) {

@@ -2,8 +2,11 @@
 // unused bytes 0, so that reading them is a copy.
 #pragma once
 
+#include "executor/trace_log.h"
 #include "rk/cluster_records.h"
+#include "rk/diagnostic_records.h"
 #include "rk/executor_records.h"
+#include "rk/ha_records.h"
 #include "rk/port_records.h"
 #include "rk/rule_records.h"
 #include "rk/server_records.h"
@@ -48,12 +51,32 @@ struct Rule {
     OrderedItems<uint32_t, RuleMember> members; // by server key
 };
 
+struct Connection {
+    uint32_t clientAddress = 0; // in host byte order
+    uint16_t clientPort = 0;    // in host byte order
+    NetworkAddress serverAddress{};
+    uint8_t state = 0;  // the caller's; kConnectionHalfOpen is the only flag that the executor knows
+    uint32_t stamp = 0; // when it was made: seconds since 1970
+};
+
+struct Affinity {
+    uint32_t clientAddress = 0; // in host byte order
+    uint32_t serverAddress = 0; // in host byte order
+    uint32_t serverKey = 0;
+    int64_t order = 0;  // order of addition
+    uint32_t stamp = 0; // when the client was last bound to a server: seconds since 1970
+};
+
 struct Port {
     PortRecord settings{};
     uint16_t affinityType = 0; // the cluster's default at the time; no command reads it, it is for whatever forwards
     int32_t connectionsPerSecond = 0;
     OrderedItems<uint32_t, Server> servers; // by server key
     OrderedItems<std::string, Rule> rules;  // by name, in order of priority
+
+    std::map<uint64_t, Connection> connections;  // by client address and port, and in order of them
+    OrderedItems<uint32_t, Affinity> affinities; // by client address
+    int32_t affinitiesReused = 0;                // times that a client was bound again while it had a record
 };
 
 struct Cluster {
@@ -63,9 +86,32 @@ struct Cluster {
     OrderedItems<int32_t, Port> ports; // by port number, and in order of it
 };
 
+// Counters of a state machine, by their place in its record.
+enum FsmCounter : uint8_t {
+    kCountCommands = 0,     // commands on high availability that were performed, but for reading it
+    kCountHeartbeats = 2,   // heartbeats added
+    kCountReachChanges = 4, // reach targets added, changed or deleted
+    kCountTakeOvers = 6,    // take-overs that made it active
+    kCountStateChanges = 10,
+    kCountSubstateChanges = 11,
+    kCountTimersSet = 12,
+};
+
+// What the executor has counted, for the debug dump.
+struct Counters {
+    FsmCounters primary{};
+    FsmCounters backup{};
+    uint32_t commands = 0;
+    uint32_t connectionsReleased = 0;
+};
+
 // What a start begins afresh.
 struct Executor {
     ExecutorSettingsRecord settings{};
+    HaStatusRecord highAvailability{};
+    AttackProtectionRecord attackProtection{};
+    IcmpRecord icmp{};
+    Counters counters{};
     int32_t timeStarted = 0; // seconds since 1970
     int32_t connectionsPerSecond = 0;
     OrderedItems<uint32_t, Cluster> clusters; // by cluster key
@@ -78,7 +124,8 @@ struct ExecutorState {
     bool isProcessReady = false;
     bool isStarted = false;
     std::string installPath;
-    std::FILE *log = nullptr; // null: commands are not logged
+    std::FILE *log = nullptr; // null: there is no log file
+    TraceLog trace;
     Executor executor;
 };
 
@@ -95,6 +142,18 @@ Target findCluster(ExecutorState &state, uint32_t clusterKey);
 Target findPort(ExecutorState &state, uint32_t clusterKey, NetworkPort port);
 Target findServer(ExecutorState &state, uint32_t clusterKey, NetworkPort port, uint32_t serverKey);
 Target findRule(ExecutorState &state, uint32_t clusterKey, NetworkPort port, std::string_view ruleName);
+Target findPortByAddress(ExecutorState &state, NetworkAddress clusterAddress, NetworkPort port);
+
+// Whether the trace log keeps what belongs to a level and to the commands of a family; `traceBit` 0 is never kept.
+bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit);
+
+// The place of a connection among those of a port. Addresses and ports are in host byte order.
+uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort);
+
+bool isHalfOpen(const Connection &connection);
+
+// The number of connections that a bound client has to its server.
+uint32_t activeConnections(const Port &port, const Affinity &affinity);
 
 // The weight that a server has when it is up. One that is set while the server is down waits for that.
 int16_t weightWhenUp(const Server &server);

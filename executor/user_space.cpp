@@ -46,8 +46,7 @@ int32_t EXC_UserInput(rk::CommandHeader *block) {
 int32_t EXC_UsrExecutorInit() {
     if (state.isStarted)
         return kRefused;
-    rk::startExecutor(state.executor);
-    state.isStarted = true;
+    rk::startExecutor(state);
     return kDone;
 }
 

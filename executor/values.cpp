@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
+#include <ctime>
 
 namespace rk {
 
@@ -30,6 +31,19 @@ bool isUnicast(NetworkAddress address) {
     const uint32_t word = ntohl(address.word);
     const bool isMulticast = word >> 28 == 0xE;
     return word != INADDR_ANY && word != INADDR_BROADCAST && !isMulticast;
+}
+
+bool isNetmask(NetworkAddress mask) {
+    const uint32_t hostBits = ~ntohl(mask.word);
+    return (hostBits & (hostBits + 1)) == 0;
+}
+
+uint32_t currentTime() {
+    return static_cast<uint32_t>(std::time(nullptr));
+}
+
+void clearBody(CommandHeader &block) {
+    std::memset(entriesOf<uint8_t>(&block), 0, block.length - sizeof block);
 }
 
 SplitInt64 splitInt64(int32_t value) {

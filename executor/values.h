@@ -2,13 +2,14 @@
 // plain numbers and texts.
 #pragma once
 
-#include "rk/wire_types.h"
+#include "rk/command_header.h"
 
 #include <string_view>
 
 namespace rk {
 
 // What a fresh executor starts with. New clusters and ports inherit the defaults among these.
+inline constexpr int32_t kDefaultTraceLevel = 1; // refusals and starts
 inline constexpr int32_t kDefaultMaxClusters = 100;
 inline constexpr int32_t kDefaultClusterMaxPorts = 64;
 inline constexpr int32_t kDefaultPortMaxServers = 256;
@@ -27,9 +28,39 @@ inline constexpr int16_t kDefaultWeight = 10;     // or the weight bound of the 
 
 inline constexpr int16_t kHighestWeightBound = 100;
 inline constexpr int32_t kHighestStickyBits = 32; // the bits of an address
-inline constexpr int32_t kHighestPortNumber = 65535;
+inline constexpr uint16_t kHighestPortNumber = 65535;
 inline constexpr int32_t kHighestRuleType = 9;
+inline constexpr uint32_t kHighestAttackParameter = 65535;
 inline constexpr std::size_t kLongestIdentifier = 64; // characters
+
+// High availability. The roles and strategies are those that a client asks for; a role of 0 is that of no backup too,
+// which the mode tells apart.
+inline constexpr uint32_t kHaModeAlone = 0; // there is no backup
+inline constexpr uint32_t kHaModePaired = 1;
+inline constexpr uint8_t kHaRolePrimary = 0;
+inline constexpr uint8_t kHaRoleBackup = 1;
+inline constexpr uint8_t kHaRoleBoth = 2;
+inline constexpr uint8_t kHaStrategyAutomatic = 0;
+inline constexpr uint8_t kHaStrategyManual = 1;
+inline constexpr uint8_t kHaStateNone = 0; // there is no backup
+inline constexpr uint8_t kHaStateActive = 1;
+inline constexpr uint8_t kHaStateStandby = 2;
+inline constexpr uint8_t kHaSubstateNone = 0;        // there is no backup
+inline constexpr uint8_t kHaSubstateNoHeartbeat = 1; // no heartbeat is configured
+inline constexpr uint8_t kHaSubstateWaiting = 2;     // for the partner to answer a heartbeat
+inline constexpr uint8_t kHaPeerUnknown = 0;         // there is no backup, or no heartbeat to hear from it
+inline constexpr uint8_t kHaPeerSilent = 1;
+inline constexpr uint8_t kHeartbeatIdle = 0; // there is no backup
+inline constexpr uint8_t kHeartbeatUnanswered = 1;
+inline constexpr uint8_t kReachUnknown = 0;
+inline constexpr uint8_t kReachable = 1;
+inline constexpr uint8_t kUnreachable = 2;
+
+// The flag of a connection's state that the executor knows, and the TCP states that it gives connections.
+inline constexpr uint8_t kConnectionHalfOpen = 0x01;
+inline constexpr uint8_t kTcpListen = 1;
+inline constexpr uint8_t kTcpSynReceived = 3;
+inline constexpr uint8_t kTcpEstablished = 4;
 
 // Port types: the transport that a port balances.
 inline constexpr int32_t kPortTypeTcpAndUdp = 0;
@@ -57,6 +88,15 @@ bool isTime(SplitInt64 time);
 
 // Whether packets can be sent to `address` at all: not 0.0.0.0, 255.255.255.255 or multicast.
 bool isUnicast(NetworkAddress address);
+
+// Whether the ones of `mask` stand in front of its zeros.
+bool isNetmask(NetworkAddress mask);
+
+// Seconds since 1970, as the records carry them.
+uint32_t currentTime();
+
+// Sets all that a block has behind its header to zero. Its length has been checked.
+void clearBody(CommandHeader &block);
 
 SplitInt64 splitInt64(int32_t value);
 int32_t hostOrder(NetworkPort port);

@@ -3,19 +3,9 @@
 #include "executor/reasons.h"
 #include "executor/values.h"
 
-#include <arpa/inet.h>
-
 namespace rk {
 
 namespace {
-
-// A server has no address of its own but what its first listener or its identifier tells. 0 when neither does.
-NetworkAddress addressOf(const ServerRecord &settings) {
-    if (settings.numberOfListeners > 0)
-        return settings.listeners[0].address;
-    in_addr address{};
-    return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
-}
 
 // A fixed weight stays as it is until a request takes the mark off; the request that sets the mark brings the weight.
 int32_t changeWeight(Port &port, const ServerWeightEntry &entry) {

@@ -1,5 +1,6 @@
 // The command log, and the paths that lead to it.
 #include "executor_client.h"
+#include "rk/ha_records.h"
 
 #include <filesystem>
 #include <fstream>
@@ -121,6 +122,66 @@ TEST_F(CommandLog, refusalsOfAnyCommandAreLines) {
                                      "addCluster result=-1 length=16 reason=-102 (length does not fit the command)",
                                      "readExecutorReport result=-1 reason=-100 (executor not started)",
                                  }));
+}
+
+TEST_F(CommandLog, aLineTellsTheAddressesOfItsCommand) {
+    addTestCluster();
+    addTestPort();
+    ASSERT_EQ(setLog("/a.log"), 1);
+    const auto sendHa = [](Command command, uint32_t first, uint32_t second, uint32_t third) {
+        auto record = request<HaControlRecord>(command);
+        record.first = first;
+        record.second = second;
+        record.third = third;
+        send(record);
+    };
+    sendHa(Command::addBackup, 1, 0, 12345);
+    sendHa(Command::addBackup, static_cast<uint32_t>(-1), static_cast<uint32_t>(-2), static_cast<uint32_t>(-3));
+    sendHa(Command::addReachTarget, address("10.0.0.9").word, address("255.255.0.0").word, 3);
+    sendHa(Command::changeReachTarget, 0, 5, 2);
+    sendHa(Command::deleteReachTarget, address("10.0.0.9").word, 0, 0);
+    sendHa(Command::addHeartbeat, address("10.0.0.1").word, address("10.0.0.2").word, 0);
+    sendHa(Command::addHeartbeat, address("10.0.0.1").word, address("10.0.0.2").word, 0);
+    sendHa(Command::addHeartbeat, address("10.0.0.1").word, address("10.0.0.1").word, 0);
+    sendHa(Command::deleteHeartbeat, address("10.0.0.2").word, 0, 0);
+    sendHa(Command::takeOver, address("10.0.0.5").word, 0, 0);
+    ASSERT_EQ(addConnection("10.7.0.1", 40000), 0);
+    auto affinities = affinityRequest(Command::readAffinities);
+    affinities->port = port(81);
+    EXPECT_EQ(send(*affinities), kUnknownPort);
+    auto directed = affinityRequest(Command::serverDirectedAffinity);
+    directed->command = 3;
+    EXPECT_EQ(send(*directed), 0);
+    auto attacking = std::make_unique<SharedBlock>(request<SharedBlock>(Command::readAttackingAddresses));
+    attacking->attacking.address = address("10.1.0.1");
+    attacking->attacking.port = port(kPort);
+    EXPECT_EQ(send(*attacking), 0);
+    auto debug = request<DebugRequestRecord>(Command::debugDump);
+    debug.subCommand = -7;
+    EXPECT_EQ(send(debug), 0);
+    auto header = request<HeaderRecord>(Command::deleteBackup);
+    EXPECT_EQ(send(header), 0);
+    const std::string onPort = " cluster=10.1.0.1:80";
+    const std::string notAPair = " result=-1 reason=-45 (addresses not usable for a heartbeat, or no room for more)";
+    EXPECT_EQ(linesOf("/a.log"),
+              (std::vector<std::string>{
+                  "addBackup role=1 strategy=0 port=12345 result=0",
+                  "addBackup role=-1 strategy=-2 port=-3 result=-1 reason=-106 (backup exists already)",
+                  "addReachTarget target=10.0.0.9 mask=255.255.0.0 type=3 result=0",
+                  "changeReachTarget index=0 type=5 status=2 result=0",
+                  "deleteReachTarget address=10.0.0.9 result=0",
+                  "addHeartbeat local=10.0.0.1 partner=10.0.0.2 result=0",
+                  "addHeartbeat local=10.0.0.1 partner=10.0.0.2 result=-1 reason=-44 (heartbeat exists already)",
+                  "addHeartbeat local=10.0.0.1 partner=10.0.0.1" + notAPair,
+                  "deleteHeartbeat address=10.0.0.2 result=0",
+                  "takeOver address=10.0.0.5 result=0",
+                  "allocateConnection" + onPort + " client=10.7.0.1:40000 server=10.3.0.1 result=0",
+                  "readAffinities cluster=10.1.0.1:81 result=-1 reason=-1 (unknown port)",
+                  "serverDirectedAffinity" + onPort + " command=3 entries=0 result=0",
+                  "readAttackingAddresses" + onPort + " result=0",
+                  "debugDump subcommand=-7 result=0",
+                  "deleteBackup result=0",
+              }));
 }
 
 TEST_F(CommandLog, aNameCannotBreakALine) {

@@ -33,6 +33,12 @@ NetworkAddress address(const char *dotted) {
     return {parsed.s_addr};
 }
 
+std::string dotted(NetworkAddress address) {
+    char text[INET_ADDRSTRLEN] = "";
+    EXPECT_NE(inet_ntop(AF_INET, &address, text, sizeof text), nullptr);
+    return text;
+}
+
 NetworkPort port(int number) {
     return {htons(static_cast<uint16_t>(number))};
 }
@@ -122,6 +128,36 @@ void addTestRule(const char *ruleName) {
 void addTestMember(const char *ruleName, uint32_t serverKey) {
     RuleMembershipRecord record = memberRequest(Command::addServerToRule, ruleName, serverKey);
     ASSERT_EQ(send(record), 0);
+}
+
+std::unique_ptr<AffinityRecord> affinityRequest(Command command) {
+    auto record = std::make_unique<AffinityRecord>(request<AffinityRecord>(command));
+    const NetworkAddress cluster = address("10.1.0.1");
+    record->header.length = kWireBytes;
+    record->clusterAddress = command == Command::serverDirectedAffinity ? ntohl(cluster.word) : cluster.word;
+    record->port = port(kPort);
+    record->count = 0;
+    return record;
+}
+
+int32_t send(AffinityRecord &record) {
+    return sendBytes(reinterpret_cast<uint8_t *>(&record), kWireBytes);
+}
+
+ConnectionRequestRecord connectionRequest(Command command, const char *client, int32_t clientPort, uint16_t state) {
+    auto record = request<ConnectionRequestRecord>(command);
+    record.first = address("10.1.0.1");
+    record.fifth = port(kPort);
+    record.third = address(client);
+    record.fourth = clientPort;
+    record.sixth = address("10.3.0.1");
+    record.second = state;
+    return record;
+}
+
+int32_t addConnection(const char *client, int32_t clientPort, uint16_t state) {
+    ConnectionRequestRecord record = connectionRequest(Command::allocateConnection, client, clientPort, state);
+    return send(record);
 }
 
 PortRecord portRequest(Command command, int portNumber) {

@@ -4,6 +4,7 @@
 #include "executor/reasons.h"
 #include "executor/values.h"
 #include "rk/cluster_records.h"
+#include "rk/diagnostic_records.h"
 #include "rk/executor_records.h"
 #include "rk/port_records.h"
 #include "rk/rule_records.h"
@@ -35,6 +36,26 @@ template <typename Record> Record request(Command command) {
 struct HeaderRecord {
     CommandHeader header;
 };
+
+// What travels in the whole of the block that client and executor share.
+union SharedBlock {
+    CommandHeader header;
+    LogRequestRecord log;
+    ConnectionQueryRecord connectionQuery;
+    ConnectionListRecord connections;
+    ByteCountersRecord byteCounters;
+    HalfOpenRecord halfOpen;
+    AttackingAddressesRecord attacking;
+    uint8_t bytes[kWireBytes];
+};
+
+// A reply whose every byte but the header's is zero, to fill in what is expected.
+template <typename Record> Record emptyRecord(Command command) {
+    Record record;
+    std::memset(static_cast<void *>(&record), 0, sizeof record);
+    record.header.command = command;
+    return record;
+}
 
 // Sends `bytes` from a block of exactly that size, so that an access beyond it is noticed by the address sanitizer.
 // Expects result and returned status to agree with the reason, and returns the reason.
@@ -88,6 +109,7 @@ template <typename Record> void expectReply(Record expected, const Record &actua
 }
 
 NetworkAddress address(const char *dotted);
+std::string dotted(NetworkAddress address);
 NetworkPort port(int number);
 
 template <std::size_t size> void setText(char (&field)[size], const std::string &text) {
@@ -114,6 +136,16 @@ void addTestPort(int portNumber = kPort);
 void addTestServer(uint32_t serverKey, const char *serverId);
 void addTestRule(const char *ruleName);
 void addTestMember(const char *ruleName, uint32_t serverKey);
+
+// A request on the affinity records of the tests' port, its length that of the shared block. It has no more entries
+// than that block holds; the storage behind them is only there because the record can have more.
+std::unique_ptr<AffinityRecord> affinityRequest(Command command);
+int32_t send(AffinityRecord &record);
+
+// A connection between a client and the server 10.3.0.1 on the tests' port.
+constexpr uint16_t kHalfOpenState = 1;
+ConnectionRequestRecord connectionRequest(Command command, const char *client, int32_t clientPort, uint16_t state = 0);
+int32_t addConnection(const char *client, int32_t clientPort, uint16_t state = 0);
 
 PortRecord portRequest(Command command, int portNumber = kPort);
 PortRecord portSettings(int portNumber = kPort);

@@ -110,6 +110,7 @@ class ExecutorCommands : public ExecutorTest {};
 
 TEST_F(ExecutorCommands, settingsBeginWithTheDefaults) {
     Settings expected{};
+    expected.traceLevel = 1;
     expected.defaultClusterMaxPorts = 64;
     expected.finTimeout = {0, 60};
     expected.haTimeout = {0, 5};

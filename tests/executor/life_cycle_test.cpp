@@ -64,7 +64,7 @@ TEST(LifeCycle, aStartBeginsAfresh) {
     ASSERT_EQ(EXC_UsrExecutorInit(), 0);
     EXPECT_EQ(executorReport().numberOfClusters, 0);
     EXPECT_EQ(executorReport().connectionsPerSecond, 0);
-    EXPECT_EQ(executorSettings().traceLevel, 0);
+    EXPECT_EQ(executorSettings().traceLevel, 1);
     EXPECT_EQ(addOneCluster(), 0); // key and address are free again
     ASSERT_EQ(EXC_UsrExecutorTerm(), 0);
 }

@@ -1,5 +1,6 @@
 // Commands that run out of memory: each is refused with its family's reason and leaves the state as it was.
 #include "executor_client.h"
+#include "rk/ha_records.h"
 
 #include <cstdlib>
 #include <new>
@@ -11,7 +12,8 @@ int allocationsLeft = -1;
 
 } // namespace
 
-void *operator new(std::size_t size) {
+// Not inlined: else g++ sees malloc and free beside an operator of the language and takes them for a mismatch.
+[[gnu::noinline]] void *operator new(std::size_t size) {
     if (allocationsLeft == 0)
         throw std::bad_alloc();
     if (allocationsLeft > 0)
@@ -21,11 +23,11 @@ void *operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-void operator delete(void *memory) noexcept {
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 
@@ -110,6 +112,85 @@ TEST_F(OutOfMemory, ofAServerOfARule) {
         EXPECT_EQ(ruleReport("any").numberOfServers, 0);
     }
     addTestMember("any", 1);
+}
+
+int32_t numberOfConnections() {
+    auto block = request<SharedBlock>(Command::readConnections);
+    block.connectionQuery = {};
+    block.header = {Command::readConnections, 0, 0, sizeof block};
+    EXPECT_EQ(sendFailing(block.header, 0), 0); // needs none itself
+    return block.connections.count;
+}
+
+TEST_F(OutOfMemory, ofAConnection) {
+    addTestCluster();
+    addTestPort();
+    ConnectionRequestRecord record = connectionRequest(Command::allocateConnection, "10.7.0.1", 40000);
+    EXPECT_EQ(sendFailing(record.header, 0), kOutOfMemory);
+    EXPECT_EQ(numberOfConnections(), 0);
+    EXPECT_EQ(sendFailing(record.header, 1), 0);
+    EXPECT_EQ(numberOfConnections(), 1);
+    record.header.command = Command::releaseConnection;
+    EXPECT_EQ(sendFailing(record.header, 0), 0);
+}
+
+// Each entry stands for itself.
+TEST_F(OutOfMemory, ofAnAffinity) {
+    addTestCluster();
+    addTestPort();
+    addTestServer(1, "one");
+    const auto block = affinityRequest(Command::serverDirectedAffinity);
+    AffinityRecord &record = *block;
+    const auto bindTwo = [&record](int successes) {
+        record.command = 1;
+        record.count = 2;
+        for (uint32_t index = 0; index < 2; ++index)
+            record.entries[index] = {0x0A070001 + index, 0x0A030001, 1, 0, {}, 0, {}, 0, 0};
+        EXPECT_EQ(sendFailing(record.header, successes), 0);
+        return record.response;
+    };
+    const auto numberOf = [&record] {
+        record.command = 3;
+        record.count = 0;
+        EXPECT_EQ(sendFailing(record.header, 0), 0);
+        return record.count;
+    };
+    for (const int successes : {0, 1}) {
+        EXPECT_EQ(bindTwo(successes), kOutOfMemory);
+        EXPECT_EQ(numberOf(), 0U);
+    }
+    for (const int successes : {2, 3}) { // the first entry has all it needs
+        EXPECT_EQ(bindTwo(successes), kOutOfMemory);
+        EXPECT_EQ(record.entries[0].stamp, 0U);
+        EXPECT_EQ(static_cast<int32_t>(record.entries[1].stamp), kOutOfMemory);
+        EXPECT_EQ(numberOf(), 1U);
+        record.command = 2;
+        record.count = 1;
+        record.entries[0].clientAddress = 0x0A070001;
+        ASSERT_EQ(sendFailing(block->header, 0), 0);
+    }
+    EXPECT_EQ(bindTwo(4), 0);
+    EXPECT_EQ(numberOf(), 2U);
+}
+
+TEST_F(OutOfMemory, concernsNoHighAvailabilityDebugDumpOrLog) {
+    auto backup = request<HaControlRecord>(Command::addBackup);
+    backup.first = backup.second = 0;
+    backup.third = 80;
+    EXPECT_EQ(sendFailing(backup.header, 0), 0);
+    auto heartbeat = request<HaControlRecord>(Command::addHeartbeat);
+    heartbeat.first = address("10.0.0.1").word;
+    heartbeat.second = address("10.0.0.2").word;
+    EXPECT_EQ(sendFailing(heartbeat.header, 0), 0);
+    for (const Command command :
+         {Command::readLogHead, Command::readLogTail, Command::readByteCounters, Command::readHalfOpenConnections}) {
+        auto block = request<SharedBlock>(command);
+        EXPECT_EQ(sendFailing(block.header, 0), 0);
+    }
+    auto lists = request<ConnectionListsRecord>(Command::dumpConnectionLists);
+    EXPECT_EQ(sendFailing(lists.header, 0), 0);
+    auto addresses = request<ReturnAddressesRecord>(Command::dumpReturnAddresses);
+    EXPECT_EQ(sendFailing(addresses.header, 0), 0);
 }
 
 TEST_F(OutOfMemory, concernsNoChangeReadListOrRemoval) {

@@ -47,24 +47,83 @@ TEST(Reasons, numbersAreThoseThatClientsMap) {
     EXPECT_EQ(kMembershipOutOfMemory, -49);
     EXPECT_EQ(kServerNotInRule, -51);
 
+    EXPECT_EQ(kHeartbeatExists, -44);
+    EXPECT_EQ(kHeartbeatPair, -45);
+
     EXPECT_EQ(kNotStarted, -100);
     EXPECT_EQ(kUnknownCommand, -101);
     EXPECT_EQ(kWrongLength, -102);
     EXPECT_EQ(kOutOfRange, -103);
+    EXPECT_EQ(kOutOfMemory, -104);
+    EXPECT_EQ(kNoBackup, -105);
+    EXPECT_EQ(kBackupExists, -106);
+    EXPECT_EQ(kUnknownHeartbeat, -107);
+    EXPECT_EQ(kReachTargetExists, -108);
+    EXPECT_EQ(kReachTargetLimit, -109);
+    EXPECT_EQ(kUnknownReachTarget, -110);
+    EXPECT_EQ(kInterfacesUnreadable, -111);
+    EXPECT_EQ(kConnectionExists, -112);
+    EXPECT_EQ(kUnknownConnection, -113);
+    EXPECT_EQ(kUnknownAffinity, -114);
 }
 
 TEST(Reasons, eachHasWordsOfItsOwn) {
-    const std::string unknown = reasonText(-1000);
+    const std::string unknown = reasonText(Command::addRule, -1000);
     std::set<std::string> texts{unknown};
-    for (const int32_t reason :
-         {kUnknownCluster,  kClusterExists,    kClusterLimit,  kClusterOutOfMemory,    kClusterAddress,  kUnknownPort,
-          kPortOutOfMemory, kPortExists,       kPortLimit,     kStaleTimeout,          kUnknownMethod,   kStickyBits,
-          kStickyTime,      kUnknownCrossPort, kWeightBound,   kCrossPortChain,        kUnknownProtocol, kHalfOpenLimit,
-          kUnknownPortType, kPortServerLimit,  kUnknownServer, kServerOutOfMemory,     kServerExists,    kServerLimit,
-          kWeight,          kCollocatedRouter, kCpsMaximum,    kUnknownRule,           kRuleOutOfMemory, kRuleExists,
-          kRulePriority,    kRuleRange,        kServerInRule,  kMembershipOutOfMemory, kServerNotInRule, kNotStarted,
-          kUnknownCommand,  kWrongLength,      kOutOfRange})
-        EXPECT_TRUE(texts.insert(reasonText(reason)).second) << reason << ": " << reasonText(reason);
+    for (const int32_t reason : {kUnknownCluster,
+                                 kClusterExists,
+                                 kClusterLimit,
+                                 kClusterOutOfMemory,
+                                 kClusterAddress,
+                                 kUnknownPort,
+                                 kPortOutOfMemory,
+                                 kPortExists,
+                                 kPortLimit,
+                                 kStaleTimeout,
+                                 kUnknownMethod,
+                                 kStickyBits,
+                                 kStickyTime,
+                                 kUnknownCrossPort,
+                                 kWeightBound,
+                                 kCrossPortChain,
+                                 kUnknownProtocol,
+                                 kHalfOpenLimit,
+                                 kUnknownPortType,
+                                 kPortServerLimit,
+                                 kUnknownServer,
+                                 kServerOutOfMemory,
+                                 kServerExists,
+                                 kServerLimit,
+                                 kWeight,
+                                 kCollocatedRouter,
+                                 kCpsMaximum,
+                                 kUnknownRule,
+                                 kRuleOutOfMemory,
+                                 kRuleExists,
+                                 kRulePriority,
+                                 kRuleRange,
+                                 kServerInRule,
+                                 kMembershipOutOfMemory,
+                                 kServerNotInRule,
+                                 kNotStarted,
+                                 kUnknownCommand,
+                                 kWrongLength,
+                                 kOutOfRange,
+                                 kOutOfMemory,
+                                 kNoBackup,
+                                 kBackupExists,
+                                 kUnknownHeartbeat,
+                                 kReachTargetExists,
+                                 kReachTargetLimit,
+                                 kUnknownReachTarget,
+                                 kInterfacesUnreadable,
+                                 kConnectionExists,
+                                 kUnknownConnection,
+                                 kUnknownAffinity})
+        EXPECT_TRUE(texts.insert(reasonText(Command::addRule, reason)).second) << reason;
+    for (const int32_t reason : {kHeartbeatExists, kHeartbeatPair}) // other words than those of the rules' reasons
+        EXPECT_TRUE(texts.insert(reasonText(Command::addHeartbeat, reason)).second) << reason;
+    EXPECT_STREQ(reasonText(Command::addHeartbeat, kNotStarted), reasonText(Command::addRule, kNotStarted));
 }
 
 } // namespace

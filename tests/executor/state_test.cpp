@@ -13,8 +13,7 @@ template <typename Record> int32_t perform(ExecutorState &state, Record record) 
 
 // An executor with the tests' cluster and port.
 void startWithPort(ExecutorState &state) {
-    startExecutor(state.executor);
-    state.isStarted = true;
+    startExecutor(state);
     ASSERT_EQ(perform(state, newCluster(kCluster, "web", "10.1.0.1")), 0);
     ASSERT_EQ(perform(state, portRequest(Command::addPort)), 0);
 }
