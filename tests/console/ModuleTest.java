@@ -1,9 +1,21 @@
+import com.qel.internet.rk.common.CMNAffinityRequest;
+import com.qel.internet.rk.common.CMNExecutorInterface;
+import com.qel.internet.rk.common.CMNHAStatus;
+import com.qel.internet.rk.common.CMNInterfaceList;
 import com.qel.internet.rk.common.CMNListener;
 import com.qel.internet.rk.common.CMNServer;
 import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus;
 import com.qel.internet.rk.common.CMNStatus.Family;
+import java.io.IOException;
+import java.lang.reflect.Method;
+import java.lang.reflect.Modifier;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
 import java.util.Objects;
+import java.util.regex.Pattern;
+import java.util.stream.Stream;
 
 /** What the classes of the module do by themselves, without the native library. */
 final class ModuleTest {
@@ -89,11 +101,78 @@ final class ModuleTest {
         }
     }
 
-    public static void main(String[] arguments) {
+    private static void statusesOfHighAvailabilityAndAliasingHaveMeanings() {
+        expect("-1 of take-over", CMNStatus.describe(-1, Family.TAKEOVER), "the address does not parse");
+        expect("-1 of high availability", CMNStatus.describe(-1, Family.HIGH_AVAILABILITY),
+                "the executor refused the command, or cannot be reached");
+        expect("-10 of the backup", CMNStatus.describe(-10, Family.HIGH_AVAILABILITY),
+                "the port is outside 1 to 65535, or no number");
+        expect("-17 of servers", CMNStatus.describe(-17, Family.SERVER),
+                "a listener of the server cannot be obtained");
+        expect("-17 of timers", CMNStatus.describe(-17, Family.HIGH_AVAILABILITY), "the executor refused the timers");
+        expect("-46 of reach targets", CMNStatus.describe(-46, Family.REACH),
+                "the mask does not parse, or is 255.255.255.255");
+        expect("-46 of heartbeats", CMNStatus.describe(-46, Family.HEARTBEAT), "the first address does not parse");
+        expect("-102", CMNStatus.describe(-102, Family.REASON), "out of memory for the affinity records");
+        expect("-1 of aliasing", CMNStatus.describe(-1, Family.ALIAS),
+                "the command that sets the interface cannot be run");
+        expect("exit status 1", CMNStatus.describe(256, Family.ALIAS),
+                "the command that sets the interface failed with exit status 1");
+        expect("exit status 127", CMNStatus.describe(127 << 8, Family.ALIAS),
+                "the command that sets the interface failed with exit status 127");
+        expect("signal 9", CMNStatus.describe(9, Family.ALIAS),
+                "the command that sets the interface was ended by signal 9");
+        expect("signal 11, with a core", CMNStatus.describe(0x8B, Family.ALIAS),
+                "the command that sets the interface was ended by signal 11");
+    }
+
+    private static void arraysHaveRoomForAllThatTheLibraryFillsIn() {
+        CMNHAStatus status = new CMNHAStatus();
+        for (int[] array : List.of(status.haLocal_Address, status.haRemote_Address, status.haStatus, status.haAddress,
+                status.haMask, status.haType, status.haAddress_status, status.haRemote_status, status.haLTimeStamp,
+                status.haRTimeStamp)) {
+            expect("heartbeats and reach targets", array.length, 32);
+        }
+        CMNInterfaceList interfaces = new CMNInterfaceList();
+        for (int[] array : List.of(interfaces.aiIp, interfaces.aiNetmask, interfaces.aiNetnumber,
+                interfaces.aiBroadcast)) {
+            expect("interfaces", array.length, 100);
+        }
+        CMNAffinityRequest request = new CMNAffinityRequest();
+        for (int[] array : List.of(request.aiClientAddr, request.aiServerAddr, request.aiNumActive,
+                request.aiAgeOrResponse)) {
+            expect("affinity records", array.length, 3000);
+        }
+    }
+
+    /** Whoever sits at the console reaches every native method: its sources call each, or hand it on. */
+    private static void consoleReachesEveryNativeMethod(Path console) throws IOException {
+        StringBuilder sources = new StringBuilder();
+        try (Stream<Path> files = Files.walk(console)) {
+            for (Path file : files.filter(path -> path.toString().endsWith(".java")).toList()) {
+                sources.append(Files.readString(file));
+            }
+        }
+        int natives = 0;
+        for (Method method : CMNExecutorInterface.class.getDeclaredMethods()) {
+            if (Modifier.isNative(method.getModifiers())) {
+                Pattern use = Pattern.compile("(?:natives(?:\\(\\))?(?:\\.|::)|CMNExecutorInterface::)"
+                        + method.getName() + "\\b");
+                expect("the console uses " + method.getName(), use.matcher(sources).find(), true);
+                natives++;
+            }
+        }
+        expect("native methods", natives, 96);
+    }
+
+    public static void main(String[] arguments) throws IOException {
         statusesHaveMeanings();
         listenersAreCountedAndMadeWhereTheExecutorHasMore();
         serversAndListenersTakeWhatTheStatusBrings();
         weightsHaveRoomForEachServer();
+        statusesOfHighAvailabilityAndAliasingHaveMeanings();
+        arraysHaveRoomForAllThatTheLibraryFillsIn();
+        consoleReachesEveryNativeMethod(Path.of(arguments[0]));
         System.exit(failures == 0 ? 0 : 1);
     }
 }

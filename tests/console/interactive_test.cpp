@@ -46,6 +46,51 @@ TEST(Interactive, CompletesCommandsOptionsAndNames) {
     EXPECT_NE(history.find("cluster add web-farm --address 10.0.0.1"), std::string::npos) << history;
 }
 
+TerminalSession openWithPager(const std::string &pager) {
+    return openTerminal({{}, "", {"TERM=xterm", "PAGER=" + pager, "JDK_JAVA_OPTIONS=-Duser.home=/nowhere/at/all"}});
+}
+
+TEST(Interactive, LongTextsGoThroughThePager) {
+    TerminalSession session = openWithPager("sed 's/^/paged: /'");
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "debug misc 0\r");
+    ASSERT_TRUE(waitFor(session, "paged: Misc debug:")) << session.seen;
+
+    // Short texts and JSON do not.
+    const std::size_t after = session.seen.size();
+    type(session, "log clear\r");
+    ASSERT_TRUE(waitFor(session, "\nCOMMANDS HAVE NOT BEEN", after)) << session.seen;
+    type(session, "debug misc 0 --json\r");
+    ASSERT_TRUE(waitFor(session, "{\"Primary FSM\":", after)) << session.seen;
+    EXPECT_EQ(session.seen.find("paged: EXECUTOR"), std::string::npos) << session.seen;
+    EXPECT_EQ(session.seen.find("paged: {"), std::string::npos) << session.seen;
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
+TEST(Interactive, InterruptIsThePagersAndDoesNotEndTheConsole) {
+    TerminalSession session =
+        openWithPager("cat > /dev/null; sleep 60 & trap 'kill $!; echo left it; exit' INT; echo holding; wait");
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "debug misc 0\r");
+    ASSERT_TRUE(waitFor(session, "holding")) << session.seen;
+    type(session, "\x03");
+    ASSERT_TRUE(waitFor(session, "left it")) << session.seen;
+    EXPECT_TRUE(waitFor(session, kPrompt, session.seen.find("left it"))) << session.seen;
+    EXPECT_EQ(session.seen.find("Misc debug:"), std::string::npos) << "printed as well: " << session.seen;
+    type(session, "\x04");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
+TEST(Interactive, LongTextsArePrintedWhereThePagerDoesNotStart) {
+    TerminalSession session = openWithPager("/no/such/pager");
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "debug misc 0\r");
+    ASSERT_TRUE(waitFor(session, "Misc debug:")) << session.seen;
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
 TEST(Interactive, EndOfInputEndsIt) {
     TerminalSession session =
         openTerminal({{"--user"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/nowhere/at/all"}});

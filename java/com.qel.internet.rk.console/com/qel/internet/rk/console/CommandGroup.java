@@ -1,6 +1,8 @@
 package com.qel.internet.rk.console;
 
+import java.util.List;
 import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.Model.PositionalParamSpec;
 import picocli.CommandLine.ParseResult;
 
@@ -10,6 +12,8 @@ final class CommandGroup {
     interface Action {
         void run(ParseResult typed);
     }
+
+    private static final String COUNTS = "--counts";
 
     final CommandSpec spec;
 
@@ -31,12 +35,52 @@ final class CommandGroup {
 
     /** Gives a command one more argument. */
     static void addArgument(CommandSpec command, Identity argument) {
+        addArgument(command, argument, true);
+    }
+
+    /** Gives a command further arguments that may be left out, from the last on. */
+    static void addOptional(CommandSpec command, Identity... arguments) {
+        for (Identity argument : arguments) {
+            addArgument(command, argument, false);
+        }
+    }
+
+    /** Gives a command any number of further arguments. */
+    static void addRest(CommandSpec command, String label, String description, boolean required) {
+        command.addPositional(PositionalParamSpec.builder()
+                .index(command.positionalParameters().size() + "..*")
+                .arity(required ? "1..*" : "0..*")
+                .paramLabel(label)
+                .description(description)
+                .type(List.class)
+                .auxiliaryTypes(String.class)
+                .required(required)
+                .build());
+    }
+
+    /** {@return what was typed for the arguments of {@link #addRest}, which begin at a place} */
+    static List<String> rest(ParseResult typed, int index) {
+        return typed.hasMatchedPositional(index) ? typed.matchedPositional(index).getValue() : List.of();
+    }
+
+    /** Gives a command that shows records an option to show their number alone. */
+    static void addCounts(CommandSpec command) {
+        command.addOption(OptionSpec.builder(COUNTS).description("Show their number alone.").build());
+    }
+
+    /** {@return the detail that {@link #addCounts} leaves to show: 0 for numbers alone, else 1} */
+    static int detail(ParseResult typed) {
+        return typed.hasMatchedOption(COUNTS) ? 0 : 1;
+    }
+
+    private static void addArgument(CommandSpec command, Identity argument, boolean required) {
         command.addPositional(PositionalParamSpec.builder()
                 .index(Integer.toString(command.positionalParameters().size()))
+                .arity(required ? "1" : "0..1")
                 .paramLabel(argument.label())
                 .description(argument.help())
                 .type(String.class)
-                .required(true)
+                .required(required)
                 .build());
     }
 

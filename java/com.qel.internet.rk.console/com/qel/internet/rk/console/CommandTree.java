@@ -18,6 +18,15 @@ final class CommandTree {
         root.addSubcommand(new CommandLine(ServerCommands.create(session)));
         root.addSubcommand(new CommandLine(WeightsCommands.create(session)));
         root.addSubcommand(new CommandLine(RuleCommands.create(session)));
+        root.addSubcommand(new CommandLine(HaCommands.create(session)));
+        root.addSubcommand(new CommandLine(InterfaceCommands.create(session)));
+        root.addSubcommand(new CommandLine(AliasCommands.create(session)));
+        root.addSubcommand(new CommandLine(LogCommands.create(session)));
+        root.addSubcommand(new CommandLine(ConnectionCommands.create(session)));
+        root.addSubcommand(new CommandLine(AffinityCommands.create(session)));
+        root.addSubcommand(new CommandLine(DebugCommands.create(session)));
+        root.addSubcommand(new CommandLine(AttackCommands.create(session)));
+        root.addSubcommand(new CommandLine(IcmpCommands.create(session)));
         root.addSubcommand(new KeyCommands(session));
         root.addSubcommand(SystemCommands.create(session));
         addHelp(root.getSubcommands().values());

@@ -2,6 +2,7 @@ package com.qel.internet.rk.console;
 
 import com.qel.internet.rk.common.CMNStatus;
 import java.nio.charset.StandardCharsets;
+import picocli.CommandLine.ParseResult;
 
 /**
  * An argument that says which object a command is for.
@@ -9,7 +10,7 @@ import java.nio.charset.StandardCharsets;
  * @param label    the argument's name; it tells completion which names to offer
  * @param help     what the argument is
  * @param kind     what its value is
- * @param field    the object's field that takes the value
+ * @param field    the object's field that takes the value; null where a native method takes it by itself
  * @param keyField the object's field that takes the value's key; null where there is none
  * @param tooLong  the status for an identifier that is too long; 0 where the length does not matter here
  */
@@ -31,6 +32,11 @@ record Identity(String label, String help, Kind kind, String field, String keyFi
     /** {@return a cluster's identifier; keyField may be null} */
     static Identity cluster(String field, String keyField) {
         return new Identity(CLUSTER, CLUSTER_HELP, Kind.TEXT, field, keyField, CLUSTER_TOO_LONG);
+    }
+
+    /** {@return an argument that a native method takes by itself} */
+    static Identity argument(String label, String help, Kind kind) {
+        return new Identity(label, help, kind, null, null, 0);
     }
 
     static Identity port(String field) {
@@ -63,8 +69,28 @@ record Identity(String label, String help, Kind kind, String field, String keyFi
 
     /** Puts what was typed into an object, for a native method that looks at the length and makes the key itself. */
     void putUnchecked(Object object, String text) {
+        Property.put(object, field, value(text));
+    }
+
+    /** {@return what was typed as the argument at a place, for a native method that takes a text} */
+    String text(ParseResult typed, int index) {
+        return (String) value(typed.matchedPositionalValue(index, ""));
+    }
+
+    /** {@return the same, for a native method that takes an int; 0 when it was left out} */
+    int number(ParseResult typed, int index) {
+        return number(typed.matchedPositionalValue(index, "0"));
+    }
+
+    /** {@return what was typed, as an int} */
+    int number(String text) {
+        return ((Number) value(text)).intValue();
+    }
+
+    /** {@return what was typed, as a value of the argument's kind} */
+    Object value(String text) {
         try {
-            Property.put(object, field, kind.parse(text, 0));
+            return kind.parse(text, 0);
         } catch (UsageError error) {
             throw new UsageError(label + ": " + error.getMessage());
         }

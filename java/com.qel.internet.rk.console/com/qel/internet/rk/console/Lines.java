@@ -16,6 +16,8 @@ import org.jline.reader.LineReader;
 import org.jline.reader.LineReaderBuilder;
 import org.jline.reader.UserInterruptException;
 import org.jline.terminal.Terminal;
+import org.jline.terminal.Terminal.Signal;
+import org.jline.terminal.Terminal.SignalHandler;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -81,9 +83,13 @@ final class Lines {
                 .variable(LineReader.HISTORY_FILE, HISTORY)
                 .build();
         reader.setOpt(LineReader.Option.DISABLE_EVENT_EXPANSION);
+        session.output.pager = new Pager(terminal);
         while (!ended) {
             try {
-                runLine(reader.readLine(PROMPT), 0);
+                String line = reader.readLine(PROMPT);
+                // An interrupt ends a command, and the console with it.
+                terminal.handle(Signal.INT, SignalHandler.SIG_DFL);
+                runLine(line, 0);
             } catch (UserInterruptException e) {
                 continue;
             } catch (EndOfFileException e) {

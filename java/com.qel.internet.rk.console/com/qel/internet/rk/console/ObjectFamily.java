@@ -51,19 +51,23 @@ final class ObjectFamily {
         return group.spec;
     }
 
-    /** Offers a command that adds an object with settings. {@return the command} */
-    CommandSpec add(String description, Table table, Native method, Extra extra, String... required) {
-        CommandSpec command = group.command("add", description, typed -> {
+    /** Offers a command that makes an object with settings. {@return the command} */
+    CommandSpec make(String name, String description, Table table, Native method, Extra extra, String... required) {
+        CommandSpec command = group.command(name, description, typed -> {
             Object object = table.create().get();
             CommandGroup.put(session, object, typed, parents());
             own().putUnchecked(object, typed.matchedPositionalValue(identities.length - 1, ""));
             Settings.take(typed, table.properties(), object);
             extra.take(typed, object);
-            check(method.call(session.natives(), object));
-            session.output.done();
+            session.finish(family, method.call(session.natives(), object));
         }, identities);
         Settings.addOptions(command, table.properties(), required);
         return command;
+    }
+
+    /** Offers a command that adds an object with settings. {@return the command} */
+    CommandSpec add(String description, Table table, Native method, Extra extra, String... required) {
+        return make("add", description, table, method, extra, required);
     }
 
     CommandSpec add(String description, Table table, Native method, String... required) {
@@ -77,8 +81,7 @@ final class ObjectFamily {
             Object object = identified(table, typed);
             Settings.take(typed, table.properties(), object);
             extra.take(typed, object);
-            check(method.call(session.natives(), object));
-            session.output.done();
+            session.finish(family, method.call(session.natives(), object));
         }, identities);
         Settings.addOptions(command, table.properties());
         return command;
@@ -91,8 +94,18 @@ final class ObjectFamily {
     /** Offers a command that does something with an object. */
     void act(String name, String description, Table table, Native method) {
         group.command(name, description, typed -> {
-            check(method.call(session.natives(), identified(table, typed)));
-            session.output.done();
+            session.finish(family, method.call(session.natives(), identified(table, typed)));
+        }, identities);
+    }
+
+    /** Offers a command that answers a question about an object: 0 for yes, a status for no. */
+    void ask(String name, String description, String question, int no, Table table, Native method) {
+        group.command(name, description, typed -> {
+            int status = method.call(session.natives(), identified(table, typed));
+            if (status != no) {
+                check(status);
+            }
+            session.output.answer(question, status != no);
         }, identities);
     }
 
@@ -102,8 +115,7 @@ final class ObjectFamily {
         CommandSpec command = group.command("cps", description, typed -> {
             Object object = identified(table, typed);
             number.put(session, object, typed.matchedPositionalValue(identities.length, ""));
-            check(method.call(session.natives(), object));
-            session.output.done();
+            session.finish(family, method.call(session.natives(), object));
         }, identities);
         CommandGroup.addArgument(command, number);
     }

@@ -11,6 +11,8 @@ import java.io.PrintStream;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
+import java.util.function.Supplier;
 
 /** Prints what commands have to say: tables for people, or one JSON document a line for programs. */
 final class Output {
@@ -18,6 +20,8 @@ final class Output {
     boolean json;
     /** Whether every command prints JSON. */
     boolean jsonAlways;
+    /** Shows long texts; null where nobody sits at a terminal. */
+    Pager pager;
 
     private final PrintStream out;
     private final PrintStream err;
@@ -56,15 +60,37 @@ final class Output {
         if (json) {
             print(member(name, text));
         } else {
-            boolean isWhole = text.isEmpty() || text.endsWith("\n");
-            out.print(isWhole ? text : text + "\n");
+            printWhole(text);
         }
     }
 
-    /** Prints an object's fields, one a line. */
-    void object(Object object, List<Property> properties) {
+    private void printWhole(String text) {
+        boolean isWhole = text.isEmpty() || text.endsWith("\n");
+        out.print(isWhole ? text : text + "\n");
+    }
+
+    /** Prints a report that a native method made: as it is, or in JSON what was parsed from it. */
+    void report(String text, Supplier<Map<String, Object>> parsed) {
         if (json) {
-            print(toJson(object, properties));
+            print(toJson(parsed.get()));
+        } else if (pager == null || !pager.show(text)) {
+            printWhole(text);
+        }
+    }
+
+    /** Prints a text that a native method made and that may be long. */
+    void longText(String name, String text) {
+        report(text, () -> Map.of(name, text));
+    }
+
+    /** Prints an object's fields, one a line, and below them, in JSON among them, what else belongs to it. */
+    void object(Object object, List<Property> properties, Rows... below) {
+        if (json) {
+            JsonObject document = toJson(object, properties);
+            for (Rows rows : below) {
+                document.add(rows.name(), toJson(rows.rows(), rows.properties()));
+            }
+            print(document);
             return;
         }
         List<List<String>> rows = new ArrayList<>();
@@ -74,6 +100,12 @@ final class Output {
             }
         }
         out.print(align(rows));
+        for (Rows lower : below) {
+            if (!lower.rows().isEmpty()) {
+                out.println();
+                table(lower.rows(), lower.properties());
+            }
+        }
     }
 
     /** Prints names, one a line; in JSON they are numbers where they are of such a kind. */
@@ -100,9 +132,7 @@ final class Output {
     /** Prints objects, one a line. */
     void table(List<?> objects, List<Property> properties) {
         if (json) {
-            JsonArray array = new JsonArray();
-            objects.forEach(object -> array.add(toJson(object, properties)));
-            print(array);
+            print(toJson(objects, properties));
             return;
         }
         List<List<String>> rows = new ArrayList<>();
@@ -111,6 +141,15 @@ final class Output {
             rows.add(properties.stream().map(property -> property.format(object)).toList());
         }
         out.print(align(rows));
+    }
+
+    /** Says that a command whose result the library does not tell was sent, and what shows the result. */
+    void sent(String shownBy) {
+        if (json) {
+            print(member("status", 0));
+        } else {
+            out.println("sent; '" + shownBy + "' shows what came of it");
+        }
     }
 
     /** Prints a note that is no error. */
@@ -163,6 +202,12 @@ final class Output {
         return object;
     }
 
+    private static JsonArray toJson(List<?> objects, List<Property> properties) {
+        JsonArray array = new JsonArray();
+        objects.forEach(object -> array.add(toJson(object, properties)));
+        return array;
+    }
+
     private static JsonObject toJson(Object object, List<Property> properties) {
         JsonObject json = new JsonObject();
         for (Property property : properties) {
@@ -177,9 +222,7 @@ final class Output {
 
     private static JsonElement toJson(Object value, Kind kind) {
         if (kind == Kind.LISTENERS) {
-            JsonArray array = new JsonArray();
-            ((List<?>) value).forEach(listener -> array.add(toJson(listener, ServerCommands.LISTENER_PARTS)));
-            return array;
+            return toJson((List<?>) value, ServerCommands.LISTENER_PARTS);
         }
         return toJson(value == null ? null : kind.plain(value));
     }
@@ -190,6 +233,16 @@ final class Output {
         }
         if (value instanceof Number number) {
             return new JsonPrimitive(number);
+        }
+        if (value instanceof Map<?, ?> map) {
+            JsonObject object = new JsonObject();
+            map.forEach((name, part) -> object.add(name.toString(), toJson(part)));
+            return object;
+        }
+        if (value instanceof List<?> list) {
+            JsonArray array = new JsonArray();
+            list.forEach(part -> array.add(toJson(part)));
+            return array;
         }
         return value instanceof Boolean bool ? new JsonPrimitive(bool) : new JsonPrimitive(value.toString());
     }

@@ -4,6 +4,7 @@ import java.lang.reflect.Field;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
+import java.util.Map;
 
 /**
  * A row of the table of an object's fields: what a field means, and the option that changes it.
@@ -85,8 +86,11 @@ record Property(List<String> fields, String label, Kind kind, int limit, String 
         }
     }
 
-    /** {@return the value of a field; a char as its number} */
+    /** {@return the value of a field of an object, or of a row; a char as its number} */
     static Object get(Object object, String field) {
+        if (object instanceof Map<?, ?> row) {
+            return row.get(field);
+        }
         try {
             Object value = object.getClass().getField(field).get(object);
             return value instanceof Character character ? (Object) (int) character : value;

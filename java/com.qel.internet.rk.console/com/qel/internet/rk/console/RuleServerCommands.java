@@ -51,8 +51,7 @@ final class RuleServerCommands {
         CMNServer server = new CMNServer();
         SERVER.put(session, server, typed.matchedPositionalValue(RULE.length, ""));
         int argument = typed.matchedOptionValue(ARGUMENT, 0);
-        Refusal.check(Family.RULE, method.call(session.natives(), rule, server, argument));
-        session.output.done();
+        session.finish(Family.RULE, method.call(session.natives(), rule, server, argument));
     }
 
     private static void list(Session session, CMNRule rule) {

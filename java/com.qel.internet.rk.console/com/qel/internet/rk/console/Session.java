@@ -80,6 +80,12 @@ final class Session {
         }
     }
 
+    /** Ends a command that has nothing to print: a native method of the family returned this status. */
+    void finish(Family family, int status) {
+        Refusal.check(family, status);
+        output.done();
+    }
+
     /** {@return what else there is to say about a failure: nothing, or that there is no executor to talk to} */
     String hint() {
         boolean deviceMissing = kernel && natives.linuxUpNative() == 0;

@@ -64,12 +64,11 @@ final class SystemCommands {
     @Command(name = "check-max", description = "Ask whether there may be this many of something.")
     void checkMax(@Parameters(index = "0", paramLabel = "WHAT", description = "One of ${COMPLETION-CANDIDATES}.")
             Limit limit, @Parameters(index = "1", paramLabel = "N", description = "How many.") int count) {
-        Refusal.check(Family.SYSTEM, switch (limit) {
+        session.finish(Family.SYSTEM, switch (limit) {
             case clusters -> session.natives().checkMaxClustersNative(count);
             case ports -> session.natives().checkMaxPortsNative(count);
             case servers -> session.natives().checkMaxServersNative(count);
         });
-        session.output.done();
     }
 
     @Command(description = "Send the commands from now on to the kernel executor, or to the user-space executor.")

@@ -56,7 +56,6 @@ final class UserExecutorCommands {
     }
 
     private void check(int status) {
-        Refusal.check(Family.SYSTEM, status);
-        session.output.done();
+        session.finish(Family.SYSTEM, status);
     }
 }

@@ -6,11 +6,9 @@ import com.qel.internet.rk.common.CMNPort;
 import com.qel.internet.rk.common.CMNServer;
 import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus.Family;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import picocli.CommandLine.Model.CommandSpec;
-import picocli.CommandLine.Model.PositionalParamSpec;
 import picocli.CommandLine.ParseResult;
 
 /** The weights of the servers of a port, in one exchange. */
@@ -31,27 +29,6 @@ final class WeightsCommands {
             read("iWeight", "weight", Kind.INT),
             read("iRC", "result", Kind.INT));
 
-    /** What the arrays hold of one server. */
-    static final class Row {
-        public final String sServerID;
-        public final int iAddress;
-        public final int iWeight;
-        public final byte bFixedWeight;
-        public final int iTotalConns;
-        public final int iActiveConns;
-        public final int iRC;
-
-        Row(CMNServerWeights weights, int index) {
-            sServerID = weights.sServerID[index];
-            iAddress = weights.iAddress[index];
-            iWeight = weights.iWeight[index];
-            bFixedWeight = weights.bFixedWeight[index];
-            iTotalConns = weights.iTotalConns[index];
-            iActiveConns = weights.iActiveConns[index];
-            iRC = weights.iRC[index];
-        }
-    }
-
     private WeightsCommands() {
     }
 
@@ -62,15 +39,7 @@ final class WeightsCommands {
         CommandSpec set = weights.command("set", "Change the weights of servers of a port. A server's fixed and"
                 + " quiesced-down flags change with its weight: they are off unless they are named.",
                 typed -> set(session, typed), PORT);
-        set.addPositional(PositionalParamSpec.builder()
-                .index("2..*")
-                .arity("1..*")
-                .paramLabel("SERVER=WEIGHT[,fixed][,down]")
-                .description("A server, its weight, and its flags.")
-                .type(List.class)
-                .auxiliaryTypes(String.class)
-                .required(true)
-                .build());
+        CommandGroup.addRest(set, "SERVER=WEIGHT[,fixed][,down]", "A server, its weight, and its flags.", true);
         return weights.spec;
     }
 
@@ -82,7 +51,7 @@ final class WeightsCommands {
     }
 
     private static void set(Session session, ParseResult typed) {
-        List<String> texts = typed.matchedPositional(PORT.length).getValue();
+        List<String> texts = CommandGroup.rest(typed, PORT.length);
         CMNServerWeights weights = weights(port(session, typed), texts.size());
         for (int i = 0; i < texts.size(); i++) {
             take(session, texts.get(i), weights, i);
@@ -130,11 +99,8 @@ final class WeightsCommands {
     }
 
     private static void print(Session session, CMNServerWeights weights, List<Property> properties) {
-        List<Row> rows = new ArrayList<>();
-        for (int i = 0; i < weights.sServerID.length; i++) {
-            rows.add(new Row(weights, i));
-        }
-        session.output.table(rows, properties);
+        Rows rows = Rows.ofArrays("servers", weights, weights.sServerID.length, properties);
+        session.output.table(rows.rows(), rows.properties());
     }
 
     private static void check(int status) {

@@ -651,13 +651,8 @@ public class CMNExecutorInterface {
     /**
      * Reads the state of the executor's high-availability machine. No field is changed when that fails.
      *
-     * @param haStatus has the int {@code haFsmAddress} (host byte order), which is sent; takes it and the ints
-     *                 {@code haFsmMode}, {@code haRole}, {@code haStrategy}, {@code haState}, {@code haSubstate},
-     *                 {@code haPort}, {@code haHBCount}, {@code haPeer}, {@code haReachCount}; in int arrays of 32
-     *                 elements the heartbeats ({@code haLocal_Address}, {@code haRemote_Address}, {@code haStatus}) and
-     *                 the reach targets ({@code haAddress}, {@code haMask}, {@code haType}, {@code haAddress_status},
-     *                 {@code haRemote_status}, {@code haLTimeStamp}, {@code haRTimeStamp}). Addresses and masks are in
-     *                 host byte order, time stamps on the executor's own clock
+     * @param haStatus has {@code haFsmAddress}, which is sent; takes the state, with heartbeats and reach targets in
+     *                 arrays of at least 32 elements, as in {@link CMNHAStatus}
      * @return 0, or the channel's status
      */
     public native int getHAInfoNative(Object haStatus);
@@ -683,7 +678,7 @@ public class CMNExecutorInterface {
      * Adds a reach target, an address that has to stay reachable.
      *
      * @param address  its address
-     * @param mask     its mask, dotted
+     * @param mask     its mask, dotted; 255.255.255.255 does not parse
      * @param argument passed on to the executor as it is
      * @return 0; -47 when the address, -46 when the mask does not parse; -34 when the executor refuses
      */
@@ -782,9 +777,9 @@ public class CMNExecutorInterface {
      * Configures a cluster address as an alias of a network interface, so that this machine answers for it. An address
      * that is configured already is brought up again on its alias.
      *
-     * @param addressConfig has {@code Address} (String), {@code ConfigInfoProvided} (byte) and, used when that is 1,
-     *                      {@code InterfaceName} and {@code NetMask} (Strings); otherwise both are found by the
-     *                      address's subnet
+     * @param addressConfig has {@code Address}, {@code ConfigInfoProvided} and, used when that is 1,
+     *                      {@code InterfaceName} and {@code NetMask}; otherwise both are found by the address's subnet;
+     *                      as in {@link CMNAddressConfig}
      * @return 0; -62 when there is no interface on the subnet, no free alias number, or a text that is no name or
      *         address; the status of the command that failed otherwise
      */
@@ -793,7 +788,7 @@ public class CMNExecutorInterface {
     /**
      * Removes a cluster address from the alias that carries it.
      *
-     * @param addressConfig has {@code Address} (String)
+     * @param addressConfig has {@code Address}, as in {@link CMNAddressConfig}
      * @return 0; -63 when no alias carries the address, or the text is no address; the status of the command that
      *         failed otherwise
      */
@@ -802,7 +797,7 @@ public class CMNExecutorInterface {
     /**
      * Tells whether an alias carries a cluster address.
      *
-     * @param addressConfig has {@code Address} (String)
+     * @param addressConfig has {@code Address}, as in {@link CMNAddressConfig}
      * @return 0 if so, -63 if not
      */
     public native int clusterConfigureStatusNative(Object addressConfig);
@@ -810,8 +805,8 @@ public class CMNExecutorInterface {
     /**
      * Tells which interface carries a cluster address as an alias.
      *
-     * @param addressConfig has {@code Address} (String); takes {@code NetMask} and {@code InterfaceName} (Strings), the
-     *                      interface's mask and its name without the alias number
+     * @param addressConfig has {@code Address}; takes {@code NetMask} and {@code InterfaceName}, the interface's mask
+     *                      and its name without the alias number, as in {@link CMNAddressConfig}
      * @return 0; -63 when no alias carries the address, or the interface's mask is not known
      */
     public native int getAddressConfigureInfoNative(Object addressConfig);
@@ -915,11 +910,11 @@ public class CMNExecutorInterface {
     /**
      * Makes, asks for or otherwise drives affinity records.
      *
-     * @param request has the ints {@code iCommand}, {@code iClusterAddr}, {@code iPort}, {@code iNumAffinities} (at
-     *                most 3000) and, with that many elements, the int arrays {@code aiClientAddr} and
-     *                {@code aiServerAddr}; takes the ints {@code iResponse}, {@code iTime}, {@code iNumAffinities} and,
-     *                when there are records, the int arrays {@code aiClientAddr}, {@code aiServerAddr},
-     *                {@code aiNumActive} and {@code aiAgeOrResponse}. Addresses travel as they are
+     * @param request has {@code iCommand}, {@code iClusterAddr}, {@code iPort}, {@code iNumAffinities} (at most 3000)
+     *                and, with that many elements, {@code aiClientAddr} and {@code aiServerAddr}; takes
+     *                {@code iResponse}, {@code iTime}, {@code iNumAffinities} and, when there are records, the four
+     *                arrays; as in {@link CMNAffinityRequest}. The executor may have more records than were sent: the
+     *                arrays need room for them
      * @return 0; -101 when there are more than 3000, -102 when out of memory, the executor's own reason when it
      *         refuses; these three are in {@code iResponse} too
      */
@@ -949,7 +944,7 @@ public class CMNExecutorInterface {
      *
      * @param listener its {@code void setNumHalfOpenRecs(int)} is called with their number, then for each of them
      *                 {@code void addHalfOpenRec(int, int, int, boolean)} with its index, the client's address in host
-     *                 byte order and port, and a flag; not called when that fails
+     *                 byte order and port, and a flag, as in {@link CMNAttackListener}; not called when that fails
      * @return 0, or the channel's status
      */
     public native int getHalfOpenInfoNative(Object listener);
@@ -959,7 +954,8 @@ public class CMNExecutorInterface {
      *
      * @param listener its {@code void reportAttackingAddrsResults(int, int)} is called with their number and a second
      *                 value of the executor's, then for each of them {@code void reportAttackingAddr(int, int)} with
-     *                 the address in host byte order and its value; not called when that fails
+     *                 the address in host byte order and its value, as in {@link CMNAttackListener}; not called when
+     *                 that fails
      * @param address  the cluster's address, in host byte order
      * @param port     the port
      * @return 0, or the channel's status
@@ -984,7 +980,8 @@ public class CMNExecutorInterface {
     /**
      * Reads whether an ICMP response came, and from where.
      *
-     * @param icmp takes the ints {@code iGotIcmpResp} and {@code iIcmpRespAddr} (unchanged, as the executor has it)
+     * @param icmp takes {@code iGotIcmpResp} and {@code iIcmpRespAddr} (unchanged, as the executor has it), as in
+     *             {@link CMNIcmp}
      * @return 0, or the channel's status
      */
     public native int getIcmpInfoNative(Object icmp);
@@ -992,7 +989,8 @@ public class CMNExecutorInterface {
     /**
      * Sets what {@link #getIcmpInfoNative} reads.
      *
-     * @param icmp has the ints {@code iGotIcmpResp} and {@code iIcmpRespAddr} (unchanged, as the executor has it)
+     * @param icmp has {@code iGotIcmpResp} and {@code iIcmpRespAddr} (unchanged, as the executor has it), as in
+     *             {@link CMNIcmp}
      * @return 0, or the channel's status
      */
     public native int setIcmpInfoNative(Object icmp);
