@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# The console puts cluster addresses on a real interface and takes them off again, the reference executor reads the
+# interfaces from the machine, in a network namespace of the test's own: aliasing.sh CONSOLE
+set -euo pipefail
+console=$1
+
+if [ "${2:-}" != inside ]; then
+    unshare --map-root-user --net true 2> /dev/null || { echo "skipped: no network namespace can be made here"; exit 77; }
+    exec unshare --map-root-user --net "$0" "$console" inside
+fi
+
+ip link set lo up
+ip link add rk0 type veth peer name rk1 || { echo "skipped: no veth pair can be made here"; exit 77; }
+ip address add 10.77.0.1/24 broadcast 10.77.0.255 dev rk0
+ip link set rk0 up
+ip link set rk1 up
+
+status=0
+# expect WHAT EXPECTED ACTUAL
+expect() {
+    [ "$2" = "$3" ] && return
+    printf '%s:\n--- expected\n%s\n--- actual\n%s\n' "$1" "$2" "$3"
+    status=1
+}
+addresses() { ip -4 -oneline address show dev rk0 | awk '{ print $4 }'; }
+labels() { ip -4 -oneline address show dev rk0 | grep -o 'rk0:[0-9]*' || true; }
+play() { "$console" --user --script -; }
+
+expect "two addresses" "$(printf '%s\n' ok ok yes \
+    'address    10.77.0.50' 'interface  rk0' 'mask       255.255.255.0')" "$(play << 'SCRIPT'
+alias configure 10.77.0.50
+alias configure 10.77.0.51
+alias status 10.77.0.50
+alias info 10.77.0.50
+SCRIPT
+)"
+expect "the machine's addresses" "$(printf '%s\n' 10.77.0.1/24 10.77.0.50/24 10.77.0.51/24)" "$(addresses | sort -V)"
+expect "the machine's aliases" "$(printf '%s\n' rk0:1 rk0:2)" "$(labels)"
+
+# Configured again, an address comes back on its alias.
+expect "an address again" ok "$(play <<< 'alias configure 10.77.0.50')"
+expect "the aliases are the same" "$(printf '%s\n' rk0:1 rk0:2)" "$(labels | sort)"
+
+expect "addresses taken off" "$(printf '%s\n' ok no ok)" "$(play << 'SCRIPT'
+alias unconfigure 10.77.0.50
+alias status 10.77.0.50
+alias unconfigure 10.77.0.51
+SCRIPT
+)"
+expect "the machine's own address is left" 10.77.0.1/24 "$(addresses)"
+
+refusal=$(play 2>&1 > /dev/null <<< 'alias configure 172.16.0.9') && status=1
+expect "no interface on the subnet" "line 1: alias configure: status -62" "$(grep -o '^.*status -62' <<< "$refusal")"
+exit $status
