@@ -11,7 +11,8 @@ int32_t getExecutorReport();
 
 namespace rk {
 
-// Seconds that the local time zone is west of Greenwich (negative east of it); right for zones up to 12 hours away.
+// Seconds that the local time zone is west of Greenwich (negative east of it); right for zones up to 12 hours east and
+// less than 12 hours west of it.
 int32_t secondsWestOfGreenwich();
 
 } // namespace rk

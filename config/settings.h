@@ -86,7 +86,7 @@ template <std::size_t Size> void bytesToJava(JNIEnv *env, jobject obj, const cha
 int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress &address);
 
 // Checks the identifier of an object that is to be added, and stores its key into the Java field `keyName`. Returns 0,
-// `missing` when there are no characters, or `tooLong` for more than 64 of them.
+// `missing` when there are no characters, or `tooLong` for more than 64 bytes of modified UTF-8.
 int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName, int32_t missing,
                             int32_t tooLong);
 

@@ -249,6 +249,48 @@ TEST_F(ClustersTest, APrimaryHostThatDoesNotParseIsAddressZero) {
     EXPECT_SENT(nothingSet(4).byte(93, 1).hex(80, "00000000"));
 }
 
+TEST_F(ClustersTest, APrimaryHostThatIsNumericAndRefusedIsTheAddressOfNobody) {
+    for (const char *text : {"", "255.255.255.255"}) {
+        executor::reset();
+        cluster = newCluster();
+        java::setString(cluster, "sPrimaryHost", text);
+        java::setByte(cluster, "SetPrimaryHost", 1);
+        EXPECT_EQ(java::call("addClusterNative", cluster), 0) << text;
+        EXPECT_SENT(nothingSet(4).byte(93, 1).hex(80, "ffffffff")) << text;
+    }
+}
+
+TEST_F(ClustersTest, MissingAddressesAreAddressZero) {
+    for (const int flag : {0, 1}) {
+        executor::reset();
+        cluster = newCluster();
+        java::setNull(cluster, "Address", kStringType);
+        java::setNull(cluster, "sPrimaryHost", kStringType);
+        java::setByte(cluster, "SetIPAddress", flag);
+        java::setByte(cluster, "SetPrimaryHost", 1);
+        EXPECT_EQ(java::call("addClusterNative", cluster), 0);
+        EXPECT_SENT(
+            nothingSet(4).hex(16, "00000000").byte(93, 1).hex(80, "00000000").byte(95, static_cast<uint8_t>(flag)));
+    }
+}
+
+TEST_F(ClustersTest, OnlyAFlagOfOneMakesABadAddressAFailure) {
+    java::setString(cluster, "Address", "absent.example");
+    java::setByte(cluster, "SetIPAddress", 2);
+    EXPECT_EQ(java::call("addClusterNative", cluster), 0);
+    EXPECT_SENT(nothingSet(4).hex(16, "eeeeeeee").byte(95, 2));
+}
+
+TEST_F(ClustersTest, TheLimitOfIdentifiersCountsBytes) {
+    std::string text;
+    for (int i = 0; i < 32; ++i)
+        text += "\xC3\xA9"; // two bytes each
+    java::setString(cluster, "sClusterId", text);
+    EXPECT_EQ(java::call("addClusterNative", cluster), 0);
+    java::setString(cluster, "sClusterId", text + "x");
+    EXPECT_EQ(java::call("addClusterNative", cluster), -90);
+}
+
 TEST_F(ClustersTest, ReasonsBecomeStatuses) {
     const ReasonRow rows[] = {{-33, -3}, {-9, -29}, {-8, -4},  {-7, -28}, {-5, -5}, {-1, -99},
                               {-2, -99}, {-4, -99}, {-6, -99}, {0, -99},  {5, -99}, {-99, -99}};

@@ -179,6 +179,26 @@ TEST_F(ExecutorSettingsTest, ReadsSettingsInOrder) {
     EXPECT_EQ(java::fieldsLookedUp([&] { EXPECT_EQ(set(), 0); }), expected);
 }
 
+TEST_F(ExecutorSettingsTest, OnlyTheCookieInterval) {
+    for (const int flag : {1, 2, -1}) {
+        executor::reset();
+        java::setInt(status, "iCookieExpireInterval", 3600);
+        java::setByte(status, "SetCookieExpireInterval", flag);
+        EXPECT_EQ(set(), 0);
+        EXPECT_SENT(nothingSet().word(664, 3600).byte(656, static_cast<uint8_t>(flag)));
+    }
+}
+
+TEST_F(ExecutorSettingsTest, TheTimeZoneIsStoredBeforeTheAddressIsLookedAt) {
+    java::setString(status, "NFA", "absent.example");
+    java::setByte(status, "SetNonForwardingAddress", 1);
+    EXPECT_EQ(set(), -21);
+    EXPECT_EQ(ucb.executor.setSecondsWestOfGreenwich, 1);
+    EXPECT_EQ(ucb.executor.secondsWestOfGreenwich.high, -1);
+    EXPECT_EQ(ucb.executor.secondsWestOfGreenwich.low, -3600);
+    EXPECT_EQ(ucb.executor.nfa.word, 0xEEEEEEEE);
+}
+
 TEST_F(ExecutorSettingsTest, ABadNonForwardingAddressEndsTheCallAtOnce) {
     java::setString(status, "NFA", "absent.example");
     java::setByte(status, "SetNonForwardingAddress", 1);
@@ -304,9 +324,11 @@ TEST_F(ExecutorSettingsTest, ChannelStatusesAreReturnedUnchanged) {
 // --- The time zone ---------------------------------------------------------------------------------------------------
 
 TEST_F(ExecutorSettingsTest, OffsetOfTheTimeZone) {
-    const std::pair<const char *, int32_t> rows[] = {{"WEST5", 18000},      {"UTC0", 0},         {"EAST-1", -3600},
-                                                     {"HALF-5:30", -19800}, {"WEST3:30", 12600}, {"EAST-11", -39600},
-                                                     {"WEST11", 39600}};
+    const std::pair<const char *, int32_t> rows[] = {{"WEST5", 18000},    {"UTC0", 0},
+                                                     {"EAST-1", -3600},   {"HALF-5:30", -19800},
+                                                     {"WEST3:30", 12600}, {"EAST-11", -39600},
+                                                     {"WEST11", 39600},   {"EAST-12", -43200},
+                                                     {"WEST12", -43200}}; // a day off: noon there is midnight
     for (const auto &[zone, seconds] : rows) {
         setenv("TZ", zone, 1);
         tzset();

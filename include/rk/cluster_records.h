@@ -40,7 +40,7 @@ struct ClusterRecord {
     uint8_t setAddress;
     int32_t numberOfPorts; // reply of readClusterSettings only
     uint32_t clusterKey;
-    char clusterId[65]; // at most 64 characters
+    char clusterId[65]; // at most 64 bytes of modified UTF-8
     uint8_t setNatAddress;
     uint8_t unused_170[2];
     uint8_t natAddress[4]; // in the order of the Java byte array
