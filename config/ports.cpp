@@ -23,8 +23,7 @@ constexpr ReasonRow kAddOrSetReasons[] = {{-87, -57}, {-84, -84}, {-62, -75}, {-
 constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
 constexpr ReasonRow kListReasons[] = {{-5, -5}};
 
-// An executor that is out of memory gets the same block again after a long wait. The waits are hours on purpose: the
-// memory of a forwarding engine comes back only when its connections have timed out.
+// An executor that is out of memory gets the same block again after a long wait. The waits are hours, on purpose.
 int32_t sendWithRetries(PortRecord &record) {
     if (prv_EXC_Command(&record.header) == 0)
         return 0;

@@ -44,7 +44,7 @@ void appendEntries(ReportText &report, const ConnectionListRecord &record) {
         const char *previousState =
             entry.previousTcpState <= kLastTcpState ? EXC_TCPStates[entry.previousTcpState] : kUnknownState;
         // A current state that is unknown shows in the column of the previous one, and its own column repeats the row
-        // before, on purpose: tools that read the dump expect it.
+        // before: a slip of old that is kept on purpose.
         if (entry.currentTcpState <= kLastTcpState)
             currentState = EXC_TCPStates[entry.currentTcpState];
         else

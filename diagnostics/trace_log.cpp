@@ -29,7 +29,8 @@ void append(char *text, std::size_t size, const char *addition, std::size_t leng
 }
 
 // Asks for a part of the log. Whether the executor gave it is not looked at, on purpose: the text is the banner and
-// what stands in the block. Null when there is no memory for a text of `size` bytes; a negative size is such a one.
+// what stands in the block. Null, and nothing is sent, when there is no memory for a text of
+// `size` bytes, or no byte of it.
 jstring readLog(JNIEnv *env, Command command, int64_t size) {
     if (size <= 0)
         return nullptr;

@@ -121,7 +121,7 @@ JNIEXPORT jint NATIVE(chgReachNative)(JNIEnv *, jobject, jint first, jint second
     return send(record, Command::changeReachTarget) == 0 ? 0 : kStatusOther;
 }
 
-// The values are checked and not sent, on purpose: the command tells the executor to read its own timers again.
+// The values are checked and not sent, on purpose: the command goes out with an empty body.
 JNIEXPORT jint NATIVE(setTimersNative)(JNIEnv *env, jobject, jstring timer1, jstring timer2, jstring timer3,
                                        jstring timer4, jstring timer5, jstring timer6, jstring timer7) {
     for (jstring timer : {timer1, timer2, timer3, timer4, timer5, timer6, timer7})
