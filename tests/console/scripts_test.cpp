@@ -108,6 +108,12 @@ TEST(Scripts, JsonAndHelpWorkOnALine) {
                        "\"line\":7}\n");
 }
 
+TEST(Scripts, DemonstrationSucceedsAndLeavesNothingBehind) {
+    const ConsoleRun run = runCommand({"--echo", "--script", DEMONSTRATION});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_TRUE(run.out.ends_with("\n> cluster list --json\n[]\n")) << run.out;
+}
+
 TEST(Scripts, EmptyInputIsAnEmptyScript) {
     const ConsoleRun run = runScript("");
     EXPECT_EQ(run.exitStatus, 0);

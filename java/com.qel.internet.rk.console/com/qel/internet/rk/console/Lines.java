@@ -16,8 +16,6 @@ import org.jline.reader.LineReader;
 import org.jline.reader.LineReaderBuilder;
 import org.jline.reader.UserInterruptException;
 import org.jline.terminal.Terminal;
-import org.jline.terminal.Terminal.Signal;
-import org.jline.terminal.Terminal.SignalHandler;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -86,10 +84,7 @@ final class Lines {
         session.output.pager = new Pager(terminal);
         while (!ended) {
             try {
-                String line = reader.readLine(PROMPT);
-                // An interrupt ends a command, and the console with it.
-                terminal.handle(Signal.INT, SignalHandler.SIG_DFL);
-                runLine(line, 0);
+                runLine(reader.readLine(PROMPT), 0);
             } catch (UserInterruptException e) {
                 continue;
             } catch (EndOfFileException e) {

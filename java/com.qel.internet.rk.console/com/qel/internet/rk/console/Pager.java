@@ -6,14 +6,14 @@ import java.io.Writer;
 import java.nio.charset.StandardCharsets;
 import java.util.Set;
 import org.jline.terminal.Terminal;
-import org.jline.terminal.Terminal.Signal;
-import org.jline.terminal.Terminal.SignalHandler;
+import org.jline.utils.Signals;
 
 /** Shows texts that are longer than the terminal with the user's pager. */
 final class Pager {
     private static final String VARIABLE = "PAGER";
     private static final String USUAL = "less";
     private static final Set<Integer> NOT_STARTED = Set.of(126, 127); // exit statuses of the shell
+    private static final String INTERRUPT = "INT";
 
     private final Terminal terminal;
 
@@ -27,33 +27,38 @@ final class Pager {
         if (pager.isBlank() || text.lines().count() < terminal.getHeight()) {
             return false;
         }
-        // An interrupt is the pager's: it is not to end the console, not even when it is heard of late. So this stays
-        // until the next line is read.
-        terminal.handle(Signal.INT, SignalHandler.SIG_IGN);
         try {
-            return !NOT_STARTED.contains(run(pager, text));
+            Process process = new ProcessBuilder("/bin/sh", "-c", pager)
+                    .redirectOutput(ProcessBuilder.Redirect.INHERIT)
+                    .redirectError(ProcessBuilder.Redirect.INHERIT)
+                    .start();
+            return !NOT_STARTED.contains(feed(process, text));
         } catch (IOException e) {
             return false;
         }
     }
 
-    /** {@return the exit status} */
-    private static int run(String pager, String text) throws IOException {
-        Process process = new ProcessBuilder("/bin/sh", "-c", pager)
-                .redirectOutput(ProcessBuilder.Redirect.INHERIT)
-                .redirectError(ProcessBuilder.Redirect.INHERIT)
-                .start();
+    /** Gives the pager its text, and waits until the user leaves it. {@return its exit status} */
+    private static int feed(Process process, String text) {
+        // Interrupts are the pager's from now on: they are not to end the console. A pager that were started while they
+        // are ignored would ignore them as well.
+        ignoreInterrupts();
         try (Writer input = new OutputStreamWriter(process.getOutputStream(), StandardCharsets.UTF_8)) {
             input.write(text);
-        } catch (IOException leftEarly) {
+        } catch (IOException e) {
             // Whoever has seen enough need not read all.
         }
-        while (true) {
-            try {
-                return process.waitFor();
-            } catch (InterruptedException e) {
-                // It still has the terminal.
-            }
+        int status = process.onExit().join().exitValue();
+        Signals.registerDefault(INTERRUPT);
+        return status;
+    }
+
+    /** JLine names the class of signals that Java has for this by reflection only, and so it is here. */
+    private static void ignoreInterrupts() {
+        try {
+            Signals.unregister(INTERRUPT, Class.forName("sun.misc.SignalHandler").getField("SIG_IGN").get(null));
+        } catch (ReflectiveOperationException e) {
+            // A Java VM without it: an interrupt ends the console too.
         }
     }
 }
