@@ -26,8 +26,10 @@ std::vector<std::string> machineInterfaces() {
         if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET)
             continue;
         const std::string address = dotted(entry->ifa_addr);
-        interfaces.push_back("{\"name\":\"" + std::string(entry->ifa_name) + "\",\"ip\":\"" + address +
-                             "\",\"localip\":\"" + address + "\",\"netmask\":\"" + dotted(entry->ifa_netmask) + "\"");
+        std::string &json = interfaces.emplace_back();
+        json.append("{\"name\":\"").append(entry->ifa_name).append("\",\"ip\":\"").append(address);
+        json.append("\",\"localip\":\"").append(address);
+        json.append("\",\"netmask\":\"").append(dotted(entry->ifa_netmask)).append("\"");
     }
     freeifaddrs(list);
     return interfaces;
