@@ -52,7 +52,7 @@ final class AffinityCommands {
         CommandSpec query = affinity.command("query", "Show the servers of clients.",
                 typed -> drive(session, typed, READ), PORT);
         CommandGroup.addRest(query, "CLIENT", "Address of a client; all clients when none is given.", false);
-        return affinity.spec;
+        return affinity.definition;
     }
 
     private static void list(Session session, ParseResult typed) {

@@ -37,7 +37,7 @@ final class AliasCommands {
                 CMNExecutorInterface::clusterConfigureStatusNative);
         aliases.show("info", "Show which interface carries an address as an alias, and with which mask.", CONFIG,
                 CMNExecutorInterface::getAddressConfigureInfoNative);
-        return aliases.spec();
+        return aliases.definition();
     }
 
     private static void requireBoth(ParseResult typed) {

@@ -84,7 +84,7 @@ final class AttackCommands {
         }
         attack.command("set", "Set the parameters of the attack protection.", typed -> session.finish(Family.SYSTEM,
                 setParameters(session.natives(), parameters, typed)), parameters);
-        return attack.spec;
+        return attack.definition;
     }
 
     private static int setParameters(CMNExecutorInterface natives, Identity[] parameters, ParseResult typed) {

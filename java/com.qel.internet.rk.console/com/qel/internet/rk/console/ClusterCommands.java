@@ -63,6 +63,6 @@ final class ClusterCommands {
         clusters.list("List the clusters.", STATUS, COLUMNS, CMNExecutorInterface::getClusterStatusNative);
         clusters.cps("Set the connections-per-second counter of a cluster.", STATUS, "iConnectionsPerSecond",
                 CMNExecutorInterface::setClusterCPSNative);
-        return clusters.spec();
+        return clusters.definition();
     }
 }

@@ -15,11 +15,11 @@ final class CommandGroup {
 
     private static final String COUNTS = "--counts";
 
-    final CommandSpec spec;
+    final CommandSpec definition;
 
     CommandGroup(String name, String description) {
-        spec = CommandSpec.create().name(name);
-        spec.usageMessage().description(description);
+        definition = CommandSpec.create().name(name);
+        definition.usageMessage().description(description);
     }
 
     /** Adds a command. {@return it, for further arguments and options} */
@@ -29,7 +29,7 @@ final class CommandGroup {
         for (Identity argument : arguments) {
             addArgument(command, argument);
         }
-        spec.addSubcommand(name, command);
+        definition.addSubcommand(name, command);
         return command;
     }
 

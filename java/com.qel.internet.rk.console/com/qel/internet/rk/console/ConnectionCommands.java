@@ -52,7 +52,7 @@ final class ConnectionCommands {
         list.addOption(endOption(CLIENT, "Only those of this client."));
         list.addOption(endOption(SERVER, "Only those with this server."));
         CommandGroup.addCounts(list);
-        return connections.spec;
+        return connections.definition;
     }
 
     private static void addChange(CommandGroup connections, String name, String description,

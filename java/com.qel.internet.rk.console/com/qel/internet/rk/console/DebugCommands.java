@@ -50,7 +50,7 @@ final class DebugCommands {
         CommandSpec misc = debug.command("misc", "Run one of the debugging commands.",
                 typed -> misc(session, typed), SUB);
         CommandGroup.addOptional(misc, ARGUMENTS);
-        return debug.spec;
+        return debug.definition;
     }
 
     private static Identity argument(String label) {

@@ -66,6 +66,6 @@ final class ExecutorCommands {
         executor.set("Change settings.", STATUS, CMNExecutorInterface::setExecutorStatusNative);
         executor.cps("Set the connections-per-second counter.", REPORT, "iConnectionsPerSecond",
                 CMNExecutorInterface::setExecutorCPSNative);
-        return executor.spec();
+        return executor.definition();
     }
 }

@@ -51,9 +51,9 @@ final class HaCommands {
         CommandSpec status = ha.command("status", "Show the state, the heartbeats and the reach targets.",
                 typed -> status(session, typed));
         Settings.addOptions(status, STATUS);
-        ha.spec.addSubcommand("backup", backup(session));
-        ha.spec.addSubcommand("reach", reach(session));
-        ha.spec.addSubcommand("heartbeat", heartbeat(session));
+        ha.definition.addSubcommand("backup", backup(session));
+        ha.definition.addSubcommand("reach", reach(session));
+        ha.definition.addSubcommand("heartbeat", heartbeat(session));
 
         CommandSpec timers = ha.command("timers",
                 "Make the executor take its timers anew. The seven times are checked, and not sent.",
@@ -63,7 +63,7 @@ final class HaCommands {
         Identity address = Identity.argument("ADDRESS", "The address to take over.", Kind.ADDRESS);
         ha.command("takeover", "Take over from the partner.", typed -> session.finish(Family.TAKEOVER,
                 session.natives().takeoverNative(address.text(typed, 0))), address);
-        return ha.spec;
+        return ha.definition;
     }
 
     private static void status(Session session, ParseResult typed) {
@@ -90,7 +90,7 @@ final class HaCommands {
             Refusal.check(Family.HIGH_AVAILABILITY, session.natives().backupDelNative());
             session.output.sent(STATUS_COMMAND);
         });
-        return backup.spec;
+        return backup.definition;
     }
 
     private static CommandSpec reach(Session session) {
@@ -109,7 +109,7 @@ final class HaCommands {
         reach.command("change", "Change type and status of a target.", typed -> session.finish(Family.REACH,
                 session.natives().chgReachNative(index.number(typed, 0), type.number(typed, 1),
                         status.number(typed, 2))), index, type, status);
-        return reach.spec;
+        return reach.definition;
     }
 
     private static CommandSpec heartbeat(Session session) {
@@ -122,7 +122,7 @@ final class HaCommands {
                 session.natives().addHBNative(local.text(typed, 0), partner.text(typed, 1))), local, partner);
         heartbeat.command("delete", "Remove the heartbeats of an address.", typed -> session.finish(Family.HEARTBEAT,
                 session.natives().delHBNative(either.text(typed, 0))), either);
-        return heartbeat.spec;
+        return heartbeat.definition;
     }
 
     private static int setTimers(Session session, List<String> times) {

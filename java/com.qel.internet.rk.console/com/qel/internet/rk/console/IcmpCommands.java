@@ -33,6 +33,6 @@ final class IcmpCommands {
             CommandGroup.put(session, response, typed, RECORD);
             session.finish(Family.SYSTEM, session.natives().setIcmpInfoNative(response));
         }, RECORD);
-        return icmp.spec;
+        return icmp.definition;
     }
 }

@@ -45,7 +45,7 @@ final class InterfaceCommands {
         interfaces.command("reserved", "Show the library's answer to the method that is reserved for the list.",
                 typed -> session.output.value("answer",
                         session.natives().getInterfaceListNative(null, new CMNInterfaceList())));
-        return interfaces.spec;
+        return interfaces.definition;
     }
 
     private static void list(Session session) {

@@ -36,7 +36,7 @@ final class LogCommands {
                 typed -> print(session, session.natives().xlogtailNative(size.number(typed, 0))));
         CommandGroup.addOptional(tail, size);
         log.command("clear", "Empty the log.", typed -> print(session, session.natives().xlogclearNative()));
-        return log.spec;
+        return log.definition;
     }
 
     /**

@@ -47,8 +47,8 @@ final class ObjectFamily {
     }
 
     /** {@return the commands, as a group} */
-    CommandSpec spec() {
-        return group.spec;
+    CommandSpec definition() {
+        return group.definition;
     }
 
     /** Offers a command that makes an object with settings. {@return the command} */

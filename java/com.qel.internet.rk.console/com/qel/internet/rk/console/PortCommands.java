@@ -62,6 +62,6 @@ final class PortCommands {
         ports.list("List the ports of a cluster.", STATUS, COLUMNS, CMNExecutorInterface::getPortStatusNative);
         ports.cps("Set the connections-per-second counter of a port.", STATUS, "iConnectionsPerSecond",
                 CMNExecutorInterface::setPortCPSNative);
-        return ports.spec();
+        return ports.definition();
     }
 }

@@ -73,8 +73,8 @@ final class RuleCommands {
         rules.list("List the rules of a port.", STATUS, COLUMNS, CMNExecutorInterface::getRuleStatusNative);
         rules.cps("Set the connections-per-second counter of a rule.", STATUS, "iConnectionsPerSecond",
                 CMNExecutorInterface::setRuleCPSNative);
-        rules.spec().addSubcommand("server", RuleServerCommands.create(session));
-        return rules.spec();
+        rules.definition().addSubcommand("server", RuleServerCommands.create(session));
+        return rules.definition();
     }
 
     private static void addRangeOptions(CommandSpec command) {

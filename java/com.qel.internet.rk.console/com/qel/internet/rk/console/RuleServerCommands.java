@@ -31,7 +31,7 @@ final class RuleServerCommands {
         addChange(members, session, "remove", "Take a server out of a rule.",
                 CMNExecutorInterface::removeServerfromRuleNative);
         members.command("list", "List the servers of a rule.", typed -> list(session, rule(session, typed)), RULE);
-        return members.spec;
+        return members.definition;
     }
 
     private static void addChange(CommandGroup members, Session session, String name, String description,

@@ -92,8 +92,8 @@ final class ServerCommands {
         hosts.act("up", "Mark a host up.", STATUS, CMNExecutorInterface::setHostUpNative);
         hosts.act("down", "Mark a host down.", STATUS, CMNExecutorInterface::setHostDownNative);
         hosts.act("remove", "Remove a host.", STATUS, CMNExecutorInterface::removeHostNative);
-        servers.spec().addSubcommand("host", hosts.spec());
-        return servers.spec();
+        servers.definition().addSubcommand("host", hosts.definition());
+        return servers.definition();
     }
 
     private static void addListenerOption(CommandSpec command) {

@@ -40,7 +40,7 @@ final class WeightsCommands {
                 + " quiesced-down flags change with its weight: they are off unless they are named.",
                 typed -> set(session, typed), PORT);
         CommandGroup.addRest(set, "SERVER=WEIGHT[,fixed][,down]", "A server, its weight, and its flags.", true);
-        return weights.spec;
+        return weights.definition;
     }
 
     private static void get(Session session, ParseResult typed) {
