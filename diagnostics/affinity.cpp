@@ -22,8 +22,9 @@ constexpr char kBanner[] = "AFFINITY COMMANDS SHOULD BE USED FOR DEBUGGING\n"
 void appendEntries(ReportText &report, const AffinityRecord &record) {
     appendText(report, record.alternativeHeader != 0 ? "ServerAddr - Age - Len - ID \n"
                                                      : "ClientAddr - ServerAddr - NumActive - Age(sec)\n");
+    const auto *entries = entriesOf<const AffinityEntry>(&record);
     for (int i = 0; i < entriesWithin(static_cast<int32_t>(record.count), kWireAffinities); ++i) {
-        const AffinityEntry &entry = record.entries[i];
+        const AffinityEntry &entry = entries[i];
         const uint32_t client = ntohl(entry.clientAddress);
         const uint32_t server = ntohl(entry.serverAddress);
         appendLine(report, "%d.%d.%d.%d - %d.%d.%d.%d - %d - %d \n", RK_OCTETS(client), RK_OCTETS(server),
@@ -126,15 +127,15 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     record.count = static_cast<uint32_t>(GetJavaIntField(env, request, "iNumAffinities", &value));
     if (record.count > kAffinities)
         return respond(env, request, kStatusTooMany);
+    auto *entries = entriesOf<AffinityEntry>(&record);
     const int sent = static_cast<int>(record.count);
     if (sent != 0)
-        if (const int32_t status = entriesFromJava(env, request, record.entries, sent); status != 0)
+        if (const int32_t status = entriesFromJava(env, request, entries, sent); status != 0)
             return status == kStatusNoMemory ? respond(env, request, status) : status;
 
     // More entries than the wire size holds travel in a longer block.
     const int room = sent > kWireAffinities ? sent : kWireAffinities;
-    const std::size_t length =
-        offsetof(AffinityRecord, entries) + static_cast<std::size_t>(room) * sizeof(AffinityEntry);
+    const std::size_t length = sizeof record + static_cast<std::size_t>(room) * sizeof(AffinityEntry);
     if (send(record.header, Command::serverDirectedAffinity, length) != 0)
         return respond(env, request, record.header.reason);
     toJava(env, request, "iResponse", record.response);
@@ -142,7 +143,7 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     toJava(env, request, "iNumAffinities", record.count);
     if (record.count != 0)
         if (const int32_t status =
-                entriesToJava(env, request, record.entries, entriesWithin(static_cast<int32_t>(record.count), room));
+                entriesToJava(env, request, entries, entriesWithin(static_cast<int32_t>(record.count), room));
             status != 0)
             return respond(env, request, status);
     return 0;

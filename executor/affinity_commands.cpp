@@ -26,7 +26,7 @@ uint32_t clientMask(const Port &port) {
 
 // The entries that a block has room for, by its length.
 uint32_t roomIn(const AffinityRecord &record) {
-    return static_cast<uint32_t>((record.header.length - offsetof(AffinityRecord, entries)) / sizeof(AffinityEntry));
+    return static_cast<uint32_t>((record.header.length - sizeof record) / sizeof(AffinityEntry));
 }
 
 // Fills the head of a reply, but for the count.
@@ -39,7 +39,8 @@ void fillHead(AffinityRecord &record, const Port &port) {
 }
 
 void clearEntries(AffinityRecord &record, uint32_t first) {
-    std::fill(record.entries + first, record.entries + roomIn(record), AffinityEntry{});
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    std::fill(entries + first, entries + roomIn(record), AffinityEntry{});
 }
 
 // Addresses in host byte order.
@@ -121,12 +122,13 @@ int32_t performOn(Executor &executor, Port &port, int32_t command, const Affinit
 
 // Fills in as many records of a port as there is room for, and the number that there are. Returns how many it filled.
 uint32_t fillWithAll(AffinityRecord &record, const Port &port) {
+    auto *entries = entriesOf<AffinityEntry>(&record);
     const uint32_t room = roomIn(record);
     uint32_t filled = 0;
     for (const auto &[order, affinity] : port.affinities.inOrder) {
         if (filled == room)
             break;
-        record.entries[filled] = entryOf(port, *affinity);
+        entries[filled] = entryOf(port, *affinity);
         ++filled;
     }
     record.count = static_cast<uint32_t>(numberOf(port.affinities));
@@ -143,10 +145,11 @@ int32_t readAffinities(ExecutorState &state, AffinityRecord &record) {
     const bool isDetailed = record.count != 0;
     record.command = 0;
     fillHead(record, *target.port);
+    auto *entries = entriesOf<AffinityEntry>(&record);
     const uint32_t filled = fillWithAll(record, *target.port);
     for (uint32_t index = 0; index < filled; ++index) {
-        record.entries[index].clientAddress = htonl(record.entries[index].clientAddress);
-        record.entries[index].serverAddress = htonl(record.entries[index].serverAddress);
+        entries[index].clientAddress = htonl(entries[index].clientAddress);
+        entries[index].serverAddress = htonl(entries[index].serverAddress);
     }
     if (!isDetailed)
         clearEntries(record, 0);
@@ -162,17 +165,18 @@ int32_t serverDirectedAffinity(ExecutorState &state, AffinityRecord &record) {
         return kOutOfRange;
 
     Port &port = *target.port;
+    auto *entries = entriesOf<AffinityEntry>(&record);
     fillHead(record, port);
     if (command == kReadClients && record.count == 0) {
         const uint32_t filled = fillWithAll(record, port);
         for (uint32_t index = 0; index < filled; ++index)
-            record.entries[index].stamp = record.now - record.entries[index].stamp;
+            entries[index].stamp = record.now - entries[index].stamp;
         return 0;
     }
     for (uint32_t index = 0; index < record.count; ++index) {
-        const AffinityEntry request = record.entries[index];
+        const AffinityEntry request = entries[index];
         const int32_t response = performOn(state.executor, port, command, request);
-        record.entries[index] = replyTo(request, port, response);
+        entries[index] = replyTo(request, port, response);
         if (response < 0 && record.response == 0)
             record.response = response;
     }

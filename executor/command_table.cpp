@@ -79,7 +79,6 @@ int32_t roomForAffinities(const CommandHeader &block) {
 constexpr CommandRow directedAffinity() {
     CommandRow row = fixed<serverDirectedAffinity>(Command::serverDirectedAffinity, "serverDirectedAffinity",
                                                    kAffinityFamily, kChanges);
-    row.length = offsetof(AffinityRecord, entries);
     row.entryLength = sizeof(AffinityEntry);
     row.countOf = roomForAffinities;
     return row;

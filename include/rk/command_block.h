@@ -15,7 +15,7 @@ namespace rk {
 
 // Server-directed affinity may carry 3000 entries of 32 bytes behind a 48-byte head, more than the wire size; the
 // storage has room for them, so that nothing that the library fills runs past its end.
-inline constexpr std::size_t kStorageBytes = sizeof(AffinityRecord);
+inline constexpr std::size_t kStorageBytes = sizeof(AffinityRecord) + kAffinities * sizeof(AffinityEntry);
 
 union CommandBlock {
     CommandHeader header;

@@ -145,7 +145,7 @@ RK_AT(AffinityEntry, stamp, 28);
 inline constexpr int kWireAffinities = 1999; // as many as the wire size holds
 inline constexpr int kAffinities = 3000;     // as many as a request may carry
 
-// Commands readAffinities and serverDirectedAffinity.
+// Commands readAffinities and serverDirectedAffinity. AffinityEntry's follow.
 struct AffinityRecord {
     CommandHeader header;
     int32_t command;  // request of serverDirectedAffinity
@@ -157,11 +157,10 @@ struct AffinityRecord {
     NetworkPort port;
     uint16_t alternativeHeader; // reply of readAffinities
     uint32_t count;             // request of readAffinities: detail flag; else the number of entries
-    AffinityEntry entries[kAffinities];
 };
 
-static_assert(sizeof(AffinityRecord) == 48 + 32 * kAffinities);
-static_assert(48 + 32 * kWireAffinities == kWireBytes);
+static_assert(sizeof(AffinityRecord) == 48);
+static_assert(sizeof(AffinityRecord) + kWireAffinities * sizeof(AffinityEntry) == kWireBytes);
 RK_AT(AffinityRecord, command, 16);
 RK_AT(AffinityRecord, response, 20);
 RK_AT(AffinityRecord, now, 28);
@@ -170,7 +169,6 @@ RK_AT(AffinityRecord, clientMask, 36);
 RK_AT(AffinityRecord, port, 40);
 RK_AT(AffinityRecord, alternativeHeader, 42);
 RK_AT(AffinityRecord, count, 44);
-RK_AT(AffinityRecord, entries, 48);
 
 // --- Debug dump ------------------------------------------------------------------------------------------------------
 

@@ -1,7 +1,6 @@
 // Affinity records, and server-directed affinity. In the records of the latter, addresses are in host byte order.
 #include "executor_client.h"
 
-#include <algorithm>
 #include <ctime>
 
 namespace rk {
@@ -15,33 +14,9 @@ uint32_t word(const char *dottedAddress) {
     return ntohl(address(dottedAddress).word);
 }
 
-// A block of its own length, with stale bytes where a client writes nothing.
-struct AffinityBlock {
-    std::vector<uint8_t> bytes;
-
-    AffinityRecord &record() {
-        return *reinterpret_cast<AffinityRecord *>(bytes.data());
-    }
-};
-
-int32_t send(AffinityBlock &block) {
-    return sendBytes(block.bytes.data(), block.bytes.size());
-}
-
-AffinityBlock affinityBlock(Command command, uint32_t count) {
-    const std::size_t room = std::max<std::size_t>(count, 1999);
-    AffinityBlock block{std::vector<uint8_t>(48 + 32 * room, kStaleByte)};
-    block.record().header.command = command;
-    block.record().header.length = static_cast<uint32_t>(block.bytes.size());
-    block.record().port = port(kPort);
-    block.record().count = count;
-    return block;
-}
-
 AffinityBlock directedRequest(int32_t command, uint32_t count) {
-    AffinityBlock block = affinityBlock(Command::serverDirectedAffinity, count);
-    block.record().command = command;
-    block.record().clusterAddress = word("10.1.0.1");
+    AffinityBlock block = affinityRequest(Command::serverDirectedAffinity, count);
+    block.block().command = command;
     return block;
 }
 
@@ -59,16 +34,15 @@ struct Outcome {
 
 Outcome direct(int32_t command, const char *client, const char *server = "10.3.0.1", uint32_t serverKey = 1) {
     AffinityBlock block = directedRequest(command, 1);
-    setEntry(block.record().entries[0], client, server, serverKey);
+    setEntry(block.entry(0), client, server, serverKey);
     EXPECT_EQ(send(block), 0);
-    EXPECT_EQ(block.record().count, 1U);
-    return {block.record().entries[0], block.record().response};
+    EXPECT_EQ(block.block().count, 1U);
+    return {block.entry(0), block.block().response};
 }
 
 AffinityBlock readAffinities(bool isDetailed = true) {
-    AffinityBlock block = affinityBlock(Command::readAffinities, 0);
-    block.record().clusterAddress = address("10.1.0.1").word;
-    block.record().count = isDetailed ? 1 : 0;
+    AffinityBlock block = affinityRequest(Command::readAffinities);
+    block.block().count = isDetailed ? 1 : 0;
     EXPECT_EQ(send(block), 0);
     return block;
 }
@@ -77,8 +51,8 @@ AffinityBlock readAffinities(bool isDetailed = true) {
 std::vector<std::string> bindings() {
     AffinityBlock block = readAffinities();
     std::vector<std::string> texts;
-    for (uint32_t index = 0; index < block.record().count; ++index) {
-        const AffinityEntry &entry = block.record().entries[index];
+    for (uint32_t index = 0; index < block.block().count; ++index) {
+        const AffinityEntry &entry = block.entry(index);
         texts.push_back(dotted({entry.clientAddress}) + " " + dotted({entry.serverAddress}));
     }
     return texts;
@@ -87,12 +61,12 @@ std::vector<std::string> bindings() {
 // The reply that a block is to become, all zero but for what the client sent to name the port.
 AffinityBlock emptyReply(AffinityBlock &actual) {
     AffinityBlock expected{std::vector<uint8_t>(actual.bytes.size(), 0)};
-    expected.record().header = actual.record().header;
-    expected.record().header.result = expected.record().header.reason = 0;
-    expected.record().clusterAddress = actual.record().clusterAddress;
-    expected.record().port = port(kPort);
-    expected.record().now = actual.record().now;
-    expected.record().clientMask = 0xFFFFFFFF;
+    expected.block().header = actual.block().header;
+    expected.block().header.result = expected.block().header.reason = 0;
+    expected.block().clusterAddress = actual.block().clusterAddress;
+    expected.block().port = port(kPort);
+    expected.block().now = actual.block().now;
+    expected.block().clientMask = 0xFFFFFFFF;
     return expected;
 }
 
@@ -117,35 +91,35 @@ protected:
 TEST_F(Affinities, areBoundAndRead) {
     const auto before = static_cast<uint32_t>(std::time(nullptr));
     AffinityBlock bind = directedRequest(kBind, 2);
-    setEntry(bind.record().entries[0], "10.7.0.1", "10.3.0.1", 1);
-    setEntry(bind.record().entries[1], "10.7.0.2", "10.3.0.2", 2);
+    setEntry(bind.entry(0), "10.7.0.1", "10.3.0.1", 1);
+    setEntry(bind.entry(1), "10.7.0.2", "10.3.0.2", 2);
     ASSERT_EQ(send(bind), 0);
     const auto after = static_cast<uint32_t>(std::time(nullptr));
 
     AffinityBlock expectedBind = emptyReply(bind);
-    expectedBind.record().command = kBind;
-    expectedBind.record().count = 2;
-    setEntry(expectedBind.record().entries[0], "10.7.0.1", "10.3.0.1", 1);
-    setEntry(expectedBind.record().entries[1], "10.7.0.2", "10.3.0.2", 2);
-    EXPECT_GE(bind.record().now, before);
-    EXPECT_LE(bind.record().now, after);
+    expectedBind.block().command = kBind;
+    expectedBind.block().count = 2;
+    setEntry(expectedBind.entry(0), "10.7.0.1", "10.3.0.1", 1);
+    setEntry(expectedBind.entry(1), "10.7.0.2", "10.3.0.2", 2);
+    EXPECT_GE(bind.block().now, before);
+    EXPECT_LE(bind.block().now, after);
     for (int index = 0; index < 2; ++index) {
-        EXPECT_GE(bind.record().entries[index].firstTime, before);
-        EXPECT_LE(bind.record().entries[index].firstTime, after);
-        expectedBind.record().entries[index].firstTime = bind.record().entries[index].firstTime;
+        EXPECT_GE(bind.entry(index).firstTime, before);
+        EXPECT_LE(bind.entry(index).firstTime, after);
+        expectedBind.entry(index).firstTime = bind.entry(index).firstTime;
     }
     expectReply(expectedBind, bind);
 
     AffinityBlock read = readAffinities();
     AffinityBlock expected = emptyReply(read);
-    EXPECT_GE(read.record().now, before);
-    expected.record().count = 2;
+    EXPECT_GE(read.block().now, before);
+    expected.block().count = 2;
     for (int index = 0; index < 2; ++index) {
-        AffinityEntry &entry = expected.record().entries[index];
+        AffinityEntry &entry = expected.entry(index);
         entry.clientAddress = address(index == 0 ? "10.7.0.1" : "10.7.0.2").word; // network byte order
         entry.serverAddress = address(index == 0 ? "10.3.0.1" : "10.3.0.2").word;
         entry.serverKey = index == 0 ? 1 : 2;
-        entry.firstTime = entry.stamp = bind.record().entries[index].firstTime;
+        entry.firstTime = entry.stamp = bind.entry(index).firstTime;
     }
     expectReply(expected, read);
 }
@@ -154,7 +128,7 @@ TEST_F(Affinities, areOnlyCountedWithoutDetails) {
     direct(kBind, "10.7.0.1");
     AffinityBlock read = readAffinities(false);
     AffinityBlock expected = emptyReply(read);
-    expected.record().count = 1;
+    expected.block().count = 1;
     expectReply(expected, read);
 }
 
@@ -175,10 +149,10 @@ TEST_F(Affinities, tellTheClientMaskOfTheirPort) {
         write.setStickyBits = 1;
         write.stickyBits = item.bits;
         ASSERT_EQ(rk::send(write), 0);
-        EXPECT_EQ(readAffinities().record().clientMask, item.mask);
+        EXPECT_EQ(readAffinities().block().clientMask, item.mask);
         AffinityBlock directed = directedRequest(kRead, 0);
         ASSERT_EQ(send(directed), 0);
-        EXPECT_EQ(directed.record().clientMask, item.mask);
+        EXPECT_EQ(directed.block().clientMask, item.mask);
     }
 }
 
@@ -191,8 +165,8 @@ TEST_F(Affinities, countTheConnectionsToTheirServer) {
     ASSERT_EQ(addConnection("10.7.0.2", 0), 0);
     ASSERT_EQ(addConnection("10.7.0.3", 1), 0); // to another server
     AffinityBlock read = readAffinities();
-    EXPECT_EQ(read.record().entries[0].activeConnections, 2U);
-    EXPECT_EQ(read.record().entries[1].activeConnections, 0U);
+    EXPECT_EQ(read.entry(0).activeConnections, 2U);
+    EXPECT_EQ(read.entry(1).activeConnections, 0U);
     EXPECT_EQ(direct(kRead, "10.7.0.1").entry.activeConnections, 2U);
 }
 
@@ -238,32 +212,32 @@ TEST_F(Affinities, areReadAllWithoutClients) {
     AffinityBlock block = directedRequest(kRead, 0);
     ASSERT_EQ(send(block), 0);
     AffinityBlock expected = emptyReply(block);
-    expected.record().command = kRead;
-    expected.record().count = 2;
-    setEntry(expected.record().entries[0], "10.7.0.2", "10.3.0.1", 1);
-    setEntry(expected.record().entries[1], "10.7.0.1", "10.3.0.2", 2);
+    expected.block().command = kRead;
+    expected.block().count = 2;
+    setEntry(expected.entry(0), "10.7.0.2", "10.3.0.1", 1);
+    setEntry(expected.entry(1), "10.7.0.1", "10.3.0.2", 2);
     for (int index = 0; index < 2; ++index) {
-        const AffinityEntry &entry = block.record().entries[index];
-        EXPECT_EQ(entry.stamp, block.record().now - entry.firstTime); // the age
-        expected.record().entries[index].firstTime = entry.firstTime;
-        expected.record().entries[index].stamp = entry.stamp;
+        const AffinityEntry &entry = block.entry(index);
+        EXPECT_EQ(entry.stamp, block.block().now - entry.firstTime); // the age
+        expected.entry(index).firstTime = entry.firstTime;
+        expected.entry(index).stamp = entry.stamp;
     }
     expectReply(expected, block);
 }
 
 TEST_F(Affinities, eachEntryStandsForItself) {
     AffinityBlock block = directedRequest(kBind, 5);
-    setEntry(block.record().entries[0], "10.7.0.1", "10.3.0.1", 1);
-    setEntry(block.record().entries[1], "10.7.0.2", "10.3.0.9", 9);
-    setEntry(block.record().entries[2], "0.0.0.0", "10.3.0.1", 1);
-    setEntry(block.record().entries[3], "224.0.0.1", "10.3.0.1", 1);
-    setEntry(block.record().entries[4], "10.7.0.3", "10.3.0.1", 1);
+    setEntry(block.entry(0), "10.7.0.1", "10.3.0.1", 1);
+    setEntry(block.entry(1), "10.7.0.2", "10.3.0.9", 9);
+    setEntry(block.entry(2), "0.0.0.0", "10.3.0.1", 1);
+    setEntry(block.entry(3), "224.0.0.1", "10.3.0.1", 1);
+    setEntry(block.entry(4), "10.7.0.3", "10.3.0.1", 1);
     ASSERT_EQ(send(block), 0);
-    EXPECT_EQ(block.record().response, kUnknownServer); // the first one's
+    EXPECT_EQ(block.block().response, kUnknownServer); // the first one's
     std::vector<int32_t> responses;
     responses.reserve(5);
     for (int index = 0; index < 5; ++index)
-        responses.push_back(static_cast<int32_t>(block.record().entries[index].stamp));
+        responses.push_back(static_cast<int32_t>(block.entry(index).stamp));
     EXPECT_EQ(responses, (std::vector<int32_t>{0, kUnknownServer, kOutOfRange, kOutOfRange, 0}));
     EXPECT_EQ(bindings(), (Texts{"10.7.0.1 10.3.0.1", "10.7.0.3 10.3.0.1"}));
 }
@@ -274,7 +248,7 @@ TEST_F(Affinities, nothingIsDoneWithoutEntries) {
         AffinityBlock block = directedRequest(command, 0);
         ASSERT_EQ(send(block), 0);
         AffinityBlock expected = emptyReply(block);
-        expected.record().command = command;
+        expected.block().command = command;
         expectReply(expected, block);
     }
     EXPECT_EQ(bindings(), Texts{"10.7.0.1 10.3.0.1"});
@@ -286,17 +260,16 @@ TEST_F(Affinities, areRefusedWhereTheyCannotBe) {
         EXPECT_EQ(send(block), kOutOfRange) << command;
     }
     for (const Command command : {Command::serverDirectedAffinity, Command::readAffinities}) {
-        AffinityBlock block = affinityBlock(command, 0);
-        block.record().command = kRead;
-        block.record().clusterAddress = 0x01020304;
+        AffinityBlock block = affinityRequest(command, 0);
+        block.block().command = kRead;
+        block.block().clusterAddress = 0x01020304;
         EXPECT_EQ(send(block), kUnknownCluster);
     }
     AffinityBlock otherPort = directedRequest(kRead, 0);
-    otherPort.record().port = port(81);
+    otherPort.block().port = port(81);
     EXPECT_EQ(send(otherPort), kUnknownPort);
-    otherPort = affinityBlock(Command::readAffinities, 0);
-    otherPort.record().clusterAddress = address("10.1.0.1").word;
-    otherPort.record().port = port(81);
+    otherPort = affinityRequest(Command::readAffinities);
+    otherPort.block().port = port(81);
     EXPECT_EQ(send(otherPort), kUnknownPort);
 }
 
@@ -322,28 +295,28 @@ TEST_F(Affinities, goWithTheirPort) {
 TEST_F(Affinities, travelUpTo3000AtOnce) {
     AffinityBlock block = directedRequest(kBind, 3000);
     for (uint32_t index = 0; index < 3000; ++index)
-        block.record().entries[index] = {word("10.8.0.1") + index, word("10.3.0.1"), 1, 0, {}, 0, {}, 0, 0};
+        block.entry(index) = {word("10.8.0.1") + index, word("10.3.0.1"), 1, 0, {}, 0, {}, 0, 0};
     ASSERT_EQ(send(block), 0);
-    EXPECT_EQ(block.record().response, 0);
+    EXPECT_EQ(block.block().response, 0);
     for (uint32_t index = 0; index < 3000; ++index)
-        ASSERT_EQ(block.record().entries[index].stamp, 0U);
+        ASSERT_EQ(block.entry(index).stamp, 0U);
 
     // As many as fit, and the number that there are.
     AffinityBlock read = readAffinities();
-    EXPECT_EQ(read.record().count, 3000U);
-    EXPECT_EQ(read.record().entries[1998].clientAddress, htonl(word("10.8.0.1") + 1998));
+    EXPECT_EQ(read.block().count, 3000U);
+    EXPECT_EQ(read.entry(1998).clientAddress, htonl(word("10.8.0.1") + 1998));
     AffinityBlock all = directedRequest(kRead, 0);
     ASSERT_EQ(send(all), 0);
-    EXPECT_EQ(all.record().count, 3000U);
-    EXPECT_EQ(all.record().entries[1998].clientAddress, word("10.8.0.1") + 1998);
+    EXPECT_EQ(all.block().count, 3000U);
+    EXPECT_EQ(all.entry(1998).clientAddress, word("10.8.0.1") + 1998);
 
     AffinityBlock some = directedRequest(kRead, 2500);
     for (uint32_t index = 0; index < 2500; ++index)
-        some.record().entries[index].clientAddress = word("10.8.0.1") + 2999 - index;
+        some.entry(index).clientAddress = word("10.8.0.1") + 2999 - index;
     ASSERT_EQ(send(some), 0);
-    EXPECT_EQ(some.record().response, 0);
-    EXPECT_EQ(some.record().count, 2500U);
-    EXPECT_EQ(some.record().entries[2499].serverAddress, word("10.3.0.1"));
+    EXPECT_EQ(some.block().response, 0);
+    EXPECT_EQ(some.block().count, 2500U);
+    EXPECT_EQ(some.entry(2499).serverAddress, word("10.3.0.1"));
 }
 
 } // namespace

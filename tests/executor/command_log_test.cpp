@@ -147,11 +147,11 @@ TEST_F(CommandLog, aLineTellsTheAddressesOfItsCommand) {
     sendHa(Command::takeOver, address("10.0.0.5").word, 0, 0);
     ASSERT_EQ(addConnection("10.7.0.1", 40000), 0);
     auto affinities = affinityRequest(Command::readAffinities);
-    affinities->port = port(81);
-    EXPECT_EQ(send(*affinities), kUnknownPort);
+    affinities.block().port = port(81);
+    EXPECT_EQ(send(affinities), kUnknownPort);
     auto directed = affinityRequest(Command::serverDirectedAffinity);
-    directed->command = 3;
-    EXPECT_EQ(send(*directed), 0);
+    directed.block().command = 3;
+    EXPECT_EQ(send(directed), 0);
     auto attacking = std::make_unique<SharedBlock>(request<SharedBlock>(Command::readAttackingAddresses));
     attacking->attacking.address = address("10.1.0.1");
     attacking->attacking.port = port(kPort);

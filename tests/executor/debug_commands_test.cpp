@@ -231,14 +231,13 @@ TEST_F(DebugDump, affinityListsAreThoseOfThePorts) {
     addTestServer(1, "10.3.0.1");
     ASSERT_EQ(addConnection("10.7.0.1", 1), 0);
     for (const uint32_t client : {0x0A070001U, 0x0A070002U, 0x0A070003U, 0x0A070002U}) {
-        const auto bind = affinityRequest(Command::serverDirectedAffinity);
-        bind->command = 1;
-        bind->count = 1;
-        bind->entries[0].clientAddress = client;
-        bind->entries[0].serverAddress = 0x0A030001;
-        bind->entries[0].serverKey = 1;
-        ASSERT_EQ(send(*bind), 0);
-        ASSERT_EQ(bind->response, 0);
+        AffinityBlock bind = affinityRequest(Command::serverDirectedAffinity, 1);
+        bind.block().command = 1;
+        bind.entry(0).clientAddress = client;
+        bind.entry(0).serverAddress = 0x0A030001;
+        bind.entry(0).serverKey = 1;
+        ASSERT_EQ(send(bind), 0);
+        ASSERT_EQ(bind.block().response, 0);
     }
     AffinityListsRecord expected{};
     expected.header.command = Command::dumpAffinityLists;

@@ -1,5 +1,7 @@
 #include "executor_client.h"
 
+#include <algorithm>
+
 namespace rk {
 
 int32_t sendBytes(uint8_t *bytes, std::size_t size) {
@@ -130,18 +132,15 @@ void addTestMember(const char *ruleName, uint32_t serverKey) {
     ASSERT_EQ(send(record), 0);
 }
 
-std::unique_ptr<AffinityRecord> affinityRequest(Command command) {
-    auto record = std::make_unique<AffinityRecord>(request<AffinityRecord>(command));
+AffinityBlock affinityRequest(Command command, uint32_t count) {
+    const auto room = static_cast<int32_t>(std::max<uint32_t>(count, 1999));
+    auto request = listRequest<AffinityRecord, AffinityEntry>(command, room);
+    AffinityRecord &record = request.block();
     const NetworkAddress cluster = address("10.1.0.1");
-    record->header.length = kWireBytes;
-    record->clusterAddress = command == Command::serverDirectedAffinity ? ntohl(cluster.word) : cluster.word;
-    record->port = port(kPort);
-    record->count = 0;
-    return record;
-}
-
-int32_t send(AffinityRecord &record) {
-    return sendBytes(reinterpret_cast<uint8_t *>(&record), kWireBytes);
+    record.clusterAddress = command == Command::serverDirectedAffinity ? ntohl(cluster.word) : cluster.word;
+    record.port = port(kPort);
+    record.count = count;
+    return request;
 }
 
 ConnectionRequestRecord connectionRequest(Command command, const char *client, int32_t clientPort, uint16_t state) {

@@ -137,10 +137,11 @@ void addTestServer(uint32_t serverKey, const char *serverId);
 void addTestRule(const char *ruleName);
 void addTestMember(const char *ruleName, uint32_t serverKey);
 
-// A request on the affinity records of the tests' port, its length that of the shared block. It has no more entries
-// than that block holds; the storage behind them is only there because the record can have more.
-std::unique_ptr<AffinityRecord> affinityRequest(Command command);
-int32_t send(AffinityRecord &record);
+// A request on the affinity records of the tests' port, its length that of the shared block, or, when its entries do
+// not fit into that, of the block that they need.
+using AffinityBlock = ListRequest<AffinityRecord, AffinityEntry>;
+
+AffinityBlock affinityRequest(Command command, uint32_t count = 0);
 
 // A connection between a client and the server 10.3.0.1 on the tests' port.
 constexpr uint16_t kHalfOpenState = 1;

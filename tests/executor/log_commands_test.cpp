@@ -191,7 +191,8 @@ TEST_F(Trace, keepsWhatItsFilterTells) {
         EXPECT_EQ(send(interfaces), 0);
         auto connections = std::make_unique<SharedBlock>(request<SharedBlock>(Command::readConnections));
         EXPECT_EQ(send(*connections), 0);
-        EXPECT_EQ(send(*affinityRequest(Command::readAffinities)), 0);
+        AffinityBlock affinities = affinityRequest(Command::readAffinities);
+        EXPECT_EQ(send(affinities), 0);
         auto debug = request<DebugRequestRecord>(Command::debugDump);
         debug.subCommand = 0;
         EXPECT_EQ(send(debug), 0);

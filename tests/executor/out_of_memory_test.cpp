@@ -139,13 +139,14 @@ TEST_F(OutOfMemory, ofAnAffinity) {
     addTestCluster();
     addTestPort();
     addTestServer(1, "one");
-    const auto block = affinityRequest(Command::serverDirectedAffinity);
-    AffinityRecord &record = *block;
-    const auto bindTwo = [&record](int successes) {
+    AffinityBlock block = affinityRequest(Command::serverDirectedAffinity);
+    AffinityRecord &record = block.block();
+    AffinityEntry *entries = &block.entry(0);
+    const auto bindTwo = [&record, entries](int successes) {
         record.command = 1;
         record.count = 2;
         for (uint32_t index = 0; index < 2; ++index)
-            record.entries[index] = {0x0A070001 + index, 0x0A030001, 1, 0, {}, 0, {}, 0, 0};
+            entries[index] = {0x0A070001 + index, 0x0A030001, 1, 0, {}, 0, {}, 0, 0};
         EXPECT_EQ(sendFailing(record.header, successes), 0);
         return record.response;
     };
@@ -161,13 +162,13 @@ TEST_F(OutOfMemory, ofAnAffinity) {
     }
     for (const int successes : {2, 3}) { // the first entry has all it needs
         EXPECT_EQ(bindTwo(successes), kOutOfMemory);
-        EXPECT_EQ(record.entries[0].stamp, 0U);
-        EXPECT_EQ(static_cast<int32_t>(record.entries[1].stamp), kOutOfMemory);
+        EXPECT_EQ(entries[0].stamp, 0U);
+        EXPECT_EQ(static_cast<int32_t>(entries[1].stamp), kOutOfMemory);
         EXPECT_EQ(numberOf(), 1U);
         record.command = 2;
         record.count = 1;
-        record.entries[0].clientAddress = 0x0A070001;
-        ASSERT_EQ(sendFailing(block->header, 0), 0);
+        entries[0].clientAddress = 0x0A070001;
+        ASSERT_EQ(sendFailing(record.header, 0), 0);
     }
     EXPECT_EQ(bindTwo(4), 0);
     EXPECT_EQ(numberOf(), 2U);
