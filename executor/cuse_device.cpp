@@ -2,6 +2,7 @@
 
 #include "executor/cuse_device.h"
 
+#include "executor/device_options.h"
 #include "executor/device_request.h"
 
 #include <cerrno>
@@ -17,7 +18,7 @@ namespace rk {
 
 namespace {
 
-constexpr char kChannel[] = "/dev/cuse";
+constexpr int kPatienceMilliseconds = 10'000; // the kernel speaks at once
 
 void answerIoctl(fuse_req_t request, int command, void *argument, fuse_file_info * /*file*/, unsigned int /*flags*/,
                  const void *in, size_t inBytes, size_t outBytes) {
@@ -67,7 +68,7 @@ bool answerMessage(fuse_session *session, fuse_buf &message) {
 bool introduce(const CuseDevice &device) {
     pollfd wanted{device.channel, POLLIN, 0};
     fuse_buf message{};
-    const bool isAnswered = poll(&wanted, 1, -1) == 1 && answerMessage(device.session, message);
+    const bool isAnswered = poll(&wanted, 1, kPatienceMilliseconds) == 1 && answerMessage(device.session, message);
     std::free(message.mem);
     return isAnswered && poll(&wanted, 1, 0) >= 0 && (wanted.revents & POLLERR) == 0;
 }
@@ -84,19 +85,10 @@ void fail(CuseDevice &device, std::string mistake) {
 
 } // namespace
 
-std::string describeChannelError(int error) {
-    const std::string channel = kChannel;
-    if (error == ENOENT || error == ENODEV || error == ENXIO)
-        return "there is no " + channel + ": load the kernel's module first (modprobe cuse)";
-    if (error == EACCES || error == EPERM)
-        return "no right to open " + channel + ": run as root, in a container with the device handed in";
-    return "cannot open " + channel + ": " + std::strerror(error);
-}
-
 CuseDevice openDevice(const std::string &name, ExecutorState &state) {
     CuseDevice device;
     const std::string path = "/dev/" + name;
-    const int channel = open(kChannel, O_RDWR | O_CLOEXEC | O_NONBLOCK);
+    const int channel = open(kDeviceChannel, O_RDWR | O_CLOEXEC | O_NONBLOCK);
     if (channel == -1) {
         device.mistake = describeChannelError(errno);
         return device;
@@ -109,13 +101,13 @@ CuseDevice openDevice(const std::string &name, ExecutorState &state) {
     device.session = newSession(name, state);
     if (device.session == nullptr) {
         close(channel);
-        device.mistake = "no session with " + std::string(kChannel) + " can be set up";
+        device.mistake = "no session with " + std::string(kDeviceChannel) + " can be set up";
         return device;
     }
     const std::string place = "/dev/fd/" + std::to_string(channel);
     if (fuse_session_mount(device.session, place.c_str()) != 0) {
         close(channel);
-        fail(device, "the session does not take " + std::string(kChannel));
+        fail(device, "the session does not take " + std::string(kDeviceChannel));
         return device;
     }
     device.channel = channel;

@@ -15,9 +15,6 @@ struct CuseDevice {
     std::string mistake;             // why there is none
 };
 
-// What to tell a user who cannot open /dev/cuse, by the errno value of the attempt.
-std::string describeChannelError(int error);
-
 // Makes the device /dev/NAME, at which `state` answers. It is there when this returns; `state` is to outlive it.
 CuseDevice openDevice(const std::string &name, ExecutorState &state);
 

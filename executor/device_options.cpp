@@ -2,6 +2,7 @@
 
 #include "rk/device.h"
 
+#include <cerrno>
 #include <cstring>
 #include <getopt.h>
 
@@ -12,7 +13,7 @@ namespace {
 constexpr char kDeviceFolder[] = "/dev/";
 constexpr std::size_t kLongestDeviceName = 63; // what the kernel lists of a device's name
 
-constexpr int kDeviceName = 'd', kForeground = 'f', kLog = 'l', kHelp = 'h', kVersion = 'V';
+enum OptionCode : int { kDeviceName = 256, kForeground, kLog, kHelp, kVersion }; // above any short option's
 
 constexpr option kOptions[] = {
     {"device-name", required_argument, nullptr, kDeviceName},
@@ -34,6 +35,47 @@ bool isDeviceName(const std::string &name) {
 void refuse(DeviceOptions &options, std::string mistake) {
     options.action = DeviceAction::refuse;
     options.mistake = std::move(mistake);
+}
+
+// What is wrong with the option at which getopt_long stopped. `argument` is the last one that it looked at.
+std::string describeOption(const std::string &argument) {
+    if (optopt >= kDeviceName)
+        return argument + ": this option takes no value";
+    if (optopt != 0)
+        return std::string("unknown option -") + static_cast<char>(optopt);
+    return "unknown option " + argument;
+}
+
+// Takes what getopt_long found. `argument` is the last one that it looked at.
+void applyOption(DeviceOptions &options, int found, const std::string &argument) {
+    switch (found) {
+    case kDeviceName:
+        options.deviceName = optarg;
+        if (!isDeviceName(options.deviceName))
+            refuse(options, "'" + options.deviceName +
+                                "' is no device name: letters, digits, '-', '_' and '.', a letter or digit first, "
+                                "at most 63 characters");
+        break;
+    case kForeground:
+        options.isForeground = true;
+        break;
+    case kLog:
+        options.logFile = optarg;
+        if (options.logFile.empty())
+            refuse(options, "--log needs the name of a file");
+        break;
+    case kHelp:
+        options.action = DeviceAction::showHelp;
+        break;
+    case kVersion:
+        options.action = DeviceAction::showVersion;
+        break;
+    case ':':
+        refuse(options, argument + " needs a value");
+        break;
+    default:
+        refuse(options, describeOption(argument));
+    }
 }
 
 } // namespace
@@ -67,40 +109,20 @@ DeviceOptions parseDeviceOptions(int count, char *const *arguments) {
     opterr = 0;
     int found = 0;
     while (options.action == DeviceAction::serve &&
-           (found = getopt_long(count, arguments, ":", kOptions, nullptr)) != -1) {
-        switch (found) {
-        case kDeviceName:
-            options.deviceName = optarg;
-            if (!isDeviceName(options.deviceName))
-                refuse(options, "'" + options.deviceName +
-                                    "' is no device name: letters, digits, '-', '_' and '.', a letter or digit first, "
-                                    "at most 63 characters");
-            break;
-        case kForeground:
-            options.isForeground = true;
-            break;
-        case kLog:
-            options.logFile = optarg;
-            if (options.logFile.empty())
-                refuse(options, "--log needs the name of a file");
-            break;
-        case kHelp:
-            options.action = DeviceAction::showHelp;
-            break;
-        case kVersion:
-            options.action = DeviceAction::showVersion;
-            break;
-        case ':':
-            refuse(options, std::string(arguments[optind - 1]) + " needs a value");
-            break;
-        default:
-            refuse(options,
-                   std::string("unknown option, or one with a value that it does not take: ") + arguments[optind - 1]);
-        }
-    }
+           (found = getopt_long(count, arguments, ":", kOptions, nullptr)) != -1)
+        applyOption(options, found, arguments[optind - 1]);
     if (options.action == DeviceAction::serve && optind < count)
         refuse(options, std::string("surplus argument: ") + arguments[optind]);
     return options;
+}
+
+std::string describeChannelError(int error) {
+    const std::string channel = kDeviceChannel;
+    if (error == ENOENT || error == ENODEV || error == ENXIO)
+        return "there is no " + channel + ": load the kernel's module first (modprobe cuse)";
+    if (error == EACCES || error == EPERM)
+        return "no right to open " + channel + ": run as root, in a container with the device handed in";
+    return "cannot open " + channel + ": " + std::strerror(error);
 }
 
 } // namespace rk

@@ -1,7 +1,11 @@
 // Commands that run out of memory: each is refused with its family's reason and leaves the state as it was.
+#include "executor/commands.h"
+#include "executor/device_request.h"
 #include "executor_client.h"
+#include "rk/device.h"
 #include "rk/ha_records.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -132,6 +136,20 @@ TEST_F(OutOfMemory, ofAConnection) {
     EXPECT_EQ(numberOfConnections(), 1);
     record.header.command = Command::releaseConnection;
     EXPECT_EQ(sendFailing(record.header, 0), 0);
+}
+
+// Nothing is performed when there is no memory for the block that a device copies.
+TEST_F(OutOfMemory, ofADevicesBlock) {
+    ExecutorState state;
+    startExecutor(state);
+    const ClusterRecord record = newCluster(kCluster, "web", "10.1.0.1");
+    DeviceReply reply;
+    allocationsLeft = 0;
+    answerDeviceRequest(state, kExecutorRequest, &record, sizeof record, sizeof record, reply);
+    allocationsLeft = -1;
+    EXPECT_EQ(reply.answer, DeviceAnswer::refused);
+    EXPECT_EQ(reply.error, ENOMEM);
+    EXPECT_EQ(state.executor.counters.commands, 0U);
 }
 
 // Each entry stands for itself.
