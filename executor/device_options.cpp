@@ -88,8 +88,8 @@ as a load balancer's executor does. It keeps the configuration in memory, and
 forwards no packets. The management server's library finds it in kernel mode.
 
   --device-name NAME   make /dev/NAME instead (the library knows /dev/qelxw only)
-  --foreground         stay in the foreground; otherwise the program goes to the
-                       background as soon as the device is there
+  --foreground         stay in the foreground, and say when the device is there;
+                       otherwise the program goes to the background then
   --log FILE           append a line to FILE for each command
   --help               show this text
   --version            show the version

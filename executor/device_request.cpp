@@ -53,14 +53,15 @@ void answerDeviceRequest(ExecutorState &state, uint32_t request, const void *in,
         return;
     }
     std::memcpy(&header, in, sizeof header);
-    if (header.length < sizeof header || header.length > kMostDeviceBytes)
-        reply = refusal(EINVAL);
-    else if (outBytes == 0)
+    const bool isPossible = header.length >= sizeof header && header.length <= kMostDeviceBytes;
+    // Not so when another thread of the caller wrote to the header after the round before.
+    const bool isWhole = inBytes == header.length && outBytes == header.length;
+    if (isPossible && outBytes == 0)
         reply = retryWith(header.length, header.length);
-    else if (inBytes != header.length || outBytes != header.length)
-        reply = refusal(EINVAL); // another thread of the caller writes to the block
-    else
+    else if (isPossible && isWhole)
         reply = performCopy(state, in, inBytes);
+    else
+        reply = refusal(EINVAL);
 }
 
 } // namespace rk

@@ -103,7 +103,7 @@ TEST_F(Affinities, areBoundAndRead) {
     setEntry(expectedBind.entry(1), "10.7.0.2", "10.3.0.2", 2);
     EXPECT_GE(bind.block().now, before);
     EXPECT_LE(bind.block().now, after);
-    for (int index = 0; index < 2; ++index) {
+    for (std::size_t index = 0; index < 2; ++index) {
         EXPECT_GE(bind.entry(index).firstTime, before);
         EXPECT_LE(bind.entry(index).firstTime, after);
         expectedBind.entry(index).firstTime = bind.entry(index).firstTime;
@@ -114,7 +114,7 @@ TEST_F(Affinities, areBoundAndRead) {
     AffinityBlock expected = emptyReply(read);
     EXPECT_GE(read.block().now, before);
     expected.block().count = 2;
-    for (int index = 0; index < 2; ++index) {
+    for (std::size_t index = 0; index < 2; ++index) {
         AffinityEntry &entry = expected.entry(index);
         entry.clientAddress = address(index == 0 ? "10.7.0.1" : "10.7.0.2").word; // network byte order
         entry.serverAddress = address(index == 0 ? "10.3.0.1" : "10.3.0.2").word;
@@ -216,7 +216,7 @@ TEST_F(Affinities, areReadAllWithoutClients) {
     expected.block().count = 2;
     setEntry(expected.entry(0), "10.7.0.2", "10.3.0.1", 1);
     setEntry(expected.entry(1), "10.7.0.1", "10.3.0.2", 2);
-    for (int index = 0; index < 2; ++index) {
+    for (std::size_t index = 0; index < 2; ++index) {
         const AffinityEntry &entry = block.entry(index);
         EXPECT_EQ(entry.stamp, block.block().now - entry.firstTime); // the age
         expected.entry(index).firstTime = entry.firstTime;
@@ -236,7 +236,7 @@ TEST_F(Affinities, eachEntryStandsForItself) {
     EXPECT_EQ(block.block().response, kUnknownServer); // the first one's
     std::vector<int32_t> responses;
     responses.reserve(5);
-    for (int index = 0; index < 5; ++index)
+    for (std::size_t index = 0; index < 5; ++index)
         responses.push_back(static_cast<int32_t>(block.entry(index).stamp));
     EXPECT_EQ(responses, (std::vector<int32_t>{0, kUnknownServer, kOutOfRange, kOutOfRange, 0}));
     EXPECT_EQ(bindings(), (Texts{"10.7.0.1 10.3.0.1", "10.7.0.3 10.3.0.1"}));

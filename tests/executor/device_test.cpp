@@ -163,6 +163,8 @@ TEST_F(Device, aLengthThatChangesBetweenTheRoundsIsRefused) {
     const std::vector<uint8_t> block = bytesOf(newCluster(1, "web", "10.1.0.1"));
     for (const std::size_t room : {1U, 16U, 191U, 193U, 131072U})
         expectRefusal(answer(state, kRequest, block, room), EINVAL);
+    for (const std::size_t brought : {16U, 191U, 193U, 1952U}) // while the room is right
+        expectRefusal(answer(state, kRequest, blockOf(Command::addCluster, brought, 192), 192), EINVAL);
     EXPECT_EQ(state.executor.counters.commands, 0U);
 }
 
@@ -260,7 +262,9 @@ TEST(DeviceOptionsOf, allThatThereAre) {
     EXPECT_EQ(options.deviceName, "Other-1_2.3");
     EXPECT_TRUE(options.isForeground);
     EXPECT_EQ(options.logFile, "a file");
-    EXPECT_EQ(parse({"--device-name", std::string(63, 'x')}).deviceName, std::string(63, 'x'));
+    const DeviceOptions longest = parse({"--device-name", std::string(63, 'x')});
+    EXPECT_EQ(longest.action, DeviceAction::serve);
+    EXPECT_EQ(longest.deviceName, std::string(63, 'x'));
 }
 
 TEST(DeviceOptionsOf, helpAndVersionGoFirst) {

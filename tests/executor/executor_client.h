@@ -82,7 +82,7 @@ template <typename Block, typename Entry> ListRequest<Block, Entry> listRequest(
     list.bytes.assign(sizeof(Block) + sizeof(Entry) * static_cast<std::size_t>(room), kStaleByte);
     list.block().header.command = command;
     list.block().header.length = static_cast<uint32_t>(list.bytes.size());
-    list.block().count = room;
+    list.block().count = static_cast<decltype(list.block().count)>(room);
     return list;
 }
 
