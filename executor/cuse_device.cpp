@@ -52,7 +52,9 @@ fuse_session *newSession(const std::string &name, ExecutorState &state) {
     char program[] = "qelxwd";
     char *arguments[] = {program, nullptr};
     fuse_args args = FUSE_ARGS_INIT(1, arguments);
-    return cuse_lowlevel_new(&args, &info, &operations, &state);
+    fuse_session *session = cuse_lowlevel_new(&args, &info, &operations, &state);
+    fuse_opt_free_args(&args); // a copy, made while they were read
+    return session;
 }
 
 // Answers one message of the kernel, if there is one still. False when the kernel ended the session.
