@@ -92,8 +92,7 @@ RK_AT(CommandHeader, result, 4);
 RK_AT(CommandHeader, reason, 8);
 RK_AT(CommandHeader, length, 12);
 
-// Entries of a block that is allocated for one call and sized for the number of entries asked for: they follow its
-// fixed part directly.
+// Entries of a block whose length goes by their number: they follow its fixed part directly.
 template <typename Entry, typename Block> Entry *entriesOf(Block *block) {
     static_assert(sizeof(Block) % alignof(Entry) == 0);
     return reinterpret_cast<Entry *>(block + 1);

@@ -145,7 +145,7 @@ RK_AT(AffinityEntry, stamp, 28);
 inline constexpr int kWireAffinities = 1999; // as many as the wire size holds
 inline constexpr int kAffinities = 3000;     // as many as a request may carry
 
-// Commands readAffinities and serverDirectedAffinity. AffinityEntry's follow.
+// Commands readAffinities and serverDirectedAffinity: what comes before the entries.
 struct AffinityRecord {
     CommandHeader header;
     int32_t command;  // request of serverDirectedAffinity
