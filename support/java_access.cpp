@@ -186,6 +186,8 @@ int32_t GetObjectFromJavaMethodIndex(JNIEnv *env, jobject obj, const char *name,
 
 jobject AppendJavaStringBuffer(JNIEnv *env, jobject buffer, jstring string) {
     const jmethodID append = methodOf(env, buffer, "append", "(Ljava/lang/String;)Ljava/lang/StringBuffer;");
+    if (append == nullptr)
+        return nullptr; // no StringBuffer at all: the VM would not survive the call
     return env->CallObjectMethod(buffer, append, string);
 }
 

@@ -320,6 +320,17 @@ TEST_F(JavaAccessTest, AppendsToAStringBuffer) {
     EXPECT_EQ(java::text(buffer), "one two");
 }
 
+TEST_F(JavaAccessTest, NothingIsAppendedToAnotherObject) {
+    const std::string missing = "java.lang.NoSuchMethodError: ";
+    EXPECT_EQ(AppendJavaStringBuffer(env, object, java::makeString("one")), nullptr);
+    EXPECT_EQ(java::takeException().substr(0, missing.size()), missing);
+    jobject builder = java::make("java/lang/StringBuilder");
+    executor::answer(3, executor::reply({{220, 0}}));
+    EXPECT_EQ(java::call("getClustersListNative", builder), 0);
+    EXPECT_EQ(java::takeException().substr(0, missing.size()), missing);
+    EXPECT_EQ(java::text(builder), "");
+}
+
 TEST_F(JavaAccessTest, HelpersLeaveNoClassReferenceBehind) {
     static int classes;
     classes = 0;

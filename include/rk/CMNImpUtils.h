@@ -52,7 +52,8 @@ int32_t GetObjectFromJavaMethod(JNIEnv *env, jobject obj, const char *name, cons
 int32_t GetObjectFromJavaMethodIndex(JNIEnv *env, jobject obj, const char *name, const char *descriptor, jint index,
                                      jobject *value);
 
-// Appends `string` to a java.lang.StringBuffer; returns what its append returned, as a local reference.
+// Appends `string` to a java.lang.StringBuffer; returns what its append returned, as a local reference, or null with
+// NoSuchMethodError pending for an object of another class.
 jobject AppendJavaStringBuffer(JNIEnv *env, jobject buffer, jstring string);
 
 // --- Addresses and numbers -------------------------------------------------------------------------------------------
