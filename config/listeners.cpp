@@ -18,16 +18,19 @@ jobject listenerAt(JNIEnv *env, jobject server, jint index) {
     jobject listener = nullptr;
     const int32_t status = GetObjectFromJavaMethodIndex(
         env, server, "getListener", "(I)Lcom/qel/internet/rk/common/CMNListener;", index, &listener);
-    return succeeded(env, status) ? listener : nullptr;
+    if (succeeded(env, status))
+        return listener;
+    env->DeleteLocalRef(listener); // there is one when the exception is of an earlier step
+    return nullptr;
 }
 
 bool textFromMethod(JNIEnv *env, jobject listener, const char *name, char *field) {
     jobject string = nullptr;
-    if (!succeeded(env, GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &string)))
-        return false;
-    copyString(env, static_cast<jstring>(string), field);
+    const bool obtained = succeeded(env, GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &string));
+    if (obtained)
+        copyString(env, static_cast<jstring>(string), field);
     env->DeleteLocalRef(string);
-    return true;
+    return obtained;
 }
 
 int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, ListenerEntry &entry) {
