@@ -190,7 +190,7 @@ TEST_F(FakeJavaTest, CharactersThatAreLeftAreMisuse) {
     env->GetStringUTFChars(string, nullptr);
     env->DeleteLocalRef(string);
     fake_java::endCalls();
-    expectMisuse("a copy is not released, made by GetStringUTFChars()");
+    expectMisuse("a copy is not released, made by GetStringUTFChars(text)");
 }
 
 TEST_F(FakeJavaTest, RegionsOutsideTheirArrayCopyNothing) {

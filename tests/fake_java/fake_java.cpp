@@ -37,10 +37,10 @@ Object *make(Kind kind, const std::string &className) {
     return object;
 }
 
-jobject makeReference(Object *object, bool isArgument) {
+jobject makeReference(Object *object, bool isArgument, const std::string &member) {
     if (object == nullptr)
         return nullptr;
-    state.references.push_back({object, true, isArgument, state.calls.size()});
+    state.references.push_back({object, true, isArgument, state.calls.size(), member});
     if (!isArgument)
         state.mostReferences = std::max(state.mostReferences, ++state.liveReferences);
     return reinterpret_cast<jobject>(state.references.size() * kHandleStep);
@@ -127,8 +127,8 @@ void onUnknownMethod(std::function<Method(Object *, const std::string &, const s
     state.methodHook = std::move(hook);
 }
 
-jobject argument(Object *object) {
-    return makeReference(object, true);
+jobject argument(Object *object, const std::string &name) {
+    return makeReference(object, true, name);
 }
 
 Object *objectOf(jobject reference) {

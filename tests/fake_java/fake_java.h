@@ -81,7 +81,7 @@ void onUnknownMethod(std::function<Method(Object *, const std::string &name, con
 
 // A reference to pass to native code, null for null, and the object behind one. Only a native method's caller makes
 // references this way: native code must not delete them.
-jobject argument(Object *object);
+jobject argument(Object *object, const std::string &name = "argument");
 Object *objectOf(jobject reference);
 
 // --- Exceptions ------------------------------------------------------------------------------------------------------
@@ -96,7 +96,7 @@ std::string takeException();
 
 struct Call {
     const char *function; // of the JNI: "GetFieldID"
-    std::string member;   // of the field or method that is looked up or called, or the class that is looked for
+    std::string member;   // the field or method it is about, the class, or where a string or an array comes from
 };
 
 // The calls since the last beginCalls, in order.

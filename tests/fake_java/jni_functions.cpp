@@ -11,7 +11,7 @@ namespace fake_java {
 namespace {
 
 template <typename Handle> Handle localReference(Object *object) {
-    return static_cast<Handle>(makeReference(object, false));
+    return static_cast<Handle>(makeReference(object, false, state.calls.back().member));
 }
 
 // The object behind a reference that must be alive; null, and a misuse, otherwise.
@@ -67,6 +67,12 @@ constexpr char kOutOfMemory[] = "java.lang.OutOfMemoryError";
 void interrupt(bool now) {
     if (now && state.how == Failure::exception)
         raise("java.lang.ThreadDeath", "");
+}
+
+// Where a reference comes from; nowhere when it is none.
+std::string originOf(jobject handle) {
+    const Reference *reference = find(handle);
+    return reference == nullptr ? "" : reference->member;
 }
 
 // --- Classes and exceptions ------------------------------------------------------------------------------------------
@@ -196,7 +202,7 @@ jobject getObjectField(JNIEnv *, jobject handle, jfieldID id) {
     const bool now = fails("GetObjectField");
     const FieldRecord *field = accessed(handle, id, "L[");
     interrupt(now);
-    return field == nullptr ? nullptr : makeReference(field->value.object, false);
+    return field == nullptr ? nullptr : makeReference(field->value.object, false, field->name);
 }
 
 void setObjectField(JNIEnv *, jobject handle, jfieldID id, jobject value) {
@@ -283,7 +289,7 @@ void callVoidMethod(JNIEnv *, jobject handle, jmethodID id, va_list list) {
 }
 
 jobject callObjectMethod(JNIEnv *, jobject handle, jmethodID id, va_list list) {
-    return makeReference(callMethod("CallObjectMethod", handle, id, list, "L[").object, false);
+    return localReference<jobject>(callMethod("CallObjectMethod", handle, id, list, "L[").object);
 }
 
 // --- Strings ---------------------------------------------------------------------------------------------------------
@@ -295,7 +301,7 @@ jstring newStringUtf(JNIEnv *, const char *text) {
 }
 
 const char *getStringUtfChars(JNIEnv *, jstring handle, jboolean *isCopy) {
-    if (fails("GetStringUTFChars"))
+    if (fails("GetStringUTFChars", originOf(handle)))
         return failed(kOutOfMemory);
     Object *string = resolve(handle, Kind::string);
     if (string == nullptr)
@@ -361,7 +367,7 @@ bool regionWithin(bool now, jobject handle, Kind kind, std::vector<Element> Obje
 template <typename Element>
 void getRegion(const char *function, jobject handle, Kind kind, std::vector<Element> Object::*elements, jsize start,
                jsize count, Element *values) {
-    const bool now = fails(function);
+    const bool now = fails(function, originOf(handle));
     if (regionWithin(now, handle, kind, elements, start, count))
         std::copy_n((resolve(handle)->*elements).begin() + start, count, values);
 }
@@ -369,7 +375,7 @@ void getRegion(const char *function, jobject handle, Kind kind, std::vector<Elem
 template <typename Element>
 void setRegion(const char *function, jobject handle, Kind kind, std::vector<Element> Object::*elements, jsize start,
                jsize count, const Element *values) {
-    const bool now = fails(function);
+    const bool now = fails(function, originOf(handle));
     if (regionWithin(now, handle, kind, elements, start, count))
         std::copy_n(values, count, (resolve(handle)->*elements).begin() + start);
 }

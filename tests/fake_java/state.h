@@ -14,7 +14,8 @@ struct Reference {
     Object *object;
     bool live;
     bool argument;
-    std::size_t call; // that made it
+    std::size_t call;   // that made it
+    std::string member; // that it came from, or the argument's name
 };
 
 // What native code obtained and has to release: a string's characters, or copied elements of an array.
@@ -54,8 +55,8 @@ std::string madeBy(std::size_t call);
 
 Object *make(Kind kind, const std::string &className);
 
-// A reference to an object, null for null.
-jobject makeReference(Object *object, bool isArgument);
+// A reference to an object, null for null. `member` tells where it comes from.
+jobject makeReference(Object *object, bool isArgument, const std::string &member);
 
 // What is known of a reference, dead ones too; null for what is none.
 Reference *find(jobject handle);

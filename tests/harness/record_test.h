@@ -8,6 +8,7 @@
 #include <span>
 
 using executor::Image;
+using executor::replyImage;
 using Names = std::vector<std::string>;
 
 inline constexpr uint32_t kKeyOfWeb = 0x4A3; // of the identifier "web"
@@ -60,14 +61,6 @@ inline executor::Answer markFlags(std::span<const WrittenFlag> flags, int32_t re
         for (const WrittenFlag &flag : flags)
             block[flag.offset] = static_cast<uint8_t>(markOf(flag));
         return result;
-    };
-}
-
-// Succeeds, and replaces all but the header with what the image holds.
-inline executor::Answer replyImage(const Image &image) {
-    return [bytes = image.bytes](uint8_t *block, uint32_t) {
-        memcpy(block + 16, bytes.data() + 16, bytes.size() - 16);
-        return 0;
     };
 }
 

@@ -148,6 +148,13 @@ Image &Image::header(int32_t command, uint32_t length) {
     return word(0, static_cast<uint32_t>(command)).word(12, length);
 }
 
+Answer replyImage(const Image &image) {
+    return [bytes = image.bytes](uint8_t *block, uint32_t) {
+        memcpy(block + 16, bytes.data() + 16, bytes.size() - 16);
+        return 0;
+    };
+}
+
 std::string dump(const Bytes &bytes) {
     std::string rows;
     char text[32];

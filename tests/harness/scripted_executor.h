@@ -56,6 +56,9 @@ struct Image {
     Bytes bytes;
 };
 
+// Succeeds, and replaces all but the header with what the image holds.
+Answer replyImage(const Image &image);
+
 // Bytes in rows of 16 with their offsets, so that two images that differ show where.
 std::string dump(const Bytes &bytes);
 

@@ -1,0 +1,298 @@
+// Every native method with every one thing in it failing: each call of the JNI, each allocation, each send. Nothing
+// crashes, nothing is kept, the status is the one that tells of it, and what is sent is whole.
+#include "faults/scenario.h"
+#include "harness/system_calls.h"
+
+#include "aliasing/interface_list.h"
+#include "rk/channel.h"
+
+#include <cerrno>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace {
+
+using fake_java::Failure;
+using faults::Leaving;
+using faults::Outcome;
+using faults::Scenario;
+using faults::Stop;
+
+// --- What is sent ----------------------------------------------------------------------------------------------------
+
+// How long the block of a command is: so many bytes, and for lists so many an entry, whose number stands at an offset.
+struct Length {
+    int32_t command;
+    uint32_t bytes;
+    uint32_t entryBytes = 0;
+    std::size_t countOffset = 0;
+};
+
+constexpr Length kLengths[] = {
+    {1, 696},    {2, 696},         {3, 240},         {4, 192},    {5, 192},         {6, 20, 72, 16},  {7, 192},
+    {8, 192},    {9, 72},          {10, 96},         {11, 96},    {12, 24, 8, 20},  {13, 96},         {14, 96},
+    {15, 72},    {16, 28, 96, 24}, {17, 28, 96, 24}, {18, 344},   {19, 344},        {20, 28, 28, 24}, {21, 344},
+    {22, 344},   {23, 188},        {24, 1952},       {25, 1952},  {26, 48, 88, 44}, {27, 1952},       {28, 1952},
+    {29, 136},   {30, 136},        {31, 48, 88, 44}, {32, 1952},  {33, 96},         {34, 40},         {35, 64016},
+    {36, 64016}, {37, 280},        {39, 64016},      {40, 280},   {41, 16},         {43, 280},        {44, 280},
+    {45, 280},   {46, 280},        {47, 1712},       {48, 280},   {50, 16},         {51, 280},        {52, 64016},
+    {53, 280},   {54, 5620},       {55, 2132},       {56, 1952},  {57, 24},         {58, 24},         {59, 64016},
+    {63, 40},    {65, 64016},      {67, 64016},      {68, 64016}, {69, 280},        {71, 240},        {72, 72},
+    {80, 72},    {81, 188},        {83, 96},         {84, 2084},  {85, 8212},       {86, 6164}};
+
+uint32_t wordAt(const executor::Bytes &block, std::size_t offset) {
+    uint32_t word = 0;
+    memcpy(&word, block.data() + offset, sizeof(word));
+    return word;
+}
+
+void expectWhole(const executor::Bytes &block) {
+    ASSERT_GE(block.size(), 16u);
+    const auto command = static_cast<int32_t>(wordAt(block, 0));
+    for (const Length &length : kLengths)
+        if (length.command == command) {
+            const uint32_t count = length.entryBytes == 0 ? 0 : wordAt(block, length.countOffset);
+            EXPECT_EQ(block.size(), length.bytes + length.entryBytes * count) << "command " << command;
+            return;
+        }
+    ADD_FAILURE() << "no command: " << command;
+}
+
+// --- Runs ------------------------------------------------------------------------------------------------------------
+
+// What fails in a run: the one of each that has this number, from 1; 0: none.
+struct Fault {
+    int call = 0;
+    Failure how = Failure::exception;
+    int allocation = 0;
+    int send = 0;
+    int sendError = 0; // of the ioctl; 0: the executor refuses, with reason -5
+};
+
+struct Report {
+    Outcome outcome;
+    std::string exception;
+    std::vector<fake_java::Call> calls;
+    int allocations;
+};
+
+enum class Mode { user, kernel };
+
+// Fields and methods that no scenario gives.
+bool makeField(fake_java::Object *, const std::string &name, const std::string &descriptor, fake_java::Value &value) {
+    constexpr std::size_t kElements = 40;
+    if (descriptor == "Ljava/lang/String;")
+        value.object = fake_java::newString("10.0.0.5");
+    else if (descriptor == "[I")
+        value.object = fake_java::newIntArray(std::vector<jint>(kElements, 0x01020304));
+    else if (descriptor == "[B")
+        value.object = fake_java::newByteArray(std::vector<jbyte>(kElements, 5));
+    else
+        value.number = descriptor == "B" || name.rfind("Set", 0) == 0 ? 1 : 3;
+    return true;
+}
+
+fake_java::Method makeMethod(fake_java::Object *, const std::string &, const std::string &descriptor) {
+    const std::string result = descriptor.substr(descriptor.find(')') + 1);
+    return [result](const fake_java::Arguments &) {
+        if (result == "Ljava/lang/String;")
+            return fake_java::Value{0, fake_java::newString("text")};
+        return fake_java::Value{3, result[0] == 'L' ? fake_java::newObject("Made") : nullptr};
+    };
+}
+
+int sends = 0;
+
+// The device, when the run is in kernel mode: it performs a command like any other, but for the send that fails.
+int answerIoctl(void *block, const Fault &fault) {
+    executor::perform(static_cast<uint8_t *>(block));
+    if (++sends != fault.send)
+        return 0;
+    const int32_t words[] = {-1, -5};
+    memcpy(static_cast<uint8_t *>(block) + 4, words, sizeof(words));
+    errno = fault.sendError;
+    return fault.sendError == 0 ? 0 : -1;
+}
+
+std::string describe(const Scenario &scenario, const Fault &fault) {
+    return scenario.native + "(" + scenario.way + ") with failing call " + std::to_string(fault.call) +
+           (fault.how == Failure::silent ? " (silently)" : "") + ", allocation " + std::to_string(fault.allocation) +
+           ", send " + std::to_string(fault.send);
+}
+
+Report run(const Scenario &scenario, const Fault &fault, Mode mode) {
+    SCOPED_TRACE(describe(scenario, fault));
+    EXC_close_handle();
+    fake_java::reset();
+    calls::reset();
+    executor::reset();
+    TheInterfaceList = {};
+    fake_java::onUnknownField(makeField);
+    fake_java::onUnknownMethod(makeMethod);
+    calls::device(calls::Device::present);
+    calls::onCommand([](const std::string &) { return calls::Outcome{}; });
+    calls::onIoctl([&](void *block) { return answerIoctl(block, fault); });
+    prv_giKVAServerModality = mode == Mode::user ? 1 : 0;
+    sends = 0;
+    scenario.prepare();
+
+    fake_java::beginCalls(fault.call, fault.how);
+    calls::countAllocations(fault.allocation);
+    const faults::Result result = scenario.call();
+    Report made = {{result.text, executor::commandsSent()}, "", fake_java::callsMade(), calls::allocations()};
+    fake_java::endCalls(result.reference, scenario.charactersKept);
+    EXPECT_EQ(fake_java::misuses(), std::vector<std::string>());
+    EXPECT_LE(fake_java::mostReferences(), 16) << "more local references than the JNI promises room for";
+    EXPECT_EQ(calls::blocksHeld(), 0);
+    for (const executor::Bytes &block : executor::sent())
+        expectWhole(block);
+    made.exception = fake_java::takeException();
+    calls::reset();
+    return made;
+}
+
+void expectOutcome(const Report &made, const Outcome &expected) {
+    EXPECT_EQ(made.outcome.result, expected.result);
+    EXPECT_EQ(made.outcome.commands, expected.commands);
+}
+
+// --- What is to come of a failing call -------------------------------------------------------------------------------
+
+using Calls = std::vector<fake_java::Call>;
+
+// Which of the calls with its function and member the call at `index` is, from 1.
+int occurrence(const Calls &calls, std::size_t index) {
+    int count = 0;
+    for (std::size_t i = 0; i <= index; ++i)
+        if (strcmp(calls[i].function, calls[index].function) == 0 && calls[i].member == calls[index].member)
+            ++count;
+    return count;
+}
+
+const Stop *stopAt(const Scenario &scenario, const Calls &calls, std::size_t index, Failure how) {
+    const int number = occurrence(calls, index);
+    const Leaving leaving = how == Failure::exception ? Leaving::exception : Leaving::nothing;
+    for (const Stop &stop : scenario.stops)
+        if (stop.function == calls[index].function && (stop.member == "*" || stop.member == calls[index].member) &&
+            stop.first <= number && number <= stop.last && (stop.leaving == Leaving::either || stop.leaving == leaving))
+            return &stop;
+    return nullptr;
+}
+
+bool is(const fake_java::Call &call, const char *function) {
+    return strcmp(call.function, function) == 0;
+}
+
+// With an exception pending, the next look for one that follows a step which can fail takes it for that step's.
+const Stop *stopAtNextCheck(const Scenario &scenario, const Calls &calls, std::size_t index) {
+    for (std::size_t check = index; check < calls.size(); ++check) {
+        if (!is(calls[check], "ExceptionCheck"))
+            continue;
+        std::size_t step = check;
+        while (step > 0 && (is(calls[step], "ExceptionCheck") || is(calls[step], "DeleteLocalRef")))
+            --step;
+        const Stop *stop = stopAt(scenario, calls, step, Failure::exception);
+        if (stop != nullptr)
+            return stop;
+    }
+    return nullptr;
+}
+
+const Outcome &outcomeOf(const Scenario &scenario, const Calls &calls, std::size_t index, Failure how) {
+    const Stop *stop = stopAt(scenario, calls, index, how);
+    if (stop == nullptr && how == Failure::exception)
+        stop = stopAtNextCheck(scenario, calls, index);
+    return stop == nullptr ? scenario.outcome : stop->outcome;
+}
+
+// Whether a failing call of this function has no way to leave without an exception.
+bool failsSilently(const char *function) {
+    for (const char *one : {"GetFieldID", "GetMethodID", "CallIntMethod", "CallVoidMethod", "CallObjectMethod",
+                            "NewStringUTF", "GetStringUTFChars", "GetIntArrayElements"})
+        if (strcmp(function, one) == 0)
+            return true;
+    return false;
+}
+
+// --- Tests -----------------------------------------------------------------------------------------------------------
+
+TEST(Faults, EveryNativeMethodHasItsScenario) {
+    std::set<std::string> natives;
+    for (const Scenario &scenario : faults::scenarios())
+        if (scenario.native.find("Native") != std::string::npos)
+            natives.insert(scenario.native);
+    EXPECT_EQ(natives.size(), 96u);
+}
+
+TEST(Faults, None) {
+    for (const Mode mode : {Mode::user, Mode::kernel})
+        for (const Scenario &scenario : faults::scenarios()) {
+            SCOPED_TRACE(describe(scenario, {}));
+            const Report made = run(scenario, {}, mode);
+            expectOutcome(made, scenario.outcome);
+            EXPECT_EQ(made.exception, "");
+            EXPECT_EQ(made.allocations, static_cast<int>(scenario.allocations.size()));
+            EXPECT_EQ(fake_java::accessesOfNothing(), (std::map<std::string, int>()));
+        }
+}
+
+TEST(Faults, EveryCallOfTheJni) {
+    std::map<std::string, int> injected;
+    for (const Mode mode : {Mode::user, Mode::kernel})
+        for (const Scenario &scenario : faults::scenarios()) {
+            const Calls clean = run(scenario, {}, mode).calls;
+            for (std::size_t i = 0; i < clean.size(); ++i)
+                for (const Failure how : {Failure::exception, Failure::silent}) {
+                    if (how == Failure::silent && !failsSilently(clean[i].function))
+                        continue;
+                    const Fault fault = {.call = static_cast<int>(i + 1), .how = how};
+                    SCOPED_TRACE(describe(scenario, fault) + ": " + clean[i].function + " " + clean[i].member);
+                    const Report made = run(scenario, fault, mode);
+                    ++injected[clean[i].function];
+                    ASSERT_GT(made.calls.size(), i);
+                    EXPECT_STREQ(made.calls[i].function, clean[i].function) << "another call failed";
+                    expectOutcome(made, outcomeOf(scenario, clean, i, how));
+                    // A later failure may replace the exception, nothing may clear it.
+                    if (how == Failure::exception) {
+                        EXPECT_NE(made.exception, "");
+                    }
+                }
+        }
+    for (const auto &[function, count] : injected)
+        printf("%5d failing calls of %s\n", count, function.c_str());
+}
+
+TEST(Faults, EveryAllocation) {
+    int injected = 0;
+    for (const Scenario &scenario : faults::scenarios())
+        for (std::size_t i = 0; i < scenario.allocations.size(); ++i, ++injected) {
+            const Fault fault = {.allocation = static_cast<int>(i + 1)};
+            SCOPED_TRACE(describe(scenario, fault));
+            const Report made = run(scenario, fault, Mode::user);
+            expectOutcome(made, scenario.allocations[i]);
+            EXPECT_EQ(made.exception, "");
+        }
+    printf("%5d failing allocations\n", injected);
+}
+
+TEST(Faults, EverySend) {
+    int injected = 0;
+    for (const Scenario &scenario : faults::scenarios()) {
+        EXPECT_EQ(scenario.refused.size(), scenario.outcome.commands.size()) << scenario.native;
+        for (std::size_t i = 0; i < scenario.refused.size(); ++i)
+            for (const int error : {0, EIO}) {
+                const Fault fault = {.send = static_cast<int>(i + 1), .sendError = error};
+                SCOPED_TRACE(describe(scenario, fault));
+                const Report made = run(scenario, fault, Mode::kernel);
+                const std::string raw = std::to_string(error == 0 ? -1 : error);
+                EXPECT_EQ(made.outcome.result, scenario.refused[i] == "raw" ? raw : scenario.refused[i]);
+                EXPECT_GE(made.outcome.commands.size(), i + 1);
+                EXPECT_EQ(made.exception, "");
+                ++injected;
+            }
+    }
+    printf("%5d failing sends\n", injected);
+}
+
+} // namespace
