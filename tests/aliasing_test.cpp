@@ -446,8 +446,7 @@ TEST_F(ConfiguredTest, AnAddressIsCheckedAlsoWhenItHasParsed) {
             requests = 0;
             secondText = text;
             patched.functions.GetStringUTFChars = [](JNIEnv *e, jstring string, jboolean *copied) {
-                const char *characters = below->GetStringUTFChars(e, string, copied);
-                return ++requests == 1 ? characters : secondText;
+                return ++requests == 1 ? below->GetStringUTFChars(e, string, copied) : secondText;
             };
             patched.functions.ReleaseStringUTFChars = [](JNIEnv *e, jstring string, const char *characters) {
                 if (characters != secondText)

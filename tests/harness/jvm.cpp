@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <set>
 
 // Makes the VM take the program itself for the library when Java loads "cmnexecutor".
 extern "C" JNIEXPORT jint JNICALL JNI_OnLoad_cmnexecutor(JavaVM *, void *) {
@@ -89,9 +88,12 @@ jobject interfaceObject() {
     return object;
 }
 
+CallObserver callObserver = {[] {}, [](const char *, bool) {}};
+
 // The VM's checks want every call of Java code to be followed by a look for exceptions; tests look in takeException.
-void looked() {
+void ended(const char *name, bool returnsObject = false) {
     env()->ExceptionCheck();
+    callObserver.ended(name, returnsObject);
 }
 
 jmethodID method(jobject object, const char *name, const char *descriptor) {
@@ -220,12 +222,17 @@ std::string text(jobject object) {
     return result;
 }
 
+void observeCalls(const CallObserver &observer) {
+    callObserver = observer;
+}
+
 jint callInt(const char *name, const char *descriptor, ...) {
     va_list arguments;
     va_start(arguments, descriptor);
     const jmethodID id = method(interfaceObject(), name, descriptor);
+    callObserver.begun();
     const jint result = env()->CallIntMethodV(interfaceObject(), id, arguments);
-    looked();
+    ended(name);
     va_end(arguments);
     return result;
 }
@@ -234,8 +241,9 @@ bool callBoolean(const char *name, const char *descriptor, ...) {
     va_list arguments;
     va_start(arguments, descriptor);
     const jmethodID id = method(interfaceObject(), name, descriptor);
+    callObserver.begun();
     const bool result = env()->CallBooleanMethodV(interfaceObject(), id, arguments) != JNI_FALSE;
-    looked();
+    ended(name);
     va_end(arguments);
     return result;
 }
@@ -243,8 +251,10 @@ bool callBoolean(const char *name, const char *descriptor, ...) {
 void callVoid(const char *name, const char *descriptor, ...) {
     va_list arguments;
     va_start(arguments, descriptor);
-    env()->CallVoidMethodV(interfaceObject(), method(interfaceObject(), name, descriptor), arguments);
-    looked();
+    const jmethodID id = method(interfaceObject(), name, descriptor);
+    callObserver.begun();
+    env()->CallVoidMethodV(interfaceObject(), id, arguments);
+    ended(name);
     va_end(arguments);
 }
 
@@ -252,8 +262,9 @@ jobject callObject(const char *name, const char *descriptor, ...) {
     va_list arguments;
     va_start(arguments, descriptor);
     const jmethodID id = method(interfaceObject(), name, descriptor);
+    callObserver.begun();
     jobject result = env()->CallObjectMethodV(interfaceObject(), id, arguments);
-    looked();
+    ended(name, result != nullptr);
     va_end(arguments);
     return result;
 }
@@ -284,7 +295,6 @@ namespace {
 const JNINativeInterface_ *below;
 const JNINativeInterface_ *belowFailing; // the same for a FailingMethod, within which others may be used
 std::vector<std::string> names;
-std::multiset<const void *> kept;
 std::string failingName;
 Failure failingWay;
 int untilFailure;
@@ -302,22 +312,12 @@ jmethodID recordMethod(JNIEnv *e, jclass type, const char *name, const char *des
     return below->GetMethodID(e, type, name, descriptor);
 }
 
-template <typename Reference> Reference keep(Reference reference) {
-    if (reference != nullptr)
-        kept.insert(reference);
-    return reference;
-}
-
-void giveBack(const void *reference) {
-    const auto place = kept.find(reference);
-    if (place != kept.end())
-        kept.erase(place);
-}
-
 bool failsNow(JNIEnv *e, const char *exception) {
     if (--untilFailure != 0)
         return false;
-    belowFailing->ThrowNew(e, belowFailing->FindClass(e, exception), failingName.c_str());
+    jclass type = belowFailing->FindClass(e, exception);
+    belowFailing->ThrowNew(e, type, failingName.c_str());
+    belowFailing->DeleteLocalRef(e, type);
     return true;
 }
 
@@ -386,35 +386,6 @@ std::vector<std::string> membersLookedUp(const std::function<void()> &action) {
     patched.functions.GetMethodID = recordMethod;
     action();
     return names;
-}
-
-std::size_t referencesKept(const std::function<void()> &action) {
-    interfaceObject();
-    PatchedEnv patched;
-    below = patched.original;
-    kept.clear();
-    patched.functions.GetObjectClass = [](JNIEnv *e, jobject object) { return keep(below->GetObjectClass(e, object)); };
-    patched.functions.FindClass = [](JNIEnv *e, const char *name) { return keep(below->FindClass(e, name)); };
-    patched.functions.NewStringUTF = [](JNIEnv *e, const char *text) { return keep(below->NewStringUTF(e, text)); };
-    patched.functions.GetObjectField = [](JNIEnv *e, jobject object, jfieldID id) {
-        return keep(below->GetObjectField(e, object, id));
-    };
-    patched.functions.CallObjectMethodV = [](JNIEnv *e, jobject object, jmethodID id, va_list arguments) {
-        return keep(below->CallObjectMethodV(e, object, id, arguments));
-    };
-    patched.functions.GetStringUTFChars = [](JNIEnv *e, jstring string, jboolean *isCopy) {
-        return keep(below->GetStringUTFChars(e, string, isCopy));
-    };
-    patched.functions.DeleteLocalRef = [](JNIEnv *e, jobject reference) {
-        giveBack(reference);
-        below->DeleteLocalRef(e, reference);
-    };
-    patched.functions.ReleaseStringUTFChars = [](JNIEnv *e, jstring string, const char *characters) {
-        giveBack(characters);
-        below->ReleaseStringUTFChars(e, string, characters);
-    };
-    action();
-    return kept.size();
 }
 
 } // namespace java

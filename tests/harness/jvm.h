@@ -53,6 +53,14 @@ jobject callObject(const char *name, const char *descriptor, ...);
 // The common shape: one object in, a status out.
 jint call(const char *name, jobject argument);
 
+// What hears of every native call that is made by these: before it, and after it with its name and whether it returned
+// an object.
+struct CallObserver {
+    void (*begun)();
+    void (*ended)(const char *name, bool returnsObject);
+};
+void observeCalls(const CallObserver &observer);
+
 // The pending exception as "class: message", cleared; empty when there is none.
 std::string takeException();
 
@@ -85,8 +93,5 @@ std::vector<std::string> fieldsLookedUp(const std::function<void()> &action);
 
 // The same with the methods, as "name()", in between.
 std::vector<std::string> membersLookedUp(const std::function<void()> &action);
-
-// How many local references and strings' characters the library obtains while `action` runs and does not give back.
-std::size_t referencesKept(const std::function<void()> &action);
 
 } // namespace java

@@ -1,6 +1,7 @@
 // What every test of the library begins with: a clean executor, a clean system, and room for local references.
 #pragma once
 
+#include "harness/balance.h"
 #include "harness/jvm.h"
 #include "harness/scripted_executor.h"
 #include "harness/system_calls.h"

@@ -1,4 +1,6 @@
-// Runs the tests of a program, then looks at what the Java VM had to say about the library's JNI calls.
+// Runs the tests of a program with every native call watched for what it keeps, then looks at what the Java VM had to
+// say about the library's JNI calls.
+#include "harness/balance.h"
 #include "harness/jvm.h"
 
 #include <cstdio>
@@ -8,7 +10,7 @@ namespace {
 
 struct VmComplaints : testing::Environment {
     void SetUp() override {
-        java::env();
+        java::watchBalance();
     }
 
     void TearDown() override {

@@ -25,6 +25,8 @@ bool counting = false;
 int failingAllocation = 0;
 std::vector<std::size_t> sizes;
 std::set<void *> held;
+bool watching = false;
+std::set<void *> watched; // of one native call
 std::vector<std::string> names;
 std::vector<unsigned> secondsSlept;
 std::function<calls::Outcome(const std::string &)> commandAction;
@@ -61,6 +63,8 @@ void *keep(void *block) {
         held.insert(block);
         counting = true;
     }
+    if (watching && block != nullptr)
+        watched.insert(block);
     return block;
 }
 
@@ -70,6 +74,8 @@ void drop(void *block) {
         held.erase(block);
         counting = true;
     }
+    if (watching)
+        watched.erase(block);
 }
 
 } // namespace
@@ -117,6 +123,16 @@ int allocations() {
 
 int blocksHeld() {
     return static_cast<int>(held.size());
+}
+
+void watchBlocks() {
+    watched.clear();
+    watching = true;
+}
+
+int blocksLeft() {
+    watching = false;
+    return static_cast<int>(watched.size());
 }
 
 std::vector<std::size_t> allocationSizes() {

@@ -33,6 +33,11 @@ int allocations();                          // since countAllocations
 int blocksHeld();                           // allocated and not freed since countAllocations
 std::vector<std::size_t> allocationSizes(); // since countAllocations, of malloc, calloc and realloc
 
+// The same for one call, whatever is counted besides: from the first of these on, the blocks that are left at the
+// second.
+void watchBlocks();
+int blocksLeft();
+
 // --- Commands --------------------------------------------------------------------------------------------------------
 
 // What becomes of a command line: what `system` returns, or what a `popen` stream has to read.
