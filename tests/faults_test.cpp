@@ -1,10 +1,7 @@
 // Every native method with every one thing in it failing: each call of the JNI, each allocation, each send. Nothing
 // crashes, nothing is kept, the status is the one that tells of it, and what is sent is whole.
-#include "faults/scenario.h"
+#include "faults/world.h"
 #include "harness/system_calls.h"
-
-#include "aliasing/interface_list.h"
-#include "rk/channel.h"
 
 #include <cerrno>
 #include <cstring>
@@ -15,6 +12,7 @@ namespace {
 
 using fake_java::Failure;
 using faults::Leaving;
+using faults::Mode;
 using faults::Outcome;
 using faults::Scenario;
 using faults::Stop;
@@ -77,31 +75,6 @@ struct Report {
     int allocations;
 };
 
-enum class Mode { user, kernel };
-
-// Fields and methods that no scenario gives.
-bool makeField(fake_java::Object *, const std::string &name, const std::string &descriptor, fake_java::Value &value) {
-    constexpr std::size_t kElements = 40;
-    if (descriptor == "Ljava/lang/String;")
-        value.object = fake_java::newString("10.0.0.5");
-    else if (descriptor == "[I")
-        value.object = fake_java::newIntArray(std::vector<jint>(kElements, 0x01020304));
-    else if (descriptor == "[B")
-        value.object = fake_java::newByteArray(std::vector<jbyte>(kElements, 5));
-    else
-        value.number = descriptor == "B" || name.rfind("Set", 0) == 0 ? 1 : 3;
-    return true;
-}
-
-fake_java::Method makeMethod(fake_java::Object *, const std::string &, const std::string &descriptor) {
-    const std::string result = descriptor.substr(descriptor.find(')') + 1);
-    return [result](const fake_java::Arguments &) {
-        if (result == "Ljava/lang/String;")
-            return fake_java::Value{0, fake_java::newString("text")};
-        return fake_java::Value{3, result[0] == 'L' ? fake_java::newObject("Made") : nullptr};
-    };
-}
-
 int sends = 0;
 
 // The device, when the run is in kernel mode: it performs a command like any other, but for the send that fails.
@@ -123,17 +96,8 @@ std::string describe(const Scenario &scenario, const Fault &fault) {
 
 Report run(const Scenario &scenario, const Fault &fault, Mode mode) {
     SCOPED_TRACE(describe(scenario, fault));
-    EXC_close_handle();
-    fake_java::reset();
-    calls::reset();
-    executor::reset();
-    TheInterfaceList = {};
-    fake_java::onUnknownField(makeField);
-    fake_java::onUnknownMethod(makeMethod);
-    calls::device(calls::Device::present);
-    calls::onCommand([](const std::string &) { return calls::Outcome{}; });
+    faults::beginWorld(mode);
     calls::onIoctl([&](void *block) { return answerIoctl(block, fault); });
-    prv_giKVAServerModality = mode == Mode::user ? 1 : 0;
     sends = 0;
     scenario.prepare();
 
@@ -141,10 +105,7 @@ Report run(const Scenario &scenario, const Fault &fault, Mode mode) {
     calls::countAllocations(fault.allocation);
     const faults::Result result = scenario.call();
     Report made = {{result.text, executor::commandsSent()}, "", fake_java::callsMade(), calls::allocations()};
-    fake_java::endCalls(result.reference, scenario.charactersKept);
-    EXPECT_EQ(fake_java::misuses(), std::vector<std::string>());
-    EXPECT_LE(fake_java::mostReferences(), 16) << "more local references than the JNI promises room for";
-    EXPECT_EQ(calls::blocksHeld(), 0);
+    faults::expectNothingLeft(scenario, result);
     for (const executor::Bytes &block : executor::sent())
         expectWhole(block);
     made.exception = fake_java::takeException();
