@@ -274,6 +274,22 @@ TEST_F(ClustersTest, MissingAddressesAreAddressZero) {
     }
 }
 
+// The VM's checks do not like the calls that follow with the exception pending.
+TEST_F(ClustersTest, ANatAddressThatCannotBeReadSendsZeros) {
+    java::setInt(cluster, "iClusterIdKey", kKeyOfWeb);
+    const auto set = [this](jobject array) {
+        executor::reset();
+        java::setByte(cluster, "SetNatPtAddress", 1);
+        java::setObject(cluster, "natPtAddress", "[B", array);
+        EXPECT_EQ(java::call("setClusterStatusNative", cluster), 0);
+        EXPECT_SENT(nothingSet(8).byte(169, 1).hex(172, "00000000"));
+        EXPECT_NE(java::takeVmOutput().find("exception pending"), std::string::npos);
+        return java::takeException();
+    };
+    EXPECT_EQ(set(nullptr), "java.lang.NullPointerException: natPtAddress");
+    EXPECT_NE(set(java::makeByteArray({1, 2, 3})).find("ArrayIndexOutOfBounds"), std::string::npos);
+}
+
 TEST_F(ClustersTest, OnlyAFlagOfOneMakesABadAddressAFailure) {
     java::setString(cluster, "Address", "absent.example");
     java::setByte(cluster, "SetIPAddress", 2);

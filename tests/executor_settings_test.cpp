@@ -250,14 +250,20 @@ TEST_F(ExecutorSettingsTest, AnEndlessFileNameStopsAtTheEndOfTheBlock) {
     EXPECT_EQ(ucb.header.length, 696u);
 }
 
-// What a region outside the array does to the record; the copy is taken over here, because the VM's checks complain
-// about every call that follows with the exception pending.
-TEST_F(ExecutorSettingsTest, AnArrayThatCannotBeReadSendsZeros) {
-    java::setByte(status, "Setv6ClientGateway", 1);
-    java::PatchedEnv patched;
-    patched.functions.GetByteArrayRegion = [](JNIEnv *, jbyteArray, jsize, jsize, jbyte *) {};
-    EXPECT_EQ(set(), 0);
-    EXPECT_SENT(nothingSet().byte(668, 1).hex(672, std::string(32, '0')).hex(688, "000000000000"));
+// The VM's checks do not like the calls that follow with the exception pending.
+TEST_F(ExecutorSettingsTest, AV6GatewayThatCannotBeReadSendsZeros) {
+    const auto setGateway = [this](jobject array) {
+        executor::reset();
+        java::setByte(status, "Setv6ClientGateway", 1);
+        java::setObject(status, "v6ClientGateway", "[B", array);
+        EXPECT_EQ(set(), 0);
+        EXPECT_SENT(nothingSet().byte(668, 1).hex(672, std::string(32, '0')).hex(688, "000000000000"));
+        EXPECT_NE(java::takeVmOutput().find("exception pending"), std::string::npos);
+        return java::takeException();
+    };
+    EXPECT_EQ(setGateway(nullptr), "java.lang.NullPointerException: v6ClientGateway");
+    const std::vector<int> tooShort(15, 1);
+    EXPECT_NE(setGateway(java::makeByteArray(tooShort)).find("ArrayIndexOutOfBounds"), std::string::npos);
 }
 
 TEST_F(ExecutorSettingsTest, FlagsGoBackToJavaOnlyAfterARefusal) {

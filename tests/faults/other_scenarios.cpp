@@ -187,11 +187,47 @@ const std::vector<Scenario> kRecords = {
     {RK_CALL(setIcmpInfoNative, object()), .outcome = {"0", {58}}, .refused = {"raw"}},
 };
 
+// Helpers that no native method uses. Their callers look at the status and leave the reference to Java.
+const std::vector<Scenario> kHelpers = {
+    {.native = "GetJavaLongField",
+     .way = "",
+     .call =
+         [] {
+             jlong value = 0;
+             GetJavaLongField(fake_java::env(), object(), "long", &value);
+             return Result{std::to_string(value)};
+         },
+     .outcome = {"3", {}},
+     .stops = noField("long", {"0", {}})},
+    {.native = "GetIntFromJavaMethodIndex",
+     .way = "",
+     .call =
+         [] {
+             jint value = 0;
+             const int32_t status = GetIntFromJavaMethodIndex(fake_java::env(), object(), "number", 1, &value);
+             return Result{std::to_string(status) + " " + std::to_string(value)};
+         },
+     .outcome = {"0 3", {}},
+     .stops = {{"GetMethodID", "number", 1, 1, Leaving::either, {"-1 0", {}}},
+               {"CallIntMethod", "number", 1, 1, Leaving::either, {"0 0", {}}}}},
+    {.native = "GetStringFromJavaMethodIndex",
+     .way = "",
+     .call =
+         [] {
+             jstring value = nullptr;
+             const int32_t status = GetStringFromJavaMethodIndex(fake_java::env(), object(), "text", 1, &value);
+             return Result{std::to_string(status) + " " + result(value).text, value};
+         },
+     .outcome = {"0 text", {}},
+     .stops = {{"GetMethodID", "text", 1, 1, Leaving::either, {"-1 (null)", {}}},
+               {"CallObjectMethod", "text", 1, 1, Leaving::either, {"0 (null)", {}}}}},
+};
+
 } // namespace
 
 std::vector<Scenario> otherScenarios() {
     std::vector<Scenario> all;
-    for (const std::vector<Scenario> &family : {kPresence, kHighAvailability, kAliasing, kTexts, kRecords})
+    for (const std::vector<Scenario> &family : {kPresence, kHighAvailability, kAliasing, kTexts, kRecords, kHelpers})
         all.insert(all.end(), family.begin(), family.end());
     return all;
 }

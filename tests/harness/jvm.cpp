@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 // Makes the VM take the program itself for the library when Java loads "cmnexecutor".
 extern "C" JNIEXPORT jint JNICALL JNI_OnLoad_cmnexecutor(JavaVM *, void *) {
@@ -114,6 +115,10 @@ JNIEnv *env() {
 
 const std::string &vmOutput() {
     return output();
+}
+
+std::string takeVmOutput() {
+    return std::exchange(output(), "");
 }
 
 jobject make(const std::string &name) {

@@ -15,8 +15,9 @@ inline constexpr char kCommon[] = "com/qel/internet/rk/common/";
 // The environment of the test's thread; the first call starts the VM.
 JNIEnv *env();
 
-// What the VM itself has printed so far.
+// What the VM itself has printed so far, and the same, forgotten afterwards: a test that expects complaints takes them.
 const std::string &vmOutput();
+std::string takeVmOutput();
 
 // New objects by their default constructor; `name` is a class of the API module or, with a slash, a full name.
 jobject make(const std::string &name);
