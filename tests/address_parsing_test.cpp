@@ -147,6 +147,17 @@ TEST_F(AddressParsingTest, WritesAddressesInMemoryOrder) {
     EXPECT_STREQ(text, "128.255.0.1");
 }
 
+TEST_F(AddressParsingTest, WritesEveryOctet) {
+    for (uint32_t octet = 0; octet < 256; ++octet) {
+        const std::string digits = std::to_string(octet);
+        const std::string expected = digits + ".0." + digits + ".7";
+        char text[17] = "################";
+        EXPECT_EQ(getAddress(htonl(octet << 24 | octet << 8 | 7), text), static_cast<int32_t>(expected.size()));
+        EXPECT_EQ(text, expected);
+        EXPECT_EQ(text[15], '#'); // no more is written than the longest address needs
+    }
+}
+
 TEST_F(AddressParsingTest, ReadsDecimalNumbers) {
     const std::pair<const char *, int32_t> rows[] = {{"0", 0},   {"7", 7},   {"007", 7},  {"2147483647", 2147483647},
                                                      {"", 0},    {"-5", -1}, {"+5", -1},  {" 5", -1},
