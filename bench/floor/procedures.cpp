@@ -397,6 +397,8 @@ void haStatus(JNIEnv *env, jobject status) {
 
 void readInterfaces() {
     static InterfaceList list;
+    list = {}; // empty, should the executor refuse
+    asm volatile("" : : "r"(&list) : "memory");
     send(block.interfaces, Command::readInterfaces);
     list = block.interfaces.list;
     asm volatile("" : : "r"(&list) : "memory"); // somebody may look at it
