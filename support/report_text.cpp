@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr std::size_t kLineBytes = 256;
 constexpr std::size_t kGrowth = 10001; // what a report that must grow gets beyond its text
 
 // Appends to a text whose length is known. The growth rule is appendbuffer's, byte for byte; realloc keeps a long
@@ -92,12 +93,20 @@ int32_t rk::appendText(ReportText &report, const char *addition) {
 }
 
 int32_t rk::appendLine(ReportText &report, const char *format, ...) {
-    char line[256];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(line, sizeof(line), format, arguments);
+    int32_t status = 0;
+    if (report.size - report.length >= kLineBytes) { // formatted in place, long reports being mostly lines
+        char *line = report.text + report.length;
+        vsnprintf(line, kLineBytes, format, arguments);
+        report.length += strlen(line); // less than was printed when a character is 0: the line ends there
+    } else {
+        char line[kLineBytes];
+        vsnprintf(line, sizeof(line), format, arguments);
+        status = appendText(report, line);
+    }
     va_end(arguments);
-    return appendText(report, line);
+    return status;
 }
 
 jstring rk::reportToJava(JNIEnv *env, ReportText &report) {

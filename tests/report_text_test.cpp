@@ -99,6 +99,25 @@ TEST_F(ReportTextTest, LinesAreFormattedAndCut) {
     rk::closeReport(report);
 }
 
+// A line that would need exactly the room that is left, one byte less, one byte more: the text and the growth are the
+// same whether it is formatted in place or not.
+TEST_F(ReportTextTest, LinesGrowByTheRule) {
+    for (const std::size_t room : {std::size_t{255}, std::size_t{256}, std::size_t{257}}) {
+        for (const std::size_t wanted : {std::size_t{254}, std::size_t{255}, std::size_t{256}, std::size_t{300}}) {
+            SCOPED_TRACE(std::to_string(wanted) + " characters, room for " + std::to_string(room));
+            rk::ReportText report;
+            ASSERT_TRUE(rk::openReport(report, 5 + room));
+            ASSERT_EQ(rk::appendText(report, "12345"), 0);
+            const std::string line(std::min<std::size_t>(wanted, 255), 'x');
+            EXPECT_EQ(rk::appendLine(report, "%s", std::string(wanted, 'x').c_str()), 0);
+            EXPECT_EQ(report.text, "12345" + line);
+            EXPECT_EQ(report.length, 5 + line.size());
+            EXPECT_EQ(report.size, line.size() + 1 > room ? 5 + line.size() + 10001 : 5 + room);
+            rk::closeReport(report);
+        }
+    }
+}
+
 TEST_F(ReportTextTest, ReportsReachJavaAndAreFreed) {
     calls::countAllocations();
     rk::ReportText report;
