@@ -71,24 +71,24 @@ void writeWeights(JNIEnv *env, jobject weights, jint count) {
     const Object from = {env, weights};
     ServerWeightsBlock *block = newBlock(from, count, Command::writeServerWeights);
     auto *entries = entriesOf<ServerWeightEntry>(block);
-    jint column[kMostServers];
+    jint keys[kMostServers];
+    jint values[kMostServers];
     jbyte fixed[kMostServers];
-    getInts(from, "iServerIdKey", count, column);
+    jint quiesced[kMostServers];
+    getInts(from, "iServerIdKey", count, keys);
     env->ExceptionCheck();
-    for (jint i = 0; i < count; ++i)
-        entries[i].serverKey = static_cast<uint32_t>(column[i]);
-    getInts(from, "iWeight", count, column);
+    getInts(from, "iWeight", count, values);
     env->ExceptionCheck();
-    for (jint i = 0; i < count; ++i)
-        entries[i].weight = static_cast<int16_t>(column[i]);
     getBytes(from, "bFixedWeight", count, fixed);
     env->ExceptionCheck();
-    for (jint i = 0; i < count; ++i)
-        entries[i].fixedWeight = fixed[i];
-    getInts(from, "ucQuiescedDown", count, column);
+    getInts(from, "ucQuiescedDown", count, quiesced);
     env->ExceptionCheck();
-    for (jint i = 0; i < count; ++i)
-        entries[i].quiescedDown = static_cast<uint8_t>(column[i]);
+    for (jint i = 0; i < count; ++i) {
+        entries[i].serverKey = static_cast<uint32_t>(keys[i]);
+        entries[i].weight = static_cast<int16_t>(values[i]);
+        entries[i].fixedWeight = fixed[i];
+        entries[i].quiescedDown = static_cast<uint8_t>(quiesced[i]);
+    }
     EXC_UserInput(&block->header);
     setColumn(from, "iRC", count, [=](jint i) { return entries[i].result; });
     free(block);

@@ -1,0 +1,252 @@
+package rk.bench;
+
+import com.google.gson.GsonBuilder;
+import com.qel.internet.rk.common.CMNCluster;
+import com.qel.internet.rk.common.CMNPort;
+import com.qel.internet.rk.common.CMNServer;
+import com.sun.management.ThreadMXBean;
+import java.io.IOException;
+import java.lang.management.ManagementFactory;
+import java.lang.reflect.Field;
+import java.lang.reflect.Modifier;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.function.Supplier;
+import java.util.function.ToIntBiFunction;
+
+/**
+ * What else could stand between the Java objects and the executor, and how long it takes beside the library: the same
+ * objects, the same records, the same executor, in one VM and in turns. Before anything is measured, each alternative
+ * must be seen to send the library's bytes and to leave the object as the library does.
+ *
+ * <p>Arguments: the JSON file, and optionally the number of rounds and the milliseconds of a batch.
+ */
+public final class Alternatives {
+    /** A method of an alternative, and the object that it is called with. */
+    private record Method<T>(String name, Supplier<T> argument, ToIntBiFunction<Alternative, T> call) {
+    }
+
+    /** What is measured: one alternative's method with an object of its own. */
+    private record Candidate(String name, Runnable call) {
+    }
+
+    private static final int BLOCK_BYTES = 64016;
+    private static final long WARM_UP_NANOSECONDS = 500_000_000;
+    private static final ThreadMXBean THREAD = (ThreadMXBean) ManagementFactory.getThreadMXBean();
+
+    private Alternatives() {
+    }
+
+    public static void main(String[] arguments) throws IOException {
+        int rounds = arguments.length > 1 ? Integer.parseInt(arguments[1]) : 101;
+        double batch = 1e6 * (arguments.length > 2 ? Double.parseDouble(arguments[2]) : 2);
+        List<Alternative> alternatives = alternatives();
+        List<Map<String, Object>> comparisons = new ArrayList<>();
+        for (Method<?> method : methods()) {
+            check(method, alternatives);
+            comparisons.add(measure(method, alternatives, rounds, batch));
+        }
+        Map<String, Object> result = new LinkedHashMap<>();
+        result.put("java", Runtime.version().toString());
+        result.put("comparisons", comparisons);
+        Files.writeString(Path.of(arguments[0]), new GsonBuilder().setPrettyPrinting().create().toJson(result) + "\n");
+    }
+
+    /** The library first. Foreign functions need a newer Java than this program: they are left out where it is older. */
+    private static List<Alternative> alternatives() {
+        List<Alternative> alternatives = new ArrayList<>(List.of(new NativeLibrary(), new JnaStructures(),
+                new JnrStructures()));
+        try {
+            alternatives.add((Alternative) Class.forName("rk.bench.ForeignFunctions").getDeclaredConstructor()
+                    .newInstance());
+        } catch (ClassNotFoundException | UnsupportedClassVersionError missing) {
+            System.err.println("Left out: foreign functions, which need a JDK 22 or newer");
+        } catch (ReflectiveOperationException failure) {
+            throw new IllegalStateException(failure);
+        }
+        return alternatives;
+    }
+
+    private static List<Method<?>> methods() {
+        return List.of(new Method<>("cluster add", Alternatives::cluster, Alternative::addCluster),
+                new Method<>("cluster report", Alternatives::cluster, Alternative::reportCluster),
+                new Method<>("port add", Alternatives::port, Alternative::addPort),
+                new Method<>("server report", Alternatives::server, Alternative::reportServer));
+    }
+
+    private static CMNCluster cluster() {
+        CMNCluster cluster = new CMNCluster();
+        fill(cluster);
+        cluster.sClusterId = "www.example.com";
+        cluster.Address = "192.168.100.200";
+        cluster.sPrimaryHost = "10.0.0.1";
+        cluster.natPtAddress = new byte[] {10, 9, 8, 7};
+        return cluster;
+    }
+
+    private static CMNPort port() {
+        CMNPort port = new CMNPort();
+        fill(port);
+        port.ClusterId = "www.example.com";
+        port.PortNumber = 443;
+        return port;
+    }
+
+    private static CMNServer server() {
+        CMNServer server = new CMNServer();
+        fill(server);
+        server.ClusterId = "www.example.com";
+        server.Port = 443;
+        return server;
+    }
+
+    /** Gives every number of an object a value of its own, negative ones among them, and sets all its flags. */
+    private static void fill(Object object) {
+        int value = 3;
+        for (Field field : fieldsOf(object)) {
+            try {
+                if (field.getType() == byte.class) {
+                    field.setByte(object, (byte) (field.getName().startsWith("Set") ? 1 : value));
+                } else if (field.getType() == int.class) {
+                    field.setInt(object, value);
+                } else if (field.getType() == char.class) {
+                    field.setChar(object, (char) (value & 0x7F));
+                }
+            } catch (IllegalAccessException failure) {
+                throw new IllegalStateException(failure);
+            }
+            value = -3 * value % 9973;
+        }
+    }
+
+    private static List<Field> fieldsOf(Object object) {
+        return Arrays.stream(object.getClass().getFields()).filter(field -> !Modifier.isStatic(field.getModifiers()))
+                .toList();
+    }
+
+    private static <T> void check(Method<T> method, List<Alternative> alternatives) {
+        T expected = method.argument().get();
+        byte[] bytes = sentBy(alternatives.get(0), method, expected);
+        for (Alternative alternative : alternatives.subList(1, alternatives.size())) {
+            T actual = method.argument().get();
+            byte[] sent = sentBy(alternative, method, actual);
+            int difference = Arrays.mismatch(bytes, sent);
+            require(difference < 0, method, alternative, "not the library's bytes from byte " + difference + " on");
+            for (Field field : fieldsOf(expected)) {
+                require(equal(field, expected, actual), method, alternative, "field " + field.getName());
+            }
+        }
+    }
+
+    private static boolean equal(Field field, Object expected, Object actual) {
+        try {
+            return Arrays.deepEquals(new Object[] {field.get(expected)}, new Object[] {field.get(actual)});
+        } catch (IllegalAccessException failure) {
+            throw new IllegalStateException(failure);
+        }
+    }
+
+    private static void require(boolean condition, Method<?> method, Alternative alternative, String what) {
+        if (!condition) {
+            throw new IllegalStateException(method.name() + ", " + alternative.name() + ": " + what);
+        }
+    }
+
+    /** The bytes of one call on a block of zeros; result and reason, which the executor writes, are left out. */
+    private static <T> byte[] sentBy(Alternative alternative, Method<T> method, T argument) {
+        JnaStructures.rk_bench_keep_blocks(1);
+        alternative.clear();
+        int status = method.call().applyAsInt(alternative, argument);
+        byte[] bytes = new byte[BLOCK_BYTES];
+        int length = JnaStructures.rk_bench_last_block(bytes, bytes.length);
+        JnaStructures.rk_bench_keep_blocks(0);
+        require(status == 0, method, alternative, "status " + status);
+        Arrays.fill(bytes, 4, 12, (byte) 0);
+        return Arrays.copyOf(bytes, length);
+    }
+
+    private static <T> Map<String, Object> measure(Method<T> method, List<Alternative> alternatives, int rounds,
+            double batch) {
+        List<Candidate> candidates = new ArrayList<>();
+        for (Alternative alternative : alternatives) {
+            T argument = method.argument().get();
+            candidates.add(new Candidate(alternative.name(), () -> method.call().applyAsInt(alternative, argument)));
+        }
+        double[][] times = new double[candidates.size()][rounds];
+        int[] calls = candidates.stream().mapToInt(candidate -> callsFor(candidate.call(), batch)).toArray();
+        for (int round = 0; round < rounds; round++) {
+            for (int turn = 0; turn < calls.length; turn++) {
+                int i = (turn + round) % calls.length;
+                times[i][round] = timeOf(candidates.get(i).call(), calls[i]) / calls[i];
+            }
+        }
+        Map<String, Object> results = new LinkedHashMap<>();
+        for (int i = 0; i < calls.length; i++) {
+            double[] ratios = new double[rounds];
+            for (int round = 0; round < rounds; round++) {
+                ratios[round] = times[i][round] / times[0][round];
+            }
+            results.put(candidates.get(i).name(), Map.of("ns", quartilesOf(times[i]), "ratio", quartilesOf(ratios),
+                    "garbage_bytes", garbageOf(candidates.get(i).call(), calls[i])));
+            System.err.printf("%s, %s: %.3f%n", method.name(), candidates.get(i).name(),
+                    quartilesOf(ratios).get("median"));
+        }
+        Map<String, Object> comparison = new LinkedHashMap<>();
+        comparison.put("method", method.name());
+        comparison.put("alternatives", results);
+        return comparison;
+    }
+
+    /** Warms a call up until the VM has compiled it, and finds how many take as long as a batch should. */
+    private static int callsFor(Runnable call, double batch) {
+        int calls = 1;
+        double taken = 0;
+        for (double warm = 0; warm < WARM_UP_NANOSECONDS || taken < batch / 2; warm += taken) {
+            taken = Math.max(1, timeOf(call, calls));
+            if (taken < batch / 2) {
+                calls *= 2;
+            }
+        }
+        return Math.max(1, (int) (calls * batch / taken));
+    }
+
+    /** Nanoseconds of the thread's own processor time, so that it does not matter who else runs. */
+    private static double timeOf(Runnable call, int calls) {
+        long start = THREAD.getCurrentThreadCpuTime();
+        for (int i = 0; i < calls; i++) {
+            call.run();
+        }
+        return THREAD.getCurrentThreadCpuTime() - start;
+    }
+
+    /** Bytes that a call leaves to the garbage collector, whose time is not in the call's. */
+    private static long garbageOf(Runnable call, int calls) {
+        long start = THREAD.getCurrentThreadAllocatedBytes();
+        for (int i = 0; i < calls; i++) {
+            call.run();
+        }
+        return Math.round((double) (THREAD.getCurrentThreadAllocatedBytes() - start) / calls);
+    }
+
+    private static Map<String, Double> quartilesOf(double[] values) {
+        double[] sorted = values.clone();
+        Arrays.sort(sorted);
+        Map<String, Double> quartiles = new LinkedHashMap<>();
+        quartiles.put("q1", quantileOf(sorted, 0.25));
+        quartiles.put("median", quantileOf(sorted, 0.5));
+        quartiles.put("q3", quantileOf(sorted, 0.75));
+        return quartiles;
+    }
+
+    private static double quantileOf(double[] sorted, double place) {
+        double index = place * (sorted.length - 1);
+        int below = (int) index;
+        int above = Math.min(below + 1, sorted.length - 1);
+        return sorted[below] + (sorted[above] - sorted[below]) * (index - below);
+    }
+}
