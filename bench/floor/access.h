@@ -71,8 +71,12 @@ template <typename Use> void withText(Object object, const char *name, Use use) 
     object.env->DeleteLocalRef(string);
 }
 
+inline void copyText(char *text, const char *characters) {
+    memcpy(text, characters, strlen(characters) + 1);
+}
+
 inline void getText(Object object, const char *name, char *text) {
-    withText(object, name, [=](const char *characters) { strcpy(text, characters); });
+    withText(object, name, [=](const char *characters) { copyText(text, characters); });
 }
 
 template <typename Element, typename Move>

@@ -234,7 +234,7 @@ namespace {
 
 void textOf(Object listener, const char *method, char *text) {
     const jobject string = callObject(listener, method, "()Ljava/lang/String;");
-    withCharacters(listener.env, string, [=](const char *characters) { strcpy(text, characters); });
+    withCharacters(listener.env, string, [=](const char *characters) { copyText(text, characters); });
     listener.env->DeleteLocalRef(string);
 }
 
