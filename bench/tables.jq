@@ -10,7 +10,7 @@ def table($head): ($head | row), ($head | map("---") | row), (.[] | row);
 
 "# Results",
 "",
-(.machine | "Of \(.date): \(.processor), \(.processors) processors, load \(.load) at the start; \(.kernel), \(.compiler),"
+(.machine | "Of \(.date): \(.processor), \(.processors) processors, load \(.load) at the start; \(.system), \(.compiler),"
     + " JDK \(.jdk). Numbers are medians, with the quartiles in parentheses. `bench/run` makes them anew."),
 "",
 (if has("floor") then
