@@ -241,11 +241,11 @@ void compareAndMeasure(const Comparison &comparison, const Run &run, FILE *json)
 } // namespace
 
 int main(int count, char **arguments) {
-    if (count < 3 || count > 5) {
+    const Run run = {count > 3 ? atoi(arguments[3]) : 101, (count > 4 ? atof(arguments[4]) : 2) * 1e6};
+    if (count < 3 || count > 5 || run.rounds < 1 || run.batchNanoseconds <= 0) {
         fputs("usage: floor_bench LIBRARY JSON [ROUNDS [MILLISECONDS]]\n", stderr);
         return 2;
     }
-    const Run run = {count > 3 ? atoi(arguments[3]) : 101, (count > 4 ? atof(arguments[4]) : 2) * 1e6};
     library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
     FILE *json = fopen(arguments[2], "w");
     if (library == nullptr || json == nullptr || freopen("/dev/null", "w", stdout) == nullptr) {

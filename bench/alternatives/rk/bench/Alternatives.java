@@ -43,6 +43,10 @@ public final class Alternatives {
     }
 
     public static void main(String[] arguments) throws IOException {
+        if (arguments.length < 1 || arguments.length > 3) {
+            System.err.println("usage: Alternatives JSON [ROUNDS [MILLISECONDS]]");
+            System.exit(2);
+        }
         int rounds = arguments.length > 1 ? Integer.parseInt(arguments[1]) : 101;
         double batch = 1e6 * (arguments.length > 2 ? Double.parseDouble(arguments[2]) : 2);
         List<Alternative> alternatives = alternatives();
