@@ -24,24 +24,42 @@ int32_t openBlock(JNIEnv *env, jobject weights, jint count, ServerWeightsBlock *
     return block == nullptr ? kStatusOutOfMemory : 0;
 }
 
-// One column of the entries for every array field of the weights object. One allocation holds them all: the caller
-// frees `keys`.
-struct Columns {
+// One column of the entries for each array field of the weights object, all in one block of the heap: the first is what
+// the caller frees.
+struct RequestColumns {
     jint *keys;
-    jint *addresses;
     jint *weights;
     jint *quiesced;
+    jbyte *fixed;
+};
+
+struct ReplyColumns {
+    jint *addresses;
+    jint *weights;
     jint *totals;
     jint *actives;
     jint *results;
     jbyte *fixed;
 };
 
-bool openColumns(Columns &columns, jint count) {
-    constexpr std::size_t kInts = 7;
-    const auto size = static_cast<std::size_t>(count);
+// Room for so many columns of ints and one of bytes behind them; null when memory is short. What they hold is not set.
+jint *allocateColumns(std::size_t intColumns, std::size_t count) {
     // One more element, so that no columns at all are not mistaken for a lack of memory.
-    auto *memory = static_cast<jint *>(calloc(size + 1, kInts * sizeof(jint) + sizeof(jbyte)));
+    return static_cast<jint *>(malloc((count + 1) * (intColumns * sizeof(jint) + sizeof(jbyte))));
+}
+
+bool openColumns(RequestColumns &columns, jint count) {
+    const auto size = static_cast<std::size_t>(count);
+    jint *memory = allocateColumns(3, size);
+    if (memory == nullptr)
+        return false;
+    columns = {memory, memory + size, memory + 2 * size, reinterpret_cast<jbyte *>(memory + 3 * size)};
+    return true;
+}
+
+bool openColumns(ReplyColumns &columns, jint count) {
+    const auto size = static_cast<std::size_t>(count);
+    jint *memory = allocateColumns(5, size);
     if (memory == nullptr)
         return false;
     columns = {memory,
@@ -49,14 +67,14 @@ bool openColumns(Columns &columns, jint count) {
                memory + 2 * size,
                memory + 3 * size,
                memory + 4 * size,
-               memory + 5 * size,
-               memory + 6 * size,
-               reinterpret_cast<jbyte *>(memory + kInts * size)};
+               reinterpret_cast<jbyte *>(memory + 5 * size)};
     return true;
 }
 
-// Hands each server's identifier and its place to the Java object.
-bool identifiersToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
+// Hands each server's identifier and its place to the Java object, and what else its entry holds to the columns on the
+// way: the entries of many servers do not stay in the processor's cache for a second turn.
+bool splitEntries(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count,
+                  const ReplyColumns &columns) {
     jclass type = env->GetObjectClass(weights);
     jmethodID setServerId = env->GetMethodID(type, "setServerId", "(Ljava/lang/String;I)V");
     env->DeleteLocalRef(type);
@@ -71,24 +89,22 @@ bool identifiersToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *en
         env->DeleteLocalRef(identifier);
         if (thrown)
             return false;
+        columns.addresses[i] = static_cast<jint>(ntohl(entries[i].address.word));
+        columns.weights[i] = entries[i].weight;
+        columns.fixed[i] = entries[i].fixedWeight;
+        columns.actives[i] = entries[i].activeConnections;
+        columns.totals[i] = entries[i].totalConnections;
+        columns.results[i] = entries[i].result;
     }
     return true;
 }
 
 int32_t weightsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
-    Columns columns;
+    ReplyColumns columns;
     if (!openColumns(columns, count))
         return kStatusOutOfMemory;
-    const bool identified = identifiersToJava(env, weights, entries, count);
-    if (identified) {
-        for (jint i = 0; i < count; ++i) {
-            columns.addresses[i] = static_cast<jint>(ntohl(entries[i].address.word));
-            columns.weights[i] = entries[i].weight;
-            columns.fixed[i] = entries[i].fixedWeight;
-            columns.actives[i] = entries[i].activeConnections;
-            columns.totals[i] = entries[i].totalConnections;
-            columns.results[i] = entries[i].result;
-        }
+    const bool split = splitEntries(env, weights, entries, count, columns);
+    if (split) {
         SetJavaIntArrayField(env, weights, "iAddress", 0, count, columns.addresses);
         SetJavaIntArrayField(env, weights, "iWeight", 0, count, columns.weights);
         SetJavaByteArrayField(env, weights, "bFixedWeight", 0, count, columns.fixed);
@@ -96,8 +112,8 @@ int32_t weightsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *ent
         SetJavaIntArrayField(env, weights, "iActiveConns", 0, count, columns.actives);
         SetJavaIntArrayField(env, weights, "iRC", 0, count, columns.results);
     }
-    free(columns.keys);
-    return identified ? 0 : kStatusOther;
+    free(columns.addresses);
+    return split ? 0 : kStatusOther;
 }
 
 bool intsFromJava(JNIEnv *env, jobject weights, const char *name, jint count, jint *values) {
@@ -113,14 +129,14 @@ bool bytesFromJava(JNIEnv *env, jobject weights, const char *name, jint count, j
 // Fills the entries from the Java object's arrays. An array that cannot be read ends the call with its exception
 // pending: weights made up from it would take servers out of service.
 int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries, jint count) {
-    Columns columns;
+    RequestColumns columns;
     if (!openColumns(columns, count))
         return kStatusOutOfMemory;
     const bool read = intsFromJava(env, weights, "iServerIdKey", count, columns.keys) &&
                       intsFromJava(env, weights, "iWeight", count, columns.weights) &&
                       bytesFromJava(env, weights, "bFixedWeight", count, columns.fixed) &&
                       intsFromJava(env, weights, "ucQuiescedDown", count, columns.quiesced);
-    for (jint i = 0; i < count; ++i) {
+    for (jint i = 0; read && i < count; ++i) {
         entries[i].serverKey = static_cast<uint32_t>(columns.keys[i]);
         entries[i].weight = static_cast<int16_t>(columns.weights[i]);
         entries[i].fixedWeight = columns.fixed[i];
@@ -132,7 +148,7 @@ int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries
 
 // The results of the single servers go to Java also when the executor refused the command as a whole.
 int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
-    auto *results = static_cast<jint *>(calloc(static_cast<std::size_t>(count) + 1, sizeof(jint)));
+    auto *results = static_cast<jint *>(malloc((static_cast<std::size_t>(count) + 1) * sizeof(jint)));
     if (results == nullptr)
         return kStatusOutOfMemory;
     for (jint i = 0; i < count; ++i)

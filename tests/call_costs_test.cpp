@@ -84,8 +84,8 @@ const std::vector<Cost> kCosts = {
     {"getServerStatusNative", "CMNServer", {56}},
     {"getServersListNative", "java.lang.StringBuffer", {15, 31}, {kListText, 48 + 88}},
     // The columns of the entries' fields are one block, with room for one entry more than there are.
-    {"getServerWeightsNative", "CMNServerWeights", {17}, {28 + 96, 2 * (7 * 4 + 1)}},
-    {"setServerWeightsNative", "CMNServerWeights", {16}, {28 + 96, 2 * (7 * 4 + 1), 2 * 4}},
+    {"getServerWeightsNative", "CMNServerWeights", {17}, {28 + 96, 2 * (5 * 4 + 1)}},
+    {"setServerWeightsNative", "CMNServerWeights", {16}, {28 + 96, 2 * (3 * 4 + 1), 2 * 4}},
     {"addRuleNative", "CMNRule", {18}},
     {"addRuleNative", "CMNRule", {21, 18}, {}, "0", 1, 0},
     {"setRuleStatusNative", "CMNRule", {22}},
