@@ -11,14 +11,19 @@ namespace rk {
 
 inline constexpr std::size_t kListTextBytes = 10000; // what a list's text starts with
 
-// Allocates a zeroed block for `count` entries behind it, and stores its count and its length; null when the count is
+// What stands in a new block's entries: nothing but zeros, or anything at all for a caller that fills each.
+enum class Entries { zeroed, unset };
+
+// Allocates a block for `count` entries behind it, and stores its count and its length; null when the count is
 // negative, the length word could not tell the size, or memory is short. The caller frees it.
-template <typename Block, typename Entry> Block *allocateBlock(int32_t count) {
+template <typename Block, typename Entry> Block *allocateBlock(int32_t count, Entries entries = Entries::zeroed) {
     const uint64_t size = sizeof(Block) + sizeof(Entry) * static_cast<uint64_t>(count);
     if (count < 0 || size > UINT32_MAX)
         return nullptr;
-    auto *block = static_cast<Block *>(calloc(1, static_cast<std::size_t>(size)));
+    const auto bytes = static_cast<std::size_t>(size);
+    auto *block = static_cast<Block *>(entries == Entries::zeroed ? calloc(1, bytes) : malloc(bytes));
     if (block != nullptr) {
+        *block = {};
         block->header.length = static_cast<uint32_t>(size);
         block->count = count;
     }
@@ -26,8 +31,9 @@ template <typename Block, typename Entry> Block *allocateBlock(int32_t count) {
 }
 
 // The same for a block that is about one port.
-template <typename Block, typename Entry> Block *allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port) {
-    auto *block = allocateBlock<Block, Entry>(count);
+template <typename Block, typename Entry>
+Block *allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port, Entries entries = Entries::zeroed) {
+    auto *block = allocateBlock<Block, Entry>(count, entries);
     if (block != nullptr) {
         block->clusterKey = clusterKey;
         block->port = port;

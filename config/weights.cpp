@@ -5,6 +5,7 @@
 #include "rk/native.h"
 
 #include <arpa/inet.h>
+#include <cstring>
 
 using namespace rk;
 
@@ -13,14 +14,14 @@ namespace {
 constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
 
 // Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status.
-int32_t openBlock(JNIEnv *env, jobject weights, jint count, ServerWeightsBlock *&block) {
+int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, ServerWeightsBlock *&block) {
     uint32_t clusterKey = 0;
     if (JStringFieldToHash(env, weights, "sClusterID", &clusterKey) == nullptr)
         return kStatusOther;
     NetworkPort port;
     if (const int32_t status = portFromJava(env, weights, "iPortNumber", port); status != 0)
         return status;
-    block = allocateBlock<ServerWeightsBlock, ServerWeightEntry>(count, clusterKey, port);
+    block = allocateBlock<ServerWeightsBlock, ServerWeightEntry>(count, clusterKey, port, entries);
     return block == nullptr ? kStatusOutOfMemory : 0;
 }
 
@@ -126,6 +127,21 @@ bool bytesFromJava(JNIEnv *env, jobject weights, const char *name, jint count, j
     return !env->ExceptionCheck();
 }
 
+// Entries are cleared just before they are filled: of many servers, those cleared all at once would have left the
+// processor's cache by then.
+constexpr jint kFilledAtOnce = 64;
+
+// Fills the entries from `first` to before `end`; what the request does not carry is zero.
+void fillEntries(ServerWeightEntry *entries, jint first, jint end, const RequestColumns &columns) {
+    memset(entries + first, 0, static_cast<std::size_t>(end - first) * sizeof(*entries));
+    for (jint i = first; i < end; ++i) {
+        entries[i].serverKey = static_cast<uint32_t>(columns.keys[i]);
+        entries[i].weight = static_cast<int16_t>(columns.weights[i]);
+        entries[i].fixedWeight = columns.fixed[i];
+        entries[i].quiescedDown = static_cast<uint8_t>(columns.quiesced[i]);
+    }
+}
+
 // Fills the entries from the Java object's arrays. An array that cannot be read ends the call with its exception
 // pending: weights made up from it would take servers out of service.
 int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries, jint count) {
@@ -136,12 +152,8 @@ int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries
                       intsFromJava(env, weights, "iWeight", count, columns.weights) &&
                       bytesFromJava(env, weights, "bFixedWeight", count, columns.fixed) &&
                       intsFromJava(env, weights, "ucQuiescedDown", count, columns.quiesced);
-    for (jint i = 0; read && i < count; ++i) {
-        entries[i].serverKey = static_cast<uint32_t>(columns.keys[i]);
-        entries[i].weight = static_cast<int16_t>(columns.weights[i]);
-        entries[i].fixedWeight = columns.fixed[i];
-        entries[i].quiescedDown = static_cast<uint8_t>(columns.quiesced[i]);
-    }
+    for (jint first = 0; read && first < count; first += kFilledAtOnce)
+        fillEntries(entries, first, count - first < kFilledAtOnce ? count : first + kFilledAtOnce, columns);
     free(columns.keys);
     return read ? 0 : kStatusOther;
 }
@@ -164,7 +176,7 @@ JNIEXPORT jint NATIVE(getServerWeightsNative)(JNIEnv *env, jobject, jobject weig
     if (!required(env, weights, "weights"))
         return kStatusOther;
     ServerWeightsBlock *block = nullptr;
-    if (const int32_t status = openBlock(env, weights, count, block); status != 0)
+    if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block); status != 0)
         return status;
     int32_t status = sendBlock(block->header, Command::readServerWeights, kReasons);
     if (status == 0)
@@ -177,7 +189,7 @@ JNIEXPORT jint NATIVE(setServerWeightsNative)(JNIEnv *env, jobject, jobject weig
     if (!required(env, weights, "weights"))
         return kStatusOther;
     ServerWeightsBlock *block = nullptr;
-    if (const int32_t status = openBlock(env, weights, count, block); status != 0)
+    if (const int32_t status = openBlock(env, weights, count, Entries::unset, block); status != 0)
         return status;
     auto *entries = entriesOf<ServerWeightEntry>(block);
     int32_t status = weightsFromJava(env, weights, entries, count);

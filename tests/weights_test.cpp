@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 namespace {
 
@@ -384,6 +385,24 @@ TEST_F(SetWeightsTest, BlocksHoldKeysWeightsAndFlags) {
         EXPECT_SENT(given(static_cast<std::size_t>(count)));
         EXPECT_EQ(sizes.front(), entryAt(static_cast<std::size_t>(count)));
         EXPECT_EQ(held, 0);
+    }
+}
+
+// Entries are filled some dozens at a time; each is whole, the first and the last of every turn included.
+TEST_F(SetWeightsTest, HundredsOfServers) {
+    for (const jint count : {63, 64, 65, 128, 1000}) {
+        weights = newWeights(count);
+        std::vector<jint> keys(static_cast<std::size_t>(count));
+        std::iota(keys.begin(), keys.end(), 1000);
+        setInts(weights, "iServerIdKey", keys);
+        setInts(weights, "iWeight", std::vector<jint>(keys.size(), 10));
+        Image expected = request(16, keys.size());
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            expected.word(entryAt(i), static_cast<uint32_t>(keys[i])).half(entryAt(i) + 78, 10);
+        executor::reset();
+        EXPECT_EQ(ask(count), 0);
+        EXPECT_SENT(expected);
+        EXPECT_EQ(java::getInts(weights, "iRC"), std::vector<jint>(keys.size(), 0));
     }
 }
 

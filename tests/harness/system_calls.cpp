@@ -208,8 +208,14 @@ int __wrap_ioctl(int descriptor, unsigned long request, ...) {
     return 0;
 }
 
+// What stands in a new block is not zero by luck.
 void *__wrap_malloc(std::size_t size) {
-    return allocationFails(size) ? nullptr : keep(__real_malloc(size));
+    if (allocationFails(size))
+        return nullptr;
+    void *block = __real_malloc(size);
+    if (block != nullptr)
+        memset(block, 0xEE, size);
+    return keep(block);
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t size) {
