@@ -1,0 +1,182 @@
+"""Compiles and tests mutants of the library's sources: run_mutants.py ROOT BUILD NUMBER|all [FILE...]
+
+A mutant costs what it changes: its file goes into a folder that the compiler looks into first, only the objects that
+include it are compiled, and each test program is linked with these when it is its turn. The build itself stays as it is.
+"""
+
+import collections
+import difflib
+import json
+import os
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+from dataclasses import dataclass
+from pathlib import Path
+
+import mutants
+
+SECONDS = 60  # for one test program; they take one at most
+OBJECTS = "CMakeFiles/cmnexecutor_objects.dir/"
+OUTCOMES = ("test", "time", "compiler", "harmless", "survived")
+
+
+def run(command, folder, seconds=None):
+    """The exit status of a command, None when it takes longer; what it prints is of no interest."""
+    def limit():
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
+        resource.setrlimit(resource.RLIMIT_AS, (12 << 30, 12 << 30))
+    process = subprocess.Popen(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limit)
+    try:
+        return process.wait(seconds)
+    except subprocess.TimeoutExpired:
+        return None
+    finally:
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+
+
+@dataclass
+class Build:
+    root: Path
+    folder: Path
+    mutant: Path  # overlay of sources, objects, programs and the tests' working folder
+    compile: dict  # source -> command
+    includes: dict  # source -> files of the project, itself among them
+    link: dict  # test -> command
+
+
+def ninja(folder, *arguments):
+    return subprocess.run(("ninja", *arguments), cwd=folder, check=True, capture_output=True, text=True).stdout
+
+
+def read_build(root, folder):
+    build = Build(root, folder, folder / "mutant", {}, {}, {})
+    for entry in json.loads((folder / "compile_commands.json").read_text()):
+        if OBJECTS in entry["command"]:
+            build.compile[str(Path(entry["file"]).relative_to(root))] = entry["command"].split()
+    for source in build.compile:
+        listed = ninja(folder, "-t", "deps", f"{OBJECTS}{source}.o").splitlines()
+        paths = [(folder / line.strip()).resolve() for line in listed if line.startswith("    ")]
+        build.includes[source] = {str(path.relative_to(root)) for path in paths if path.is_relative_to(root)}
+    for line in ninja(folder, "-t", "commands", "library_tests").splitlines():
+        if match := re.search(r" -o tests/(\w+)_test ", line):
+            build.link[match[1]] = line.removeprefix(": && ").removesuffix(" && :").split()
+    return build
+
+
+def compile_mutant(build, mutant):
+    """Compiles what includes the mutant's file. Returns the objects' sources, None when the compiler refuses one."""
+    shutil.rmtree(build.mutant, ignore_errors=True)
+    overlay = build.mutant / mutant.file
+    overlay.parent.mkdir(parents=True)
+    lines = (build.root / mutant.file).read_text().splitlines(keepends=True)
+    first, count = mutant.line - 1, len(mutant.old.splitlines())
+    assert "".join(lines[first:first + count]) == mutant.old
+    overlay.write_text("".join(lines[:first]) + mutant.new + "".join(lines[first + count:]))
+    changed = [source for source, included in build.includes.items() if mutant.file in included]
+    for source in changed:
+        (build.mutant / OBJECTS / source).parent.mkdir(parents=True, exist_ok=True)
+        command = list(build.compile[source])
+        # Warnings do not count: tests are to notice what a compiler may or may not warn of.
+        command[1:1] = ["-w", f"-I{build.mutant}", f"-I{build.mutant / 'include'}"]
+        command[command.index("-o") + 1] = str(build.mutant / OBJECTS / f"{source}.o")
+        if source == mutant.file:
+            command[-1] = str(overlay)
+        if run(command, build.folder) != 0:
+            return None
+    return changed
+
+
+def noticed_by(build, changed, test):
+    """Links and runs a test program. Returns what noticed the mutant, None when nothing did."""
+    replaced = {f"{OBJECTS}{source}.o": str(build.mutant / OBJECTS / f"{source}.o") for source in changed}
+    work = build.mutant / "work"
+    work.mkdir(parents=True, exist_ok=True)
+    program = build.mutant / test
+    command = [replaced.get(word, word) for word in build.link[test]]
+    command[command.index("-o") + 1] = str(program)
+    if run(command, build.folder) != 0:
+        return "compiler"
+    status = run([str(program), "--gtest_fail_fast"], work, SECONDS)
+    program.unlink()
+    return "time" if status is None else "test" if status != 0 else None
+
+
+def test_order(build, file, noticed):
+    """The tests named like the file, then those that noticed other mistakes in it, then those that noticed most."""
+    stem = Path(file).stem
+    return sorted(build.link, key=lambda test: (not test.startswith(stem), -noticed[file][test],
+                                                -noticed[None][test], test))
+
+
+def judge(build, mutant, noticed):
+    changed = compile_mutant(build, mutant)
+    if changed is None:
+        return "compiler"
+    for test in test_order(build, mutant.file, noticed):
+        if outcome := noticed_by(build, changed, test):
+            noticed[mutant.file][test] += 1
+            noticed[None][test] += 1
+            return outcome
+    return "survived"
+
+
+def show(mutant):
+    print(f"\n{mutant.file}:{mutant.line} ({mutant.rule})")
+    for line in list(difflib.ndiff(mutant.old.splitlines(), mutant.new.splitlines())):
+        if line[0] in "+-":
+            print(line)
+    sys.stdout.flush()
+
+
+def known_harmless(root):
+    """The changes that cannot be seen from outside, each with a reason."""
+    known = {}
+    for line in (root / "tests/mutation/harmless.txt").read_text().splitlines():
+        if line and not line.startswith("#"):
+            key, _, reason = line.rpartition(" | ")
+            known[key] = reason
+    return known
+
+
+def main():
+    root, folder, number = Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3]
+    files = sys.argv[4:] or mutants.source_files(root)
+    build = read_build(root, folder)
+    if failing := [test for test in build.link if noticed_by(build, [], test)]:
+        sys.exit(f"without any change these fail already: {' '.join(failing)}")
+    harmless = known_harmless(root)
+    picked, total = mutants.pick(root, None if number == "all" else int(number), files)
+    noticed = collections.defaultdict(collections.Counter)
+    table = collections.defaultdict(collections.Counter)
+    print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(build.link)} test programs", flush=True)
+    for place, mutant in enumerate(picked, 1):
+        outcome = "harmless" if mutant.key() in harmless else judge(build, mutant, noticed)
+        table[mutant.file][outcome] += 1
+        table["all"][outcome] += 1
+        if outcome == "survived":
+            show(mutant)
+        if sys.stderr.isatty() or place % 25 == 0:
+            print(f"{place} tried, {table['all']['survived']} survived", file=sys.stderr)
+    shutil.rmtree(build.mutant, ignore_errors=True)
+
+    print(f"\n{'file':34}" + "".join(f"{name:>10}" for name in OUTCOMES))
+    for file, outcomes in table.items():
+        if file != "all":
+            print(f"{file:34}" + "".join(f"{outcomes[name]:10}" for name in OUTCOMES))
+    every = table["all"]
+    print(f"{'all':34}" + "".join(f"{every[name]:10}" for name in OUTCOMES))
+    by_tests, tried = every["test"] + every["time"], len(picked) - every["compiler"] - every["harmless"]
+    print(f"\nThe tests noticed {by_tests} of {tried} changes that compile and can be seen"
+          f" ({100 * by_tests / max(1, tried):.1f} %); the compiler refused {every['compiler']}.")
+    return 1 if every["survived"] else 0
+
+
+sys.exit(main())
