@@ -1,6 +1,7 @@
 // Reading, writing and calling members of Java objects by name.
 #include "harness/library_test.h"
 
+#include "config/java_calls.h"
 #include "rk/CMNImpUtils.h"
 
 #include <arpa/inet.h>
@@ -304,6 +305,20 @@ TEST_F(JavaAccessTest, SettingAnIntByIndexAlwaysFails) {
     EXPECT_EQ(java::getInt(object, "called"), 0);
 }
 
+// What it would do with a Java VM that takes the descriptor.
+TEST_F(JavaAccessTest, SettingAnIntByIndexPassesIndexAndValue) {
+    java::PatchedEnv patched;
+    static const JNINativeInterface_ *original;
+    original = patched.original;
+    patched.functions.GetMethodID = [](JNIEnv *e, jclass type, const char *name, const char *) {
+        return original->GetMethodID(e, type, name, "(II)V");
+    };
+    EXPECT_EQ(SetIntJavaMethodIndex(env, object, "takeNumberAt", 3, 40), 0);
+    EXPECT_EQ(java::takeException(), "");
+    EXPECT_EQ(java::getInt(object, "calledIndex"), 3);
+    EXPECT_EQ(java::getInt(object, "called"), 40);
+}
+
 TEST_F(JavaAccessTest, AMethodThatThrowsReturnsZeroAndItsExceptionStays) {
     jint number = 0;
     EXPECT_EQ(GetIntFromJavaMethod(env, object, "fails", &number), 0);
@@ -368,6 +383,27 @@ TEST_F(JavaAccessTest, ARequiredObjectThatIsNullIsNamed) {
     EXPECT_EQ(java::takeException(), "");
     EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
     EXPECT_EQ(java::takeException(), "java.lang.NullPointerException: cluster");
+}
+
+TEST_F(JavaAccessTest, ARequiredObjectThatIsNullLeavesAnEarlierExceptionAlone) {
+    env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "earlier");
+    EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
+    EXPECT_EQ(java::takeException(), "java.lang.IllegalStateException: earlier");
+}
+
+TEST_F(JavaAccessTest, ARequiredObjectIsMissingEvenWhenThatCannotBeThrown) {
+    java::PatchedEnv patched;
+    patched.functions.FindClass = [](JNIEnv *, const char *) -> jclass { return nullptr; };
+    EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
+}
+
+TEST_F(JavaAccessTest, ACallThatFindsNoMethodFailsEvenWithoutAnException) {
+    java::PatchedEnv patched;
+    patched.functions.GetMethodID = [](JNIEnv *, jclass, const char *, const char *) -> jmethodID { return nullptr; };
+    jint number = 7;
+    EXPECT_FALSE(rk::callInt(env, object, "number", number));
+    EXPECT_FALSE(rk::callWithInt(env, object, "takeNumber", 1));
+    EXPECT_EQ(number, 7);
 }
 
 } // namespace
