@@ -42,7 +42,9 @@ REPLACEMENTS = (
     ("sign", r"(?:[({,=:?] ?|return )(-)\d", lambda found: ""),
     ("boolean", r"\b(true|false)\b", swapped(("true false", "false true"))),
     ("condition", r"\b(?:if|while) (\([^;]*\))(?:\s*\{|\s+return\b.*|\s+continue;|\s+break;)?$", lambda found: f"(!{found})"),
-    ("cast", r"static_cast<(u?int(?:8|16|32)_t)>", lambda found: found[1:] if found[0] == "u" else "u" + found),
+    # Of the narrowest, the sign changes; a change of sign alone is for the compiler to notice elsewhere.
+    ("cast", r"static_cast<(u?int(?:8|16|32)_t)>",
+     swapped(("uint8_t int8_t", "int8_t uint8_t", "uint16_t uint8_t", "int16_t int8_t", "uint32_t uint16_t", "int32_t int16_t"))),
     ("row", r"[{\s](\{[^{}]*\}, ?)(?:\{|\S|$)", lambda found: ""),
 )
 
@@ -107,6 +109,12 @@ def statements(codes):
         i = last + 1
 
 
+def independent(first, second):
+    """Whether the order of two statements cannot matter: plain assignments of which neither reads the other's target."""
+    parts = [re.fullmatch(r"\s*([\w.\[\]]+) = ([\w.\[\] +-]+);\s*", text) for text in (first, second)]
+    return all(parts) and parts[0][1] not in second and parts[1][1] not in first
+
+
 def in_statements(file, lines, codes):
     """A statement is left out, or changes places with the next one."""
     found = list(statements(codes))
@@ -116,7 +124,8 @@ def in_statements(file, lines, codes):
         yield Mutant(file, first + 1, "dropped", old, f"{indent};\n")
         if following and following[0] == last + 1 and re.match(r"\s*", lines[following[0]])[0] == indent:
             other = "".join(lines[following[0]:following[1] + 1])
-            yield Mutant(file, first + 1, "order", old + other, other + old)
+            if not independent(old, other):
+                yield Mutant(file, first + 1, "order", old + other, other + old)
 
 
 def in_rows(file, lines, codes):

@@ -1,7 +1,8 @@
-"""Compiles and tests mutants of the library's sources: run_mutants.py ROOT BUILD NUMBER|all [FILE...]
+"""Compiles and tests mutants of the library's sources: run_mutants.py ROOT BUILD SANITIZED_BUILD NUMBER|all [FILE...]
 
 A mutant costs what it changes: its file goes into a folder that the compiler looks into first, only the objects that
 include it are compiled, and each test program is linked with these when it is its turn. The build itself stays as it is.
+What no test notices is tried again with the sanitizers.
 """
 
 import collections
@@ -21,17 +22,21 @@ import mutants
 
 SECONDS = 60  # for one test program; they take one at most
 OBJECTS = "CMakeFiles/cmnexecutor_objects.dir/"
-OUTCOMES = ("test", "time", "compiler", "harmless", "survived")
+OUTCOMES = ("test", "time", "sanitizer", "compiler", "harmless", "survived")
+# As in the tests' own list: the Java VM takes segmentation faults for its own purposes.
+ENVIRONMENT = dict(os.environ, ASAN_OPTIONS="handle_segv=0:allow_user_segv_handler=1:detect_leaks=0:hard_rss_limit_mb=4000")
+MEMORY = 8 << 30  # address space of a program without the sanitizers, which need endless room: mistakes may eat memory
 
 
-def run(command, folder, seconds=None):
+def run(command, folder, seconds=None, memory=resource.RLIM_INFINITY):
     """The exit status of a command, None when it takes longer; what it prints is of no interest."""
     def limit():
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
-        resource.setrlimit(resource.RLIMIT_AS, (12 << 30, 12 << 30))
+        resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
     process = subprocess.Popen(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limit)
+                               stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limit,
+                               env=ENVIRONMENT)
     try:
         return process.wait(seconds)
     except subprocess.TimeoutExpired:
@@ -50,6 +55,7 @@ class Build:
     compile: dict  # source -> command
     includes: dict  # source -> files of the project, itself among them
     link: dict  # test -> command
+    memory: int  # what a test program may have
 
 
 def ninja(folder, *arguments):
@@ -57,9 +63,11 @@ def ninja(folder, *arguments):
 
 
 def read_build(root, folder):
-    build = Build(root, folder, folder / "mutant", {}, {}, {})
+    build = Build(root, folder, folder / "mutant", {}, {}, {}, resource.RLIM_INFINITY)
     for entry in json.loads((folder / "compile_commands.json").read_text()):
         if OBJECTS in entry["command"]:
+            if "-fsanitize" not in entry["command"]:
+                build.memory = MEMORY
             build.compile[str(Path(entry["file"]).relative_to(root))] = entry["command"].split()
     for source in build.compile:
         listed = ninja(folder, "-t", "deps", f"{OBJECTS}{source}.o").splitlines()
@@ -85,7 +93,8 @@ def compile_mutant(build, mutant):
         (build.mutant / OBJECTS / source).parent.mkdir(parents=True, exist_ok=True)
         command = list(build.compile[source])
         # Warnings do not count: tests are to notice what a compiler may or may not warn of.
-        command[1:1] = ["-w", f"-I{build.mutant}", f"-I{build.mutant / 'include'}"]
+        first = next(place for place, word in enumerate(command) if word.startswith("-I"))
+        command[first:first] = ["-w", f"-I{build.mutant}", f"-I{build.mutant / 'include'}"]
         command[command.index("-o") + 1] = str(build.mutant / OBJECTS / f"{source}.o")
         if source == mutant.file:
             command[-1] = str(overlay)
@@ -104,7 +113,7 @@ def noticed_by(build, changed, test):
     command[command.index("-o") + 1] = str(program)
     if run(command, build.folder) != 0:
         return "compiler"
-    status = run([str(program), "--gtest_fail_fast"], work, SECONDS)
+    status = run([str(program), "--gtest_fail_fast"], work, SECONDS, build.memory)
     program.unlink()
     return "time" if status is None else "test" if status != 0 else None
 
@@ -128,6 +137,13 @@ def judge(build, mutant, noticed):
     return "survived"
 
 
+def judge_strictly(builds, mutant, noticed):
+    outcome = judge(builds[0], mutant, noticed)
+    if outcome == "survived" and judge(builds[1], mutant, noticed) != "survived":
+        return "sanitizer"
+    return outcome
+
+
 def show(mutant):
     print(f"\n{mutant.file}:{mutant.line} ({mutant.rule})")
     for line in list(difflib.ndiff(mutant.old.splitlines(), mutant.new.splitlines())):
@@ -147,25 +163,27 @@ def known_harmless(root):
 
 
 def main():
-    root, folder, number = Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3]
-    files = sys.argv[4:] or mutants.source_files(root)
-    build = read_build(root, folder)
-    if failing := [test for test in build.link if noticed_by(build, [], test)]:
-        sys.exit(f"without any change these fail already: {' '.join(failing)}")
+    root, number = Path(sys.argv[1]), sys.argv[4]
+    files = sys.argv[5:] or mutants.source_files(root)
+    builds = [read_build(root, Path(folder)) for folder in sys.argv[2:4]]
+    for build in builds:
+        if failing := [test for test in build.link if noticed_by(build, [], test)]:
+            sys.exit(f"without any change these fail already: {' '.join(failing)}")
     harmless = known_harmless(root)
     picked, total = mutants.pick(root, None if number == "all" else int(number), files)
     noticed = collections.defaultdict(collections.Counter)
     table = collections.defaultdict(collections.Counter)
-    print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(build.link)} test programs", flush=True)
+    print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(builds[0].link)} test programs", flush=True)
     for place, mutant in enumerate(picked, 1):
-        outcome = "harmless" if mutant.key() in harmless else judge(build, mutant, noticed)
+        outcome = "harmless" if mutant.key() in harmless else judge_strictly(builds, mutant, noticed)
         table[mutant.file][outcome] += 1
         table["all"][outcome] += 1
         if outcome == "survived":
             show(mutant)
         if sys.stderr.isatty() or place % 25 == 0:
             print(f"{place} tried, {table['all']['survived']} survived", file=sys.stderr)
-    shutil.rmtree(build.mutant, ignore_errors=True)
+    for build in builds:
+        shutil.rmtree(build.mutant, ignore_errors=True)
 
     print(f"\n{'file':34}" + "".join(f"{name:>10}" for name in OUTCOMES))
     for file, outcomes in table.items():
@@ -173,7 +191,7 @@ def main():
             print(f"{file:34}" + "".join(f"{outcomes[name]:10}" for name in OUTCOMES))
     every = table["all"]
     print(f"{'all':34}" + "".join(f"{every[name]:10}" for name in OUTCOMES))
-    by_tests, tried = every["test"] + every["time"], len(picked) - every["compiler"] - every["harmless"]
+    by_tests, tried = every["test"] + every["time"] + every["sanitizer"], len(picked) - every["compiler"] - every["harmless"]
     print(f"\nThe tests noticed {by_tests} of {tried} changes that compile and can be seen"
           f" ({100 * by_tests / max(1, tried):.1f} %); the compiler refused {every['compiler']}.")
     return 1 if every["survived"] else 0
