@@ -1,4 +1,5 @@
-// What the process has from malloc and has not given back. The soak asks for it, as the resident size tells of pages only.
+// What the process has from malloc and has not given back. The soak asks for it, as the resident size tells of pages
+// only.
 #include <jni.h>
 #include <malloc.h>
 

@@ -17,18 +17,17 @@ import com.qel.internet.rk.common.CMNServerWeights;
 
 /** The days of a web farm, with all native methods: it is built up, changed, looked at, and taken down again. */
 public final class Farm {
-    private static final int SERVERS = 8;
     private static final int PORT = 80;
     private static final int CLUSTER_ADDRESS = 0x0A00000A;
     private static final int CLIENT_ADDRESS = 0xC0A80701;
-    private static final int SERVER_ADDRESS = 0x0A000065;
 
     private final CMNExecutorInterface natives = new CMNExecutorInterface();
     private final CMNHAStatus haStatus = new CMNHAStatus();
     private final CMNAffinityRequest affinities = new CMNAffinityRequest();
-    private final CMNServerWeights weights = new CMNServerWeights(SERVERS);
+    private final CMNServerWeights weights;
     private final Attackers attackers = new Attackers();
-    private final int[] keys = new int[SERVERS];
+    private final int servers; // their number, below 100
+    private final int[] keys;
     private String cluster;
 
     /** Calls of native methods so far. */
@@ -59,11 +58,17 @@ public final class Farm {
         }
     }
 
-    /** Lives so many days. */
+    Farm(int servers) {
+        this.servers = servers;
+        weights = new CMNServerWeights(servers);
+        keys = new int[servers];
+    }
+
+    /** Farm SERVERS DAYS. */
     public static void main(String[] arguments) {
-        Farm farm = new Farm();
+        Farm farm = new Farm(Integer.parseInt(arguments[0]));
         farm.begin();
-        for (int day = 0; day < Integer.parseInt(arguments[0]); day++) {
+        for (int day = 0; day < Integer.parseInt(arguments[1]); day++) {
             farm.day(day);
         }
         farm.end();
@@ -160,7 +165,7 @@ public final class Farm {
         check(list.toString().equals("+" + cluster));
 
         CMNPort port = aPort();
-        port.MaxNumberOfServers = SERVERS + 1;
+        port.MaxNumberOfServers = servers + 1;
         port.SetMaxNumberOfServers = 1;
         expect(0, natives.addPortNative(port));
         port.WeightBound = 50;
@@ -179,19 +184,19 @@ public final class Farm {
 
     private void servers() {
         StringBuilder names = new StringBuilder();
-        for (int i = 0; i < SERVERS; i++) {
+        for (int i = 0; i < servers; i++) {
             CMNServer server = aServer(i);
-            server.addListener(new CMNListener(SERVER_ADDRESS + i, 8080));
+            server.addListener(new CMNListener(addressOf(i), 8080));
             server.SetListeners = 1;
             expect(0, natives.addServerNative(server));
             names.append('+').append(server.sServerID);
-            server._iWeight = 20 + i;
+            server._iWeight = 20 + i % 20;
             server.SetWeight = 1;
             expect(0, natives.setServerStatusNative(server));
             CMNServer read = aServer(i);
             read.iServerIdKey = server.iServerIdKey;
             expect(0, natives.getServerStatusNative(read));
-            check(read._iWeight == 20 + i && read.getListener(0).getIntAddress() == SERVER_ADDRESS + i);
+            check(read._iWeight == 20 + i % 20 && read.getListener(0).getIntAddress() == addressOf(i));
             read._iCPSCount = 3;
             expect(0, natives.setServerCPSNative(read));
             expect(0, natives.getServerReportNative(read));
@@ -206,7 +211,7 @@ public final class Farm {
         expect(0, natives.setServerDownNative(first));
         expect(0, natives.setServerUpNative(first));
         CMNServer host = new CMNServer();
-        host.sServerID = "10.0.0.101";
+        host.sServerID = nameOf(0);
         natives.setHostDownNative(host);
         natives.setHostUpNative(host);
         natives.removeHostNative(host);
@@ -216,14 +221,14 @@ public final class Farm {
     private void weights() {
         weights.sClusterID = cluster;
         weights.iPortNumber = PORT;
-        expect(0, natives.getServerWeightsNative(weights, SERVERS));
+        expect(0, natives.getServerWeightsNative(weights, servers));
         check(weights.sServerID[1].equals(nameOf(1)) && weights.iWeight[1] == 21);
-        for (int i = 0; i < SERVERS; i++) {
+        for (int i = 0; i < servers; i++) {
             weights.iServerIdKey[i] = keys[i];
-            weights.iWeight[i] = 30 + i;
+            weights.iWeight[i] = 30 + i % 20;
         }
-        expect(0, natives.setServerWeightsNative(weights, SERVERS));
-        check(weights.iRC[SERVERS - 1] == 0);
+        expect(0, natives.setServerWeightsNative(weights, servers));
+        check(weights.iRC[servers - 1] == 0);
     }
 
     private void rules() {
@@ -286,15 +291,15 @@ public final class Farm {
     }
 
     private void connections() {
-        expect(0, natives.allocateConnectionNative(CLUSTER_ADDRESS, 1, CLIENT_ADDRESS, 40001, PORT, SERVER_ADDRESS));
-        expect(0, natives.allocateConnectionNative(CLUSTER_ADDRESS, 0, CLIENT_ADDRESS, 40002, PORT, SERVER_ADDRESS));
+        expect(0, natives.allocateConnectionNative(CLUSTER_ADDRESS, 1, CLIENT_ADDRESS, 40001, PORT, addressOf(0)));
+        expect(0, natives.allocateConnectionNative(CLUSTER_ADDRESS, 0, CLIENT_ADDRESS, 40002, PORT, addressOf(0)));
         check(natives.getConnectionInfoNative(CLUSTER_ADDRESS, PORT, 0, 0, 0, 0, 1).contains("192.168.7.1"));
         attackers.told = 0;
         expect(0, natives.getHalfOpenInfoNative(attackers));
         expect(0, natives.getAttackingAddrsNative(attackers, CLUSTER_ADDRESS, PORT));
         check(attackers.told == 4);
         expect(0, natives.xDOSAttackNative(1, 2, 3, 4, 5, 6, 7, 8));
-        expect(0, natives.deallocateConnectionNative(CLUSTER_ADDRESS, 1, CLIENT_ADDRESS, 40001, PORT, SERVER_ADDRESS));
+        expect(0, natives.deallocateConnectionNative(CLUSTER_ADDRESS, 1, CLIENT_ADDRESS, 40001, PORT, addressOf(0)));
         calls++;
     }
 
@@ -302,10 +307,10 @@ public final class Farm {
         affinities.iCommand = 1;
         affinities.iClusterAddr = CLUSTER_ADDRESS;
         affinities.iPort = PORT;
-        affinities.iNumAffinities = SERVERS;
-        for (int i = 0; i < SERVERS; i++) {
+        affinities.iNumAffinities = servers;
+        for (int i = 0; i < servers; i++) {
             affinities.aiClientAddr[i] = CLIENT_ADDRESS + i;
-            affinities.aiServerAddr[i] = SERVER_ADDRESS + i;
+            affinities.aiServerAddr[i] = addressOf(i);
         }
         expect(0, natives.serverDirectedAffinityNative(affinities));
         affinities.iCommand = 3;
@@ -369,8 +374,8 @@ public final class Farm {
     }
 
     private void takeDown() {
-        CMNServer last = aServer(SERVERS - 1);
-        last.iServerIdKey = keys[SERVERS - 1];
+        CMNServer last = aServer(servers - 1);
+        last.iServerIdKey = keys[servers - 1];
         expect(0, natives.removeServerNative(last));
         expect(0, natives.removePortNative(aPort()));
         expect(0, natives.removeClusterNative(aCluster()));
@@ -399,7 +404,11 @@ public final class Farm {
 
     /** A server is named by its address, so that affinities find it. */
     private static String nameOf(int server) {
-        return "10.0.0." + (101 + server);
+        return "10.0." + (server + 1) + ".1";
+    }
+
+    private static int addressOf(int server) {
+        return 0x0A000001 + (server + 1 << 8);
     }
 
     private CMNRule aRule() {

@@ -18,17 +18,18 @@ public final class Soak {
     private static final int MILLION = 1_000_000;
     private static final int SAMPLES = 40;
     private static final int ROWS = 10;
+    private static final int SERVERS = 8;
     private static final int WARM_UP = 100_000;
 
     /**
-     * The most that the native heap may grow in a million calls, in bytes. Each method is called at least once in 150
-     * calls, and no block of the heap is smaller than 32 bytes: one that is kept at each call of one method would make
-     * 200000 bytes.
+     * What may be held more after a run: so much for each million calls, and so much once, as the VM has its own uses and
+     * the resident size goes by pages. In bytes. But for start and stop, each method is called once in 150 calls at least, and
+     * no block of the heap is smaller than 32 bytes: keeping one at each call of one method makes 200000 in a million.
      */
-    private static final double HEAP_MOST = 100_000;
-
-    /** What the resident size may grow besides in a whole run, in bytes: it goes by pages, and the VM has its own. */
-    private static final double RESIDENT_MOST = 512 * 1024;
+    private static final double HEAP_MOST = 50_000;
+    private static final double HEAP_ONCE = 16_000;
+    private static final double RESIDENT_MOST = 100_000;
+    private static final double RESIDENT_ONCE = 512_000;
 
     private Soak() {
     }
@@ -39,7 +40,7 @@ public final class Soak {
 
     public static void main(String[] arguments) throws IOException, JMException {
         long wanted = Long.parseLong(arguments[0]);
-        Farm farm = new Farm();
+        Farm farm = new Farm(SERVERS);
         farm.begin();
         int day = 0;
         while (farm.calls < WARM_UP) {
@@ -67,12 +68,13 @@ public final class Soak {
 
         double resident = slope(samples, Sample::resident);
         double heap = slope(samples, Sample::heap);
-        double residentMost = HEAP_MOST + RESIDENT_MOST * MILLION / wanted;
+        double residentMost = RESIDENT_MOST + RESIDENT_ONCE * MILLION / wanted;
+        double heapMost = HEAP_MOST + HEAP_ONCE * MILLION / wanted;
         System.err.printf("bytes per million calls: resident %.0f (at most %.0f), heap %.0f (at most %.0f)%n",
-                resident, residentMost, heap, HEAP_MOST);
+                resident, residentMost, heap, heapMost);
         System.err.printf("global references: %d before, %d after%n", globals, globalsAtEnd);
         long descriptors = samples.stream().mapToLong(Sample::descriptors).max().orElseThrow();
-        if (resident > residentMost || heap > HEAP_MOST || globalsAtEnd > globals
+        if (resident > residentMost || heap > heapMost || globalsAtEnd > globals
                 || descriptors > samples.get(0).descriptors) {
             System.err.println("The process grows.");
             System.exit(1);
