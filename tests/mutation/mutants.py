@@ -48,7 +48,7 @@ REPLACEMENTS = (
     ("row", r"[{\s](\{[^{}]*\}, ?)(?:\{|\S|$)", lambda found: ""),
 )
 
-FIELD_TYPE = re.compile(r"^(\s+)(u?)(int\d+_t)( \w+(\[.*\])?;)")
+FIELD_TYPE = re.compile(r"^(\s+)(u?)(int\d+_t)( (?!unused)\w+(\[.*\])?;)")
 MEMBER = re.compile(r"\b([a-z]\w*(?:\.[a-z]\w*)*)\.([a-z]\w*)\b(?!\()")
 DECLARATION = re.compile(r"^\s*((const|constexpr|inline|static|auto|using|struct|namespace|typedef|return|else|case|default|"
                          r"break|continue|u?int\d*_t|char|bool|j[a-z]+)\b|[A-Z]\w+ [*&]?\w+( =|;|\())")
