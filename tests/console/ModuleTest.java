@@ -8,12 +8,14 @@ import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.io.IOException;
+import java.lang.reflect.Constructor;
 import java.lang.reflect.Method;
 import java.lang.reflect.Modifier;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import java.util.Objects;
+import java.util.concurrent.atomic.AtomicReference;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 
@@ -145,14 +147,18 @@ final class ModuleTest {
         }
     }
 
-    /** Whoever sits at the console reaches every native method: its sources call each, or hand it on. */
-    private static void consoleReachesEveryNativeMethod(Path console) throws IOException {
+    private static String sourcesOf(Path console) throws IOException {
         StringBuilder sources = new StringBuilder();
         try (Stream<Path> files = Files.walk(console)) {
             for (Path file : files.filter(path -> path.toString().endsWith(".java")).toList()) {
                 sources.append(Files.readString(file));
             }
         }
+        return sources.toString();
+    }
+
+    /** Whoever sits at the console reaches every native method: its sources call each, or hand it on. */
+    private static void consoleReachesEveryNativeMethod(String sources) {
         int natives = 0;
         for (Method method : CMNExecutorInterface.class.getDeclaredMethods()) {
             if (Modifier.isNative(method.getModifiers())) {
@@ -165,14 +171,42 @@ final class ModuleTest {
         expect("native methods", natives, 96);
     }
 
-    public static void main(String[] arguments) throws IOException {
+    /** The console has one object to call native methods on, and gives it to one thread. */
+    private static void consoleCallsNativeMethodsOnOneThread(String sources)
+            throws ReflectiveOperationException, InterruptedException {
+        expect("objects with native methods", sources.split("new CMNExecutorInterface\\(", -1).length - 1, 1);
+        Class<?> type = Class.forName("com.qel.internet.rk.console.Session");
+        Constructor<?> constructor = type.getDeclaredConstructors()[0];
+        constructor.setAccessible(true);
+        Object session = constructor.newInstance((Object) null);
+        Method natives = type.getDeclaredMethod("natives");
+        natives.setAccessible(true);
+        expect("natives before the session is open", natives.invoke(session), null);
+        AtomicReference<Throwable> thrown = new AtomicReference<>();
+        Thread other = new Thread(() -> {
+            try {
+                natives.invoke(session);
+            } catch (ReflectiveOperationException error) {
+                thrown.set(error.getCause());
+            }
+        });
+        other.start();
+        other.join();
+        expect("natives on another thread", String.valueOf(thrown.get()),
+                "java.lang.IllegalStateException: native methods are for the session's own thread");
+    }
+
+    public static void main(String[] arguments)
+            throws IOException, ReflectiveOperationException, InterruptedException {
         statusesHaveMeanings();
         listenersAreCountedAndMadeWhereTheExecutorHasMore();
         serversAndListenersTakeWhatTheStatusBrings();
         weightsHaveRoomForEachServer();
         statusesOfHighAvailabilityAndAliasingHaveMeanings();
         arraysHaveRoomForAllThatTheLibraryFillsIn();
-        consoleReachesEveryNativeMethod(Path.of(arguments[0]));
+        String sources = sourcesOf(Path.of(arguments[0]));
+        consoleReachesEveryNativeMethod(sources);
+        consoleCallsNativeMethodsOnOneThread(sources);
         System.exit(failures == 0 ? 0 : 1);
     }
 }

@@ -3,7 +3,11 @@ package com.qel.internet.rk.console;
 import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNStatus.Family;
 
-/** One run of the console against an executor. */
+/**
+ * One run of the console against an executor. No two native methods may run at the same time, and nothing but this class
+ * has the object to call them on: it gives it to the thread that made the session, and to no other, so that whatever is
+ * ever done in the background cannot meet a command that runs.
+ */
 final class Session {
     private static final int KERNEL_MODE = 0;
     private static final int USER_MODE = 1;
@@ -12,6 +16,7 @@ final class Session {
 
     /** Where commands print. */
     final Output output;
+    private final Thread owner = Thread.currentThread();
     private CMNExecutorInterface natives;
     private boolean kernel;
     private boolean processReady;
@@ -20,8 +25,15 @@ final class Session {
         this.output = output;
     }
 
-    /** {@return the native methods; there are none before the session is open} */
+    /**
+     * {@return the native methods; there are none before the session is open}
+     *
+     * @throws IllegalStateException on any other thread than the session's
+     */
     CMNExecutorInterface natives() {
+        if (Thread.currentThread() != owner) {
+            throw new IllegalStateException("native methods are for the session's own thread");
+        }
         return natives;
     }
 
@@ -45,37 +57,37 @@ final class Session {
         if (installPath != null) {
             setInstallPath(installPath);
         }
-        Refusal.check(Family.SYSTEM, natives.userExecutorProcessInitNative());
+        Refusal.check(Family.SYSTEM, natives().userExecutorProcessInitNative());
         processReady = true;
-        Refusal.check(Family.SYSTEM, natives.startUserExecutorNative());
+        Refusal.check(Family.SYSTEM, natives().startUserExecutorNative());
     }
 
     /** Stops what {@link #open}, or a command since, has started. */
     void close() {
-        if (natives != null && natives.userExecutorStartedNative()) {
-            natives.stopUserExecutorNative();
+        if (natives() != null && natives().userExecutorStartedNative()) {
+            natives().stopUserExecutorNative();
         }
         if (processReady) {
-            natives.userExecutorProcessTermNative();
+            natives().userExecutorProcessTermNative();
         }
     }
 
     /** Sends the commands from now on to the kernel executor, or to the user-space executor. */
     void setMode(boolean toKernel) {
         kernel = toKernel;
-        natives.setKVAServerModalityNative(toKernel ? KERNEL_MODE : USER_MODE);
+        natives().setKVAServerModalityNative(toKernel ? KERNEL_MODE : USER_MODE);
     }
 
     /** Sets the user-space executor's log file. */
     void setLog(String file) {
-        if (!natives.userExecutorSetLogNative(file)) {
+        if (!natives().userExecutorSetLogNative(file)) {
             throw new Refusal(null, "cannot write the log file " + file);
         }
     }
 
     /** Sets the user-space executor's installation folder. */
     void setInstallPath(String folder) {
-        if (!natives.userExecutorSetInstallPathNative(folder)) {
+        if (!natives().userExecutorSetInstallPathNative(folder)) {
             throw new Refusal(null, "cannot use the installation folder " + folder);
         }
     }
@@ -88,7 +100,7 @@ final class Session {
 
     /** {@return what else there is to say about a failure: nothing, or that there is no executor to talk to} */
     String hint() {
-        boolean deviceMissing = kernel && natives.linuxUpNative() == 0;
+        boolean deviceMissing = kernel && natives().linuxUpNative() == 0;
         return deviceMissing ? DEVICE_MISSING : "";
     }
 }
