@@ -23,10 +23,11 @@ package com.qel.internet.rk.common;
  *
  * <h2>Objects</h2>
  * Parameters of type {@code Object} take an object of any class that has the fields and methods named in the method's
- * description, with the types that the class of this package named there gives them. A missing field ends a call with
- * {@link NoSuchFieldError}, a null object with {@link NullPointerException}, and then nothing is sent. A setting is
- * sent only when its flag, the byte field named {@code Set...}, is exactly 1; other values of a flag travel as they
- * are. Addresses in text form are dotted ({@code 10.0.0.1}; shorter, octal and hexadecimal forms are understood too),
+ * description, with the types that the class of this package named there gives them. A null object ends a call with
+ * {@link NullPointerException}, and nothing is sent. <b>Whether the fields are there is not checked:</b> a missing one
+ * is a {@link NoSuchFieldError} for the caller only if the VM survives the access without it, which it need not. A
+ * setting is sent only when its flag, the byte field named {@code Set...}, is exactly 1; other values of a flag travel
+ * as they are. Addresses in text form are dotted ({@code 10.0.0.1}; shorter, octal and hexadecimal forms are understood too),
  * or host names, which are looked up. Addresses in int form are in host byte order: 10.0.0.1 is 0x0A000001.
  *
  * <h2>Statuses</h2>
