@@ -22,9 +22,10 @@ public final class Soak {
     private static final int WARM_UP = 100_000;
 
     /**
-     * What may be held more after a run: so much for each million calls, and so much once, as the VM has its own uses and
-     * the resident size goes by pages. In bytes. But for start and stop, each method is called once in 150 calls at least, and
-     * no block of the heap is smaller than 32 bytes: keeping one at each call of one method makes 200000 in a million.
+     * What may be held more after a run: so much for each million calls, and so much once, as the VM has its own uses
+     * and the resident size goes by pages. In bytes. But for start and stop, each method is called once in 150 calls at
+     * least, and no block of the heap is smaller than 32 bytes: keeping one at each call of one method makes 200000 in
+     * a million.
      */
     private static final double HEAP_MOST = 50_000;
     private static final double HEAP_ONCE = 16_000;
@@ -82,7 +83,8 @@ public final class Soak {
     }
 
     private static void print(Sample sample) {
-        System.err.printf("%12d %14d %14d %12d%n", sample.calls, sample.resident / 1024, sample.heap, sample.descriptors);
+        System.err.printf("%12d %14d %14d %12d%n", sample.calls, sample.resident / 1024, sample.heap,
+                sample.descriptors);
     }
 
     private static Sample sample(long calls) throws IOException {

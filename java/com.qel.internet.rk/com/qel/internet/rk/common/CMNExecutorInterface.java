@@ -27,8 +27,9 @@ package com.qel.internet.rk.common;
  * {@link NullPointerException}, and nothing is sent. <b>Whether the fields are there is not checked:</b> a missing one
  * is a {@link NoSuchFieldError} for the caller only if the VM survives the access without it, which it need not. A
  * setting is sent only when its flag, the byte field named {@code Set...}, is exactly 1; other values of a flag travel
- * as they are. Addresses in text form are dotted ({@code 10.0.0.1}; shorter, octal and hexadecimal forms are understood too),
- * or host names, which are looked up. Addresses in int form are in host byte order: 10.0.0.1 is 0x0A000001.
+ * as they are. Addresses in text form are dotted ({@code 10.0.0.1}; shorter, octal and hexadecimal forms are
+ * understood too), or host names, which are looked up. Addresses in int form are in host byte order: 10.0.0.1 is
+ * 0x0A000001.
  *
  * <h2>Statuses</h2>
  * Methods that return an int return 0 for success, unless they say otherwise; {@link CMNStatus} puts the others into
