@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 // Makes the VM take the program itself for the library when Java loads "cmnexecutor".
@@ -29,18 +30,22 @@ jint keepOutput(FILE *, const char *format, va_list arguments) {
     return length;
 }
 
+// What the VM is started with besides the class path and the checks.
+std::string memoryOptions() {
+    const char *others = getenv("RK_TEST_JVM_OPTIONS");
+    return others == nullptr ? "-Xmx512m -XX:+UseSerialGC" : others;
+}
+
 JNIEnv *startVm() {
-    char classPath[] = "-Djava.class.path=" TEST_CLASS_PATH;
-    char check[] = JVM_OPTION; // -Xcheck:jni in tests
-    char heap[] = "-Xmx512m";
-    char serial[] = "-XX:+UseSerialGC";
+    std::vector<std::string> texts = {"-Djava.class.path=" TEST_CLASS_PATH, JVM_OPTION}; // -Xcheck:jni in tests
+    std::istringstream more(memoryOptions());
+    for (std::string option; more >> option;)
+        texts.push_back(option);
     char hook[] = "vfprintf";
-    JavaVMOption options[] = {{classPath, nullptr},
-                              {check, nullptr},
-                              {heap, nullptr},
-                              {serial, nullptr},
-                              {hook, reinterpret_cast<void *>(keepOutput)}};
-    JavaVMInitArgs arguments = {JNI_VERSION_10, sizeof(options) / sizeof(options[0]), options, JNI_FALSE};
+    std::vector<JavaVMOption> options = {{hook, reinterpret_cast<void *>(keepOutput)}};
+    for (std::string &text : texts)
+        options.push_back({text.data(), nullptr});
+    JavaVMInitArgs arguments = {JNI_VERSION_10, static_cast<jint>(options.size()), options.data(), JNI_FALSE};
     JavaVM *vm = nullptr;
     void *environment = nullptr;
     if (JNI_CreateJavaVM(&vm, &environment, &arguments) != JNI_OK) {
@@ -111,6 +116,19 @@ jmethodID method(jobject object, const char *name, const char *descriptor) {
 JNIEnv *env() {
     static JNIEnv *environment = startVm();
     return environment;
+}
+
+std::string vmVersion() {
+    jclass system = classNamed("java/lang/System");
+    const jmethodID property =
+        env()->GetStaticMethodID(system, "getProperty", "(Ljava/lang/String;)Ljava/lang/String;");
+    jstring name = makeString("java.vm.version");
+    jobject version = env()->CallStaticObjectMethod(system, property, name);
+    looked();
+    std::string result = text(version) + " " + memoryOptions();
+    for (jobject reference : {static_cast<jobject>(system), static_cast<jobject>(name), version})
+        env()->DeleteLocalRef(reference);
+    return result;
 }
 
 const std::string &vmOutput() {
@@ -286,7 +304,20 @@ std::string takeException() {
     return text(thrown);
 }
 
+namespace {
+
+// How many functions the running VM's table has behind those that the build's JDK knows; the VM's own code calls them.
+std::size_t functionsBehind(jint version) {
+    constexpr std::size_t kKnown = sizeof(JNINativeInterface_) / sizeof(void *);
+    const std::size_t all = version >= 0x00180000 ? 236 : version >= 0x00130000 ? 235 : 234; // JDK 24, 19, 10
+    return all > kKnown ? all - kKnown : 0;
+}
+
+} // namespace
+
 PatchedEnv::PatchedEnv() : functions(*env()->functions), original(env()->functions) {
+    const std::size_t behind = functionsBehind(env()->GetVersion());
+    memcpy(newer, original + 1, behind * sizeof(void *));
     env()->functions = &functions;
 }
 

@@ -12,8 +12,12 @@ namespace java {
 
 inline constexpr char kCommon[] = "com/qel/internet/rk/common/";
 
-// The environment of the test's thread; the first call starts the VM.
+// The environment of the test's thread; the first call starts the VM. The options in RK_TEST_JVM_OPTIONS, with blanks
+// in between, then stand for those that choose its heap and collector.
 JNIEnv *env();
+
+// The version of the VM that runs, and the options that chose its heap and collector.
+std::string vmVersion();
 
 // What the VM itself has printed so far, and the same, forgotten afterwards: a test that expects complaints takes them.
 const std::string &vmOutput();
@@ -74,6 +78,7 @@ struct PatchedEnv {
     PatchedEnv &operator=(const PatchedEnv &) = delete;
 
     JNINativeInterface_ functions;
+    void *newer[8] = {}; // functions that only newer VMs have, right behind the others
     const JNINativeInterface_ *original;
 };
 

@@ -10,6 +10,7 @@ namespace {
 
 struct VmComplaints : testing::Environment {
     void SetUp() override {
+        printf("Java VM %s\n", java::vmVersion().c_str());
         java::watchBalance();
     }
 
