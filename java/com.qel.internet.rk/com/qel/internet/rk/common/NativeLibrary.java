@@ -14,7 +14,18 @@ final class NativeLibrary {
             UnsatisfiedLinkError error = new UnsatisfiedLinkError(explain(cause.getMessage()));
             error.initCause(cause);
             throw error;
+        } catch (IllegalCallerException cause) {
+            UnsatisfiedLinkError error = new UnsatisfiedLinkError(explainDenial());
+            error.initCause(cause);
+            throw error;
         }
+    }
+
+    private static String explainDenial() {
+        Module module = NativeLibrary.class.getModule();
+        return "The Java VM denies the native library " + System.mapLibraryName(NAME)
+                + ": allow native access with --enable-native-access="
+                + (module.isNamed() ? module.getName() : "ALL-UNNAMED") + ".";
     }
 
     private static String explain(String message) {
