@@ -151,7 +151,9 @@ TEST_F(DebugDumpTest, ARefusalIsAFixedText) {
 TEST_F(DebugDumpTest, CountersAlone) {
     for (const int subCommand : {INT_MIN, -1, 0, 2, 3, 4, 5, 6, 7, 9, 13, 28, 29, 99}) {
         expectReport(subCommand, {});
-        EXPECT_EQ(executor::lastSent()[16], static_cast<uint8_t>(subCommand));
+        int32_t sent = 0;
+        memcpy(&sent, executor::lastSent().data() + 16, sizeof(sent));
+        EXPECT_EQ(sent, subCommand);
     }
     EXPECT_EQ(sizes, std::vector<std::size_t>({10000}));
     for (const int32_t command : executor::commandsSent())
