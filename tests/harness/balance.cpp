@@ -120,10 +120,9 @@ void ended(const char *name, bool returnsObject) {
 
 void watchBalance() {
     callInt("checkMaxPortsNative", "(I)I", 0); // what loading the library takes is not a call's
-    static JNINativeInterface_ counting;
-    below = env()->functions;
-    counting = countingFunctions();
-    env()->functions = &counting;
+    static PatchedEnv counting;
+    below = counting.original;
+    counting.functions = countingFunctions();
     observeCalls({begun, ended});
 }
 
