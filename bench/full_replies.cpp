@@ -17,7 +17,10 @@ ExecutorReportRecord executor;
 ClusterReportRecord cluster;
 PortReportRecord port;
 ConnectionListRecord connections;
-AffinityRecord affinities;
+struct {
+    AffinityRecord record;
+    AffinityEntry entries[kWireAffinities];
+} affinities;
 HalfOpenRecord halfOpen;
 AttackingAddressesRecord attackers;
 HaStatusRecord highAvailability;
@@ -94,7 +97,7 @@ void fillConnections() {
 }
 
 void fillAffinities() {
-    affinities.now = 100000;
+    affinities.record.now = 100000;
     for (int i = 0; i < kWireAffinities; ++i) {
         affinities.entries[i].clientAddress = addressOf(1000 + i).word;
         affinities.entries[i].serverAddress = addressOf(100 + i % 100).word;
@@ -151,7 +154,7 @@ void full::answerAll(int32_t entries) {
 void full::countEntries(int32_t entries) {
     executor.numberOfClusters = cluster.numberOfPorts = port.numberOfServers = port.numberOfRules = entries;
     connections.count = std::min(entries, kConnections);
-    affinities.count = static_cast<uint32_t>(std::min(entries, kWireAffinities));
+    affinities.record.count = static_cast<uint32_t>(std::min(entries, kWireAffinities));
     halfOpen.count = std::min(entries, kHalfOpenConnections);
     attackers.count = std::min(entries, kAttackingAddresses);
 }
