@@ -32,58 +32,31 @@ NetworkAddress addressOf(int number) {
     return {htonl(0x0A000000 + static_cast<uint32_t>(number))};
 }
 
+// Gives every field something of its own: bytes that repeat only after 127.
+template <typename Record> void fill(Record &record) {
+    auto *bytes = reinterpret_cast<uint8_t *>(&record);
+    for (std::size_t i = 0; i < sizeof(record); ++i)
+        bytes[i] = static_cast<uint8_t>(1 + i % 127);
+}
+
 void fillExecutor() {
-    executor.nfa = addressOf(1);
-    executor.traceLevel = 1;
-    executor.defaultClusterMaxPorts = 8;
-    executor.finTimeout = {0, 60};
-    executor.haTimeout = {0, 2};
-    executor.haSyncTimeout = {0, 5};
-    executor.clientGateway = addressOf(254);
-    executor.defaultPortMaxServers = 32;
-    executor.defaultPortStaleTimeout = {0, 300};
-    executor.sharedBytesPerSecond = 125000000;
-    executor.maxNumberOfClusters = 100;
-    executor.defaultPortWeightBound = 20;
-    executor.widePortNumber = 0;
+    fill(executor);
     strcpy(executor.configFileName, "/etc/load-balancer/default.cfg");
     strcpy(executor.pluginConfigFileName, "/etc/load-balancer/plugin.cfg");
 }
 
 void fillCluster() {
-    cluster.address = addressOf(0x050005);
-    cluster.maxPorts = 8;
-    cluster.defaultPortMaxServers = 32;
-    cluster.defaultPortStickyTime = {0, 60};
-    cluster.defaultPortWeightBound = 20;
-    cluster.defaultPortStaleTimeout = {0, 300};
-    cluster.activeConnectionsProportion = 50;
-    cluster.newConnectionsProportion = 50;
-    cluster.primaryHost = addressOf(1);
-    cluster.numberOfPorts = 2;
-    cluster.clusterKey = 123456789;
+    fill(cluster);
     strcpy(cluster.clusterId, "www.example.com");
 }
 
 void fillReports() {
-    clusterReport.clusterKey = cluster.clusterKey;
-    clusterReport.address = cluster.address;
-    clusterReport.numberOfPorts = 2;
-    clusterReport.synOnActive = 17;
-    clusterReport.packetsDropped = 1234;
-    clusterReport.bytesPerSecond = 12345678;
-    clusterReport.connectionsPerSecond = 4321;
-    serverReport.totalConnections = 7654321;
-    serverReport.totalTcpConnections = 7654000;
-    serverReport.totalUdpConnections = 321;
-    serverReport.activeConnections = 1500;
-    serverReport.finishedConnections = 300;
-    serverReport.completeConnections = 7652521;
-    serverReport.savedWeight = 10;
-    serverReport.bytesPerSecond = 3456789;
+    fill(clusterReport);
+    fill(serverReport);
 }
 
 void fillWeights() {
+    fill(weights);
     weights.block.count = kServers;
     for (int i = 0; i < kServers; ++i) {
         ServerWeightEntry &entry = weights.entries[i];
@@ -96,23 +69,9 @@ void fillWeights() {
 }
 
 void fillHaStatus() {
-    haStatus.mode = 1;
-    haStatus.address = addressOf(1);
-    haStatus.state = 2;
-    haStatus.port = 8888;
+    fill(haStatus);
     haStatus.heartbeatCount = kHeartbeats;
     haStatus.reachCount = kReachTargets;
-    for (int i = 0; i < kHeartbeats; ++i)
-        haStatus.heartbeats[i] = {
-            .local = addressOf(i), .remote = addressOf(100 + i), .unused_8 = {}, .status = 1, .unused_15 = {}};
-    for (int i = 0; i < kReachTargets; ++i) {
-        ReachEntry &target = haStatus.reachTargets[i];
-        target.address = addressOf(200 + i);
-        target.mask = {0xFFFFFFFF};
-        target.localStatus = 1;
-        target.localTimeStamp = 100000U + static_cast<uint32_t>(i);
-        target.remoteTimeStamp = 100001U + static_cast<uint32_t>(i);
-    }
 }
 
 void fillConnections() {
@@ -135,6 +94,7 @@ void fillConnections() {
 }
 
 void fillInterfaces() {
+    fill(interfaces);
     interfaces.list.count = 16;
     for (int i = 0; i < interfaces.list.count; ++i) {
         InterfaceRecord &record = interfaces.list.records[i];

@@ -86,30 +86,40 @@ Comparison ofInterfaces() {
             [] { least::readInterfaces(); }};
 }
 
-jobject makeWithFlags(const char *type, const std::vector<const char *> &flags) {
+// An object whose numbers are all different, negative ones among them, and whose flags are all set.
+jobject makeFilled(const char *type) {
+    JNIEnv *env = java::env();
     jobject object = java::make(type);
-    for (const char *flag : flags)
-        java::setByte(object, flag, 1);
+    const jclass objectClass = env->GetObjectClass(object);
+    const jmethodID getFields =
+        env->GetMethodID(env->GetObjectClass(objectClass), "getFields", "()[Ljava/lang/reflect/Field;");
+    const auto fields = static_cast<jobjectArray>(env->CallObjectMethod(objectClass, getFields));
+    jint value = 3;
+    for (jsize i = 0; i < env->GetArrayLength(fields); ++i) {
+        const std::string text = java::text(env->GetObjectArrayElement(fields, i)); // "public int package.Class.name"
+        const std::string name = text.substr(text.rfind('.') + 1);
+        if (text.starts_with("public int "))
+            java::setInt(object, name.c_str(), value);
+        else if (text.starts_with("public byte "))
+            java::setByte(object, name.c_str(), name.starts_with("Set") ? 1 : value);
+        else if (text.starts_with("public char "))
+            java::setChar(object, name.c_str(), value & 0x7F);
+        value = -3 * value % 9973;
+    }
     return object;
 }
 
 jobject makeCluster() {
-    jobject cluster = makeWithFlags(
-        "CMNCluster", {"SetIPAddress", "SetMaxNumberOfPorts", "SetPrimaryHost", "SetDefaultPortMaxServers",
-                       "SetDefaultPortStickyTime", "SetDefaultPortAffinityType", "SetDefaultPortWeightBound",
-                       "SetDefaultPortType", "SetDefaultPortReplicate", "SetDefaultPortStaleTimeout",
-                       "SetClusterProportions", "SetSharedBandwidth", "SetNatPtAddress"});
+    jobject cluster = makeFilled("CMNCluster");
     java::setString(cluster, "sClusterId", "www.example.com");
     java::setString(cluster, "Address", "192.168.100.200");
     java::setString(cluster, "sPrimaryHost", "10.0.0.1");
+    java::setObject(cluster, "natPtAddress", "[B", java::makeByteArray({10, 9, 8, 7}));
     return cluster;
 }
 
 jobject makePort() {
-    jobject port =
-        makeWithFlags("CMNPort", {"SetMaxNumberOfServers", "SetStaleTimeout", "SetStickyTime", "SetStickyBits",
-                                  "SetWeightBound", "SetType", "SetMethod", "SetPortProtocol", "SetReplicate",
-                                  "SetMaxHalfOpen", "SetCrossPort", "SetSendReset"});
+    jobject port = makeFilled("CMNPort");
     java::setString(port, "ClusterId", "www.example.com");
     java::setInt(port, "PortNumber", 443);
     return port;
@@ -125,10 +135,9 @@ jobject makeListener(jint address) {
 }
 
 jobject makeServer() {
-    jobject server = makeWithFlags("CMNServer", {"SetListeners", "SetWeight", "SetFixedWeight", "SetReturnAddress",
-                                                 "SetRouterAddress", "SetCollocated", "SetSticky", "SetQuiesced",
-                                                 "SetAdvisorRequest", "SetAdvisorResponse", "SetCookieValue",
-                                                 "SetCloneID", "SetCPSMaximum"});
+    jobject server = makeFilled("CMNServer");
+    java::setInt(server, "_iWeight", 7);
+    java::setInt(server, "_iNumListeners", 0);
     java::setString(server, "sServerID", "server-0001.example.com");
     java::setString(server, "ClusterId", "www.example.com");
     java::setInt(server, "Port", 443);
@@ -147,9 +156,7 @@ jobject makeServer() {
 }
 
 jobject makeRule() {
-    jobject rule = makeWithFlags("CMNRule", {"SetRuleType", "SetBeginRange", "SetEndRange", "SetPriority",
-                                             "SetShareLevel", "SetServiceTOS", "SetPattern", "SetEvaluate",
-                                             "SetWhatAffinity", "SetStickyTime", "SetCookieName", "SetConfigSource"});
+    jobject rule = makeFilled("CMNRule");
     java::setString(rule, "ClusterId", "www.example.com");
     java::setInt(rule, "PortNumber", 443);
     java::setString(rule, "RuleName", "inside");
@@ -167,6 +174,12 @@ jobject makeWeights() {
     jobject weights = java::makeWithInt("CMNServerWeights", replies::kServers);
     java::setString(weights, "sClusterID", "www.example.com");
     java::setInt(weights, "iPortNumber", 443);
+    for (const char *column : {"iServerIdKey", "iWeight", "ucQuiescedDown"}) {
+        std::vector<jint> values;
+        for (int i = 0; i < replies::kServers; ++i)
+            values.push_back(static_cast<jint>(values.size() * strlen(column)) % 1000);
+        java::setObject(weights, column, "[I", java::makeIntArray(values));
+    }
     return weights;
 }
 
@@ -175,7 +188,7 @@ std::vector<Comparison> comparisons() {
     jobject server = makeServer();
     jobject weights = makeWeights();
     return {
-        ofObject("executor status", "getExecutorStatusNative", java::make("CMNExecutorStatus"), least::executorStatus),
+        ofObject("executor status", "getExecutorStatusNative", makeFilled("CMNExecutorStatus"), least::executorStatus),
         ofObject("cluster add", "addClusterNative", cluster, least::addCluster),
         ofObject("cluster status", "getClusterStatusNative", makeCluster(), least::clusterStatus),
         ofObject("cluster report", "getClusterReportNative", makeCluster(), least::clusterReport),
@@ -185,7 +198,7 @@ std::vector<Comparison> comparisons() {
         ofObject("rule add", "addRuleNative", makeRule(), least::addRule),
         ofWeights("weights read, 1000 servers", "getServerWeightsNative", weights, least::readWeights),
         ofWeights("weights write, 1000 servers", "setServerWeightsNative", weights, least::writeWeights),
-        ofObject("HA status, 32 and 32", "getHAInfoNative", java::make("CMNHAStatus"), least::haStatus),
+        ofObject("HA status, 32 and 32", "getHAInfoNative", makeFilled("CMNHAStatus"), least::haStatus),
         ofConnections(),
         ofInterfaces()};
 }
