@@ -195,8 +195,9 @@ TEST_F(HostileReplies, CountsThatCannotBe) {
                 const Scenario &scenario = scenarioOf(count.native, count.way);
                 const std::string result = answered(scenario, bodyWith(background, count, value));
                 // Interfaces that are not the machine's give other statuses; they are looked at with noise.
-                if (count.command != 54)
+                if (count.command != 54) {
                     EXPECT_EQ(result, expectedFor(scenario, count, value));
+                }
             }
 }
 
