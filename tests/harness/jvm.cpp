@@ -124,7 +124,7 @@ std::string vmVersion() {
         env()->GetStaticMethodID(system, "getProperty", "(Ljava/lang/String;)Ljava/lang/String;");
     jstring name = makeString("java.vm.version");
     jobject version = env()->CallStaticObjectMethod(system, property, name);
-    looked();
+    env()->ExceptionCheck(); // the VM's checks want it
     std::string result = text(version) + " " + memoryOptions();
     for (jobject reference : {static_cast<jobject>(system), static_cast<jobject>(name), version})
         env()->DeleteLocalRef(reference);
