@@ -76,6 +76,11 @@ need_packages() {
         apt-get -q -y --no-install-recommends install "${missing[@]}"
 }
 
+# want_packages WHY PACKAGE...: the same for packages that can be done without.
+want_packages() {
+    need_packages "$@" || echo "Going on without them: tests that take them are skipped." >&2
+}
+
 # run_step TITLE COMMAND...: runs a command quietly. One that takes longer than a second shows its title and dots; one
 # that fails shows its output.
 run_step() {

@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# The console puts cluster addresses on a real interface and takes them off again, the reference executor reads the
-# interfaces from the machine, in a network namespace of the test's own: aliasing.sh CONSOLE
+# The console puts cluster addresses on a real interface and takes them off again, and the reference executor reads the
+# interfaces from the machine: aliasing.sh CONSOLE [--user|--kernel [inside]]
+# That happens in a network namespace of the test's own; "inside" says that the machine is the test's own already. In
+# kernel mode there has to be a device.
 set -euo pipefail
 console=$1
+mode=${2:---user}
 
-if [ "${2:-}" != inside ]; then
+if [ "${3:-}" != inside ]; then
     unshare --map-root-user --net true 2> /dev/null || { echo "skipped: no network namespace can be made here"; exit 77; }
-    exec unshare --map-root-user --net "$0" "$console" inside
+    exec unshare --map-root-user --net "$0" "$console" "$mode" inside
 fi
 
 ip link set lo up
@@ -24,7 +27,24 @@ expect() {
 }
 addresses() { ip -4 -oneline address show dev rk0 | awk '{ print $4 }'; }
 labels() { ip -4 -oneline address show dev rk0 | grep -o 'rk0:[0-9]*' || true; }
-play() { "$console" --user --script -; }
+
+# One console for all of it. Its two ends are kept where subshells have them as well.
+coproc { exec "$console" "$mode" --echo --keep-going --script - 2>&1; }
+console_id=$COPROC_PID
+exec 3>&"${COPROC[1]}" 4<&"${COPROC[0]}"
+exec {COPROC[1]}>&-
+
+# play: what the console says to the commands on standard input.
+play() {
+    local line
+    printf '%s\n' "$(cat)" "# end" >&3
+    while read -r -t 120 line <&4 && [ "$line" != "# end" ]; do
+        case $line in
+            "" | "> "*) ;; # the commands themselves
+            *) sed 's/^line [0-9]*: //' <<< "$line" ;;
+        esac
+    done
+}
 
 expect "two addresses" "$(printf '%s\n' ok ok yes \
     'address    10.77.0.50' 'interface  rk0' 'mask       255.255.255.0')" "$(play << 'SCRIPT'
@@ -49,6 +69,11 @@ SCRIPT
 )"
 expect "the machine's own address is left" 10.77.0.1/24 "$(addresses)"
 
-refusal=$(play 2>&1 > /dev/null <<< 'alias configure 172.16.0.9') && status=1
-expect "no interface on the subnet" "line 1: alias configure: status -62" "$(grep -o '^.*status -62' <<< "$refusal")"
+expect "no interface on the subnet" "alias configure: status -62" \
+    "$(play <<< '! alias configure 172.16.0.9' | grep -o '^.*status -62')"
+
+exec 3>&-
+ended=0
+wait "$console_id" || ended=$?
+expect "the console's exit status" 0 "$ended"
 exit $status
