@@ -23,12 +23,13 @@ import mutants
 SECONDS = 60  # for one test program; they take one at most
 OBJECTS = "CMakeFiles/cmnexecutor_objects.dir/"
 OUTCOMES = ("test", "time", "sanitizer", "compiler", "harmless", "survived")
-# As in the tests' own list: the Java VM takes segmentation faults for its own purposes.
-ENVIRONMENT = dict(os.environ, ASAN_OPTIONS="handle_segv=0:allow_user_segv_handler=1:detect_leaks=0:hard_rss_limit_mb=4000")
+# As in the tests' own list: a Java VM takes segmentation faults for its own purposes and keeps memory until the end.
+WITH_VM = "handle_segv=0:allow_user_segv_handler=1:detect_leaks=0:"
+ALWAYS = "hard_rss_limit_mb=4000"
 MEMORY = 8 << 30  # address space of a program without the sanitizers, which need endless room: mistakes may eat memory
 
 
-def run(command, folder, seconds=None, memory=resource.RLIM_INFINITY):
+def run(command, folder, seconds=None, memory=resource.RLIM_INFINITY, sanitizer=ALWAYS):
     """The exit status of a command, None when it takes longer; what it prints is of no interest."""
     def limit():
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
@@ -36,7 +37,7 @@ def run(command, folder, seconds=None, memory=resource.RLIM_INFINITY):
         resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
     process = subprocess.Popen(command, cwd=folder, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=limit,
-                               env=ENVIRONMENT)
+                               env=dict(os.environ, ASAN_OPTIONS=sanitizer))
     try:
         return process.wait(seconds)
     except subprocess.TimeoutExpired:
@@ -113,7 +114,9 @@ def noticed_by(build, changed, test):
     command[command.index("-o") + 1] = str(program)
     if run(command, build.folder) != 0:
         return "compiler"
-    status = run([str(program), "--gtest_fail_fast"], work, SECONDS, build.memory)
+    with_vm = any("libjvm" in word for word in command)
+    sanitizer = WITH_VM + ALWAYS if with_vm else ALWAYS
+    status = run([str(program), "--gtest_fail_fast"], work, SECONDS, build.memory, sanitizer)
     program.unlink()
     return "time" if status is None else "test" if status != 0 else None
 
@@ -162,6 +165,18 @@ def known_harmless(root):
     return known
 
 
+def print_table(table):
+    print(f"\n{'file':34}" + "".join(f"{name:>10}" for name in OUTCOMES))
+    every = table.pop("all")
+    for file, outcomes in (*table.items(), ("all", every)):
+        print(f"{file:34}" + "".join(f"{outcomes[name]:10}" for name in OUTCOMES))
+    table["all"] = every
+    by_tests = every["test"] + every["time"] + every["sanitizer"]
+    tried = sum(every.values()) - every["compiler"] - every["harmless"]
+    print(f"\nThe tests noticed {by_tests} of {tried} changes that compile and can be seen"
+          f" ({100 * by_tests / max(1, tried):.1f} %); the compiler refused {every['compiler']}.")
+
+
 def main():
     root, number = Path(sys.argv[1]), sys.argv[4]
     files = sys.argv[5:] or mutants.source_files(root)
@@ -173,28 +188,25 @@ def main():
     picked, total = mutants.pick(root, None if number == "all" else int(number), files)
     noticed = collections.defaultdict(collections.Counter)
     table = collections.defaultdict(collections.Counter)
-    print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(builds[0].link)} test programs", flush=True)
-    for place, mutant in enumerate(picked, 1):
-        outcome = "harmless" if mutant.key() in harmless else judge_strictly(builds, mutant, noticed)
-        table[mutant.file][outcome] += 1
-        table["all"][outcome] += 1
-        if outcome == "survived":
-            show(mutant)
-        if sys.stderr.isatty() or place % 25 == 0:
-            print(f"{place} tried, {table['all']['survived']} survived", file=sys.stderr)
+    print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(builds[0].link)} test programs",
+          flush=True)
+    try:
+        for place, mutant in enumerate(picked, 1):
+            outcome = "harmless" if mutant.key() in harmless else judge_strictly(builds, mutant, noticed)
+            table[mutant.file][outcome] += 1
+            table["all"][outcome] += 1
+            if outcome == "survived":
+                show(mutant)
+            if sys.stderr.isatty() or place % 25 == 0:
+                print(f"{place} tried, {table['all']['survived']} survived", file=sys.stderr)
+    except KeyboardInterrupt:
+        print("\nInterrupted: what was tried so far.")
     for build in builds:
         shutil.rmtree(build.mutant, ignore_errors=True)
 
-    print(f"\n{'file':34}" + "".join(f"{name:>10}" for name in OUTCOMES))
-    for file, outcomes in table.items():
-        if file != "all":
-            print(f"{file:34}" + "".join(f"{outcomes[name]:10}" for name in OUTCOMES))
-    every = table["all"]
-    print(f"{'all':34}" + "".join(f"{every[name]:10}" for name in OUTCOMES))
-    by_tests, tried = every["test"] + every["time"] + every["sanitizer"], len(picked) - every["compiler"] - every["harmless"]
-    print(f"\nThe tests noticed {by_tests} of {tried} changes that compile and can be seen"
-          f" ({100 * by_tests / max(1, tried):.1f} %); the compiler refused {every['compiler']}.")
-    return 1 if every["survived"] else 0
+    print_table(table)
+    return 1 if table["all"]["survived"] else 0
+
 
 
 sys.exit(main())
