@@ -41,10 +41,12 @@ REPLACEMENTS = (
     ("step", r"(\+\+|--)", swapped(("++ --", "-- ++"))),
     ("sign", r"(?:[({,=:?] ?|return )(-)\d", lambda found: ""),
     ("boolean", r"\b(true|false)\b", swapped(("true false", "false true"))),
-    ("condition", r"\b(?:if|while) (\([^;]*\))(?:\s*\{|\s+return\b.*|\s+continue;|\s+break;)?$", lambda found: f"(!{found})"),
+    ("condition", r"\b(?:if|while) (\([^;]*\))(?:\s*\{|\s+return\b.*|\s+continue;|\s+break;)?$",
+     lambda found: f"(!{found})"),
     # Of the narrowest, the sign changes; a change of sign alone is for the compiler to notice elsewhere.
     ("cast", r"static_cast<(u?int(?:8|16|32)_t)>",
-     swapped(("uint8_t int8_t", "int8_t uint8_t", "uint16_t uint8_t", "int16_t int8_t", "uint32_t uint16_t", "int32_t int16_t"))),
+     swapped(("uint8_t int8_t", "int8_t uint8_t", "uint16_t uint8_t", "int16_t int8_t", "uint32_t uint16_t",
+              "int32_t int16_t"))),
     ("row", r"[{\s](\{[^{}]*\}, ?)(?:\{|\S|$)", lambda found: ""),
 )
 
@@ -110,9 +112,11 @@ def statements(codes):
 
 
 def independent(first, second):
-    """Whether the order of two statements cannot matter: plain assignments of which neither reads the other's target."""
-    parts = [re.fullmatch(r"\s*([\w.\[\]]+) = ([\w.\[\] +-]+);\s*", text) for text in (first, second)]
-    return all(parts) and parts[0][1] not in second and parts[1][1] not in first
+    """Whether the order of two statements cannot matter: assignments of values that are at hand (nothing is asked of Java)
+    of which neither reads the other's target."""
+    parts = [re.fullmatch(r"\s*([\w.\[\]]+) = ([\w.\[\]()<>:, +-]+);\s*", text) for text in (first, second)]
+    return all(parts) and not any("env" in part[2] for part in parts) and \
+        parts[0][1] not in second and parts[1][1] not in first
 
 
 def in_statements(file, lines, codes):
@@ -180,4 +184,6 @@ def pick(root, number, files):
         picked[file] += queue[few:few + round(max(0, left) * max(0, len(queue) - few) / total)]
     chosen = [mutant for queue in picked.values() for mutant in queue]
     rest = sorted((m for file, queue in queues.items() for m in queue[len(picked[file]):]), key=Mutant.rank)
-    return (chosen + rest[:max(0, number - len(chosen))])[:number], total
+    chosen += rest[:max(0, number - len(chosen))]
+    # Over all files from the beginning, for whoever does not wait for the end.
+    return sorted(chosen[:number], key=Mutant.rank), total
