@@ -14,6 +14,7 @@ namespace {
 
 std::vector<Bytes> blocks;
 std::map<int32_t, std::deque<Answer>> answers;
+Answer otherAnswer;
 std::vector<std::string> operationCalls;
 int32_t operationResult = 0;
 
@@ -31,6 +32,7 @@ std::string textOf(const char *path) {
 void reset() {
     blocks.clear();
     answers.clear();
+    otherAnswer = nullptr;
     operationCalls.clear();
     operationResult = 0;
     memset(&ucb, 0xEE, sizeof(ucb));
@@ -60,6 +62,10 @@ void answer(int32_t command, Answer answer) {
     answers[command].push_back(std::move(answer));
 }
 
+void answerOthers(Answer answer) {
+    otherAnswer = std::move(answer);
+}
+
 Answer reply(std::vector<std::pair<std::size_t, uint32_t>> words) {
     return [words = std::move(words)](uint8_t *block, uint32_t) {
         for (const auto &[offset, value] : words)
@@ -84,7 +90,7 @@ int32_t perform(uint8_t *block) {
     blocks.emplace_back(block, block + length);
     const auto found = answers.find(command);
     if (found == answers.end())
-        return 0;
+        return otherAnswer ? otherAnswer(block, length) : 0;
     const Answer now = found->second.front();
     if (found->second.size() > 1)
         found->second.pop_front();

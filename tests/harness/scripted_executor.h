@@ -28,6 +28,9 @@ std::vector<int32_t> commandsSent();
 // block stays as it was sent.
 void answer(int32_t command, Answer answer);
 
+// The answer to every command that has none of its own.
+void answerOthers(Answer answer);
+
 // Succeeds, with words of the block set: pairs of offset and 32-bit host-order value.
 Answer reply(std::vector<std::pair<std::size_t, uint32_t>> words);
 // Fails with a reason.

@@ -23,6 +23,7 @@ std::vector<std::string> deviceRecord;
 
 bool counting = false;
 int failingAllocation = 0;
+std::size_t largestAllocation = SIZE_MAX;
 std::vector<std::size_t> sizes;
 std::set<void *> held;
 bool watching = false;
@@ -50,11 +51,11 @@ bool isDevice(int descriptor) {
 // Whether this allocation is to fail; counts it.
 bool allocationFails(std::size_t size) {
     if (!counting)
-        return false;
+        return size > largestAllocation;
     counting = false; // what the record itself allocates does not count
     sizes.push_back(size);
     counting = true;
-    return static_cast<int>(sizes.size()) == failingAllocation;
+    return size > largestAllocation || static_cast<int>(sizes.size()) == failingAllocation;
 }
 
 void *keep(void *block) {
@@ -89,6 +90,7 @@ void reset() {
     deviceRecord.clear();
     counting = false;
     failingAllocation = 0;
+    largestAllocation = SIZE_MAX;
     sizes.clear();
     held.clear();
     names.clear();
@@ -115,6 +117,10 @@ void countAllocations(int failing) {
     held.clear();
     failingAllocation = failing;
     counting = true;
+}
+
+void allocateAtMost(std::size_t bytes) {
+    largestAllocation = bytes;
 }
 
 int allocations() {

@@ -29,6 +29,8 @@ const std::vector<std::string> &deviceCalls();
 
 // From now on the library's allocations are counted; the one with number `failing` (from 1; 0: none) fails.
 void countAllocations(int failing = 0);
+// Until the reset, larger allocations fail whatever is counted.
+void allocateAtMost(std::size_t bytes);
 int allocations();                          // since countAllocations
 int blocksHeld();                           // allocated and not freed since countAllocations
 std::vector<std::size_t> allocationSizes(); // since countAllocations, of malloc, calloc and realloc
