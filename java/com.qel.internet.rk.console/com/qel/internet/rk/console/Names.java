@@ -7,6 +7,9 @@ import java.util.Map;
 
 /** The names of what the executor has. */
 final class Names {
+    /** More than any port has: a larger number is a mistake of the executor's. */
+    private static final int MOST_SERVERS = 1_000_000;
+
     private Names() {
     }
 
@@ -42,9 +45,12 @@ final class Names {
         return split(list);
     }
 
-    /** {@return how many servers a port has} */
+    /** {@return how many servers a port has, if that can be: arrays are to be made for them} */
     static int numberOfServers(Session session, CMNPort port) {
         Refusal.check(Family.PORT, session.natives().getPortReportNative(port));
+        if (port.NumServers < 0 || port.NumServers > MOST_SERVERS) {
+            throw new Refusal(null, "the executor tells of " + port.NumServers + " servers, which cannot be");
+        }
         return port.NumServers;
     }
 
