@@ -197,13 +197,18 @@ void placeFields(const Draws &draws, CommandHeader &block) {
     }
 }
 
-// A flag byte for every setting, and a small value for those that are to be changed, or any.
+// A flag byte for every setting, and a small value for those that are to be changed, or any. Settings that share a
+// flag are changed when one of them is.
 void placeSettings(const Draws &draws, const CommandRow &row, std::vector<uint8_t> &request) {
+    for (const Setting &setting : row.settings)
+        request[setting.flag] = 0;
     for (const Setting &setting : row.settings) {
         const uint8_t choice = drawByte(draws);
-        request[setting.flag] = choice < 0x80 ? choice & 1 : 1;
+        uint8_t &flag = request[setting.flag];
         if (choice == 0xFE)
-            request[setting.flag] = 2;
+            flag = 2;
+        else if (choice >= 0x80 || (choice & 1) != 0)
+            flag = 1;
         uint8_t *value = request.data() + setting.value;
         memset(value, 0, setting.size);
         if (choice == 0xFF) {
@@ -211,7 +216,8 @@ void placeSettings(const Draws &draws, const CommandRow &row, std::vector<uint8_
                 value[i] = isOver(draws) ? 'x' : drawByte(draws);
         } else if (!setting.isText && setting.size <= 8) {
             // In host byte order the low byte of a SplitInt64's low word, of any other integer its own.
-            value[setting.size == sizeof(SplitInt64) ? offsetof(SplitInt64, low) : 0] = choice >> 1 & 0x3F;
+            value[setting.size == sizeof(SplitInt64) ? offsetof(SplitInt64, low) : 0] =
+                choice >> 1 & (choice < 0x40 ? 7 : 63);
         }
     }
 }

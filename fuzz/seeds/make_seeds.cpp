@@ -50,10 +50,11 @@ void makeAddresses() {
                                  "balancer.example"};
     int number = 0;
     for (const std::string &text : texts) {
-        // The word, the rotation and the delimiter stand behind the text.
-        write("addresses", "text" + std::to_string(number++), bytesOf(text) + Bytes{10, 0, 0, 1, 3, ':'});
+        // Whether there are parts, the word, the rotation and the delimiter stand behind the text.
+        write("addresses", "text" + std::to_string(number++), bytesOf(text) + Bytes{0, 10, 0, 0, 1, 3, ':'});
     }
-    write("addresses", "long-identifier", Bytes(70, 'q') + Bytes{255, 255, 255, 255, 40, '.'});
+    write("addresses", "parts", Bytes{0, 1, 0, 9, 0, 6, 2, 0x80} + Bytes{10, 0, 0, 1, 3, ':'});
+    write("addresses", "long-identifier", Bytes(70, 'q') + Bytes{0, 255, 255, 255, 255, 40, '.'});
 }
 
 void makeReportTexts() {
@@ -169,11 +170,17 @@ void makeReplies() {
 
 // --- Commands --------------------------------------------------------------------------------------------------------
 
+constexpr std::size_t kSettingsAtATime = 4;
+
 // Each command behind those that make what it is about: a cluster, a port, a server, a rule, a backup.
 void makeCommands() {
     const auto &rows = fuzz::allCommands();
-    const auto ordinary = [&rows](std::size_t index) { // settings of 0, of keys and addresses the first
-        return Bytes{static_cast<uint8_t>(index), 0} + Bytes(16 + rows[index]->settings.size(), 0);
+    const auto ordinary = [](std::size_t index) { // no settings; of keys and addresses the first
+        Bytes request = Bytes{static_cast<uint8_t>(index)} + Bytes(1024, 0);
+        fuzz::Input input = {request.data(), request.data() + request.size()};
+        fuzz::drawRequest({&input, fuzz::Side::front});
+        request.resize(static_cast<std::size_t>(input.begin - request.data()));
+        return request;
     };
     const auto requestOf = [&rows, &ordinary](rk::Command command) {
         const auto found =
@@ -184,8 +191,20 @@ void makeCommands() {
     for (const rk::Command command : {rk::Command::addCluster, rk::Command::addPort, rk::Command::addServer,
                                       rk::Command::addRule, rk::Command::addBackup})
         configuration = configuration + requestOf(command);
-    for (std::size_t index = 0; index < rows.size(); ++index)
-        write("entry", rows[index]->name, configuration + ordinary(index) + Bytes{3});
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        const Bytes request = ordinary(index);
+        write("entry", rows[index]->name, configuration + request + Bytes{3});
+        // The bytes of the settings stand before those of patches and length. A few at a time get a flag of 1 and the
+        // value 2: all together would be refused.
+        const std::size_t settings = rows[index]->settings.size();
+        for (std::size_t first = 0; first < settings; first += kSettingsAtATime) {
+            Bytes changing = request;
+            const auto begin = changing.end() - 2 - static_cast<std::ptrdiff_t>(settings - first);
+            std::fill_n(begin, std::min(kSettingsAtATime, settings - first), 5);
+            write("entry", rows[index]->name + ("-changing" + std::to_string(first)),
+                  configuration + changing + Bytes{3});
+        }
+    }
     for (const rk::Command command : {rk::Command::addCluster, rk::Command::listClusters, rk::Command::readLogTail,
                                       rk::Command::serverDirectedAffinity}) {
         const std::string name = rk::findCommand(command)->name;

@@ -7,6 +7,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -115,18 +116,39 @@ void checkRotation(uint8_t value, uint32_t count) {
         finding("bitrotate(0x%02x, %u) is 0x%02x", value, count, bitrotate(value, count));
 }
 
+// A part of a numeric address in any base, at or around the limits of octets and last parts.
+std::string drawPart(const fuzz::Draws &draws) {
+    static constexpr uint64_t kEdges[] = {
+        0,       1,        7,         8,          9,          254,        255,         256,         0xFFFE,    0xFFFF,
+        0x10000, 0xFFFFFF, 0x1000000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, 0x1000000FF, UINT64_MAX};
+    static constexpr const char *kFormats[] = {"%llu", "0%llo", "0x%llx", "0X%llX", "0%llu", "%llx", "00%llo"};
+    const uint8_t choice = fuzz::drawByte(draws);
+    const uint64_t value = choice < 0x80 ? kEdges[choice % std::size(kEdges)] : fuzz::drawWord(draws);
+    char text[32];
+    snprintf(text, sizeof(text), kFormats[fuzz::drawBelow(draws, std::size(kFormats))],
+             static_cast<unsigned long long>(value));
+    return text;
+}
+
+std::string drawParts(const fuzz::Draws &draws) {
+    std::string text;
+    for (uint32_t parts = 1 + fuzz::drawBelow(draws, 5); parts > 0; --parts)
+        text += drawPart(draws) + (parts > 1 ? "." : "");
+    return text;
+}
+
 } // namespace
 
-// One text of all the input but its first seven bytes.
+// A text of the input's bytes up to the first zero, behind parts of an address when the input wants some.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     fuzz::Input input = {data, data + size};
     const fuzz::Draws draws = {&input, fuzz::Side::back};
     const uint8_t delimiter = fuzz::drawByte(draws);
     const uint8_t rotation = fuzz::drawByte(draws);
     const uint32_t word = fuzz::drawWord(draws);
-    const std::string text(
-        reinterpret_cast<const char *>(input.begin), // up to the first zero
-        strnlen(reinterpret_cast<const char *>(input.begin), static_cast<std::size_t>(input.end - input.begin)));
+    std::string text = fuzz::drawByte(draws) < 0x80 ? "" : drawParts(draws);
+    while (!fuzz::isOver(draws) && *input.begin != '\0')
+        text += static_cast<char>(*input.begin++);
     calls::reset();
     checkAddress(text);
     checkNumbers(text);
