@@ -47,7 +47,7 @@ TEST(Interactive, CompletesCommandsOptionsAndNames) {
 }
 
 TerminalSession openWithPager(const std::string &pager) {
-    return openTerminal({{}, "", {"TERM=xterm", "PAGER=" + pager, "JDK_JAVA_OPTIONS=-Duser.home=/nowhere/at/all"}});
+    return openTerminal({{}, "", {"TERM=xterm", "PAGER=" + pager, "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
 }
 
 TEST(Interactive, LongTextsGoThroughThePager) {
@@ -93,7 +93,7 @@ TEST(Interactive, LongTextsArePrintedWhereThePagerDoesNotStart) {
 
 TEST(Interactive, EndOfInputEndsIt) {
     TerminalSession session =
-        openTerminal({{"--user"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/nowhere/at/all"}});
+        openTerminal({{"--user"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
     ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
     type(session, "cluster list --json\r");
     ASSERT_TRUE(waitFor(session, "[]")) << session.seen;

@@ -27,7 +27,8 @@ final class Lines {
     private static final String PROMPT = Console.NAME + "> ";
     /** Stands before a command that is to be refused. */
     static final String EXPECT_REFUSAL = "!";
-    private static final Path HISTORY = Path.of(System.getProperty("user.home"), ".rk_console_history");
+    private static final Path HOME = Path.of(System.getProperty("user.home"));
+    private static final Path HISTORY = HOME.resolve(".rk_console_history");
 
     /** A choice between on and off. */
     enum Switch { on, off }
@@ -78,8 +79,10 @@ final class Lines {
                 .terminal(terminal)
                 .appName(Console.NAME)
                 .completer(new NameCompleter(tree, session))
-                .variable(LineReader.HISTORY_FILE, HISTORY)
                 .build();
+        if (keepsHistory()) {
+            reader.setVariable(LineReader.HISTORY_FILE, HISTORY);
+        }
         reader.setOpt(LineReader.Option.DISABLE_EVENT_EXPANSION);
         session.output.pager = new Pager(terminal);
         while (!ended) {
@@ -92,6 +95,11 @@ final class Lines {
             }
         }
         return ExitStatus.SUCCESS;
+    }
+
+    /** Users of services have no home, or one that is not theirs to write to: the history then ends with the run. */
+    private static boolean keepsHistory() {
+        return Files.isWritable(Files.exists(HISTORY) ? HISTORY : HOME);
     }
 
     @Command(description = "Show help for a command.")
