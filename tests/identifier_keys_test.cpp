@@ -9,6 +9,8 @@ namespace {
 
 struct IdentifierKeysTest : LibraryTest {};
 
+const int32_t kFlagAtStart = iClusterIdKeyIsIp;
+
 uint32_t keyOf(std::string text) {
     uint32_t key = 0;
     makeHashResult(text.data(), &key);
@@ -130,6 +132,7 @@ TEST_F(IdentifierKeysTest, TheSecondStringHasNoPartInTheKey) {
 }
 
 TEST_F(IdentifierKeysTest, TheAddressFlagIsKeptAndChangesNoKey) {
+    EXPECT_EQ(kFlagAtStart, 0);
     for (const jint flag : {1, -5, 0}) {
         java::callVoid("setKeyIsIpAddrNative", "(I)V", flag);
         EXPECT_EQ(iClusterIdKeyIsIp, flag);
