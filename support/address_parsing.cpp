@@ -57,7 +57,6 @@ int32_t isinet_addr(const char *text) {
             return 0;
         ++dots;
         ++cursor;
-        part = 0;
     }
     if (*cursor != '\0')
         return 0;
