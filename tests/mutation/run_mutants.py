@@ -190,6 +190,8 @@ def main():
     table = collections.defaultdict(collections.Counter)
     print(f"{len(picked)} of {total} possible changes in {len(files)} files, {len(builds[0].link)} test programs",
           flush=True)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, signal.default_int_handler)
     try:
         for place, mutant in enumerate(picked, 1):
             outcome = "harmless" if mutant.key() in harmless else judge_strictly(builds, mutant, noticed)
