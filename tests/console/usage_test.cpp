@@ -24,6 +24,14 @@ TEST(Usage, HelpAndVersionNeedNoLibrary) {
     EXPECT_EQ(version.out, "rk-console " PROJECT_VERSION "\n");
 }
 
+// It could name a file whose words take its place; "/" can be opened and not be read.
+TEST(Usage, AWordWithALeadingAtIsAValue) {
+    const ConsoleRun run = runCommand({"--user", "cluster", "status", "@/"});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err.rfind("cluster status: status -5", 0), 0U) << run.err;
+}
+
 struct Mistake {
     std::vector<std::string> arguments;
     const char *message;

@@ -32,6 +32,8 @@ final class CommandTree {
         addHelp(root.getSubcommands().values());
         // A number may be negative: what begins with a minus and is no option is a value, and CommandRunner checks it.
         root.setUnmatchedOptionsArePositionalParams(true);
+        // Nor does a word with a leading @ name a file of words: it is a value like any other.
+        root.setExpandAtFiles(false);
         root.setUsageHelpAutoWidth(true);
         return root;
     }
