@@ -204,6 +204,8 @@ void placeSettings(const Draws &draws, const CommandRow &row, std::vector<uint8_
         request[setting.flag] = 0;
     for (const Setting &setting : row.settings) {
         const uint8_t choice = drawByte(draws);
+        if (choice == 0)
+            continue; // it may be a value that a new object needs, and that stands there
         uint8_t &flag = request[setting.flag];
         if (choice == 0xFE)
             flag = 2;

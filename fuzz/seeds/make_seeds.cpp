@@ -172,6 +172,9 @@ void makeReplies() {
 
 constexpr std::size_t kSettingsAtATime = 4;
 
+// A machine with three interfaces, which is read from the back.
+const Bytes kMachine = Bytes(13, 0) + Bytes{3};
+
 // Each command behind those that make what it is about: a cluster, a port, a server, a rule, a backup.
 void makeCommands() {
     const auto &rows = fuzz::allCommands();
@@ -193,7 +196,7 @@ void makeCommands() {
         configuration = configuration + requestOf(command);
     for (std::size_t index = 0; index < rows.size(); ++index) {
         const Bytes request = ordinary(index);
-        write("entry", rows[index]->name, configuration + request + Bytes{3});
+        write("entry", rows[index]->name, configuration + request + kMachine);
         // The bytes of the settings stand before those of patches and length. A few at a time get a flag of 1 and the
         // value 2: all together would be refused.
         const std::size_t settings = rows[index]->settings.size();
@@ -202,15 +205,16 @@ void makeCommands() {
             const auto begin = changing.end() - 2 - static_cast<std::ptrdiff_t>(settings - first);
             std::fill_n(begin, std::min(kSettingsAtATime, settings - first), 5);
             write("entry", rows[index]->name + ("-changing" + std::to_string(first)),
-                  configuration + changing + Bytes{3});
+                  configuration + changing + kMachine);
         }
     }
     for (const rk::Command command : {rk::Command::addCluster, rk::Command::listClusters, rk::Command::readLogTail,
                                       rk::Command::serverDirectedAffinity}) {
         const std::string name = rk::findCommand(command)->name;
-        write("device", name, Bytes{0} + requestOf(command) + Bytes{0, 0});
-        write("device", name + "-changing", Bytes{0} + requestOf(command) + Bytes{0xC0, 0x80, 12, 16, 0x80, 0, 1});
-        write("device", name + "-odd", Bytes{0xE0} + requestOf(command) + Bytes{0x80, 200, 0, 0});
+        write("device", name, Bytes{0} + requestOf(command) + Bytes{0} + kMachine);
+        write("device", name + "-changing",
+              Bytes{0} + requestOf(command) + Bytes{0xC0, 0x80, 12, 16, 0x80, 0, 1} + kMachine);
+        write("device", name + "-odd", Bytes{0xE0} + requestOf(command) + Bytes{0x80, 200, 0, 0} + kMachine);
     }
 }
 
