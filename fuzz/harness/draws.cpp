@@ -40,7 +40,8 @@ constexpr int32_t kEdges[] = {0,         1,
                               65537,     70000,
                               -99,       -32768,
                               1 << 20,   INT32_MAX - 1,
-                              INT32_MAX, INT32_MIN};
+                              INT32_MAX, INT32_MIN,
+                              11,        12};
 
 constexpr uint8_t kAnyNumber = 0x80; // from here on, the bytes that follow are the number
 

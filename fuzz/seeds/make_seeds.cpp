@@ -76,7 +76,7 @@ struct Family {
     uint8_t methods;
 };
 
-constexpr Family kFamilies[] = {{"aliasing", 8},    {"clusters", 7}, {"diagnostics", 16},
+constexpr Family kFamilies[] = {{"aliasing", 8},    {"clusters", 7}, {"diagnostics", 17},
                                 {"life_cycle", 22}, {"ports", 7},    {"executor_settings", 4},
                                 {"rules", 10},      {"servers", 14}, {"high_availability", 10}};
 

@@ -130,6 +130,11 @@ const fuzz::Native kMethods[] = {
     {FUZZ_NATIVE(xDOSAttackNative), {69}, Outcome::raw},
     {FUZZ_NATIVE(getIcmpInfoNative), {57}, Outcome::raw},
     {FUZZ_NATIVE(setIcmpInfoNative), {58}, Outcome::raw},
+    // For the dump of the interface list.
+    {.name = "setInterfacesNative",
+     .call = fuzz::callOf<NATIVE(setInterfacesNative)>,
+     .sends = {54},
+     .takesNulls = true},
 };
 
 } // namespace
