@@ -1,6 +1,7 @@
 // Every native method with every one thing in it failing: each call of the JNI, each allocation, each send. Nothing
 // crashes, nothing is kept, the status is the one that tells of it, and what is sent is whole.
 #include "faults/world.h"
+#include "harness/command_lengths.h"
 #include "harness/system_calls.h"
 
 #include <cerrno>
@@ -19,42 +20,11 @@ using faults::Stop;
 
 // --- What is sent ----------------------------------------------------------------------------------------------------
 
-// How long the block of a command is: so many bytes, and for lists so many an entry, whose number stands at an offset.
-struct Length {
-    int32_t command;
-    uint32_t bytes;
-    uint32_t entryBytes = 0;
-    std::size_t countOffset = 0;
-};
-
-constexpr Length kLengths[] = {
-    {1, 696},    {2, 696},         {3, 240},         {4, 192},    {5, 192},         {6, 20, 72, 16},  {7, 192},
-    {8, 192},    {9, 72},          {10, 96},         {11, 96},    {12, 24, 8, 20},  {13, 96},         {14, 96},
-    {15, 72},    {16, 28, 96, 24}, {17, 28, 96, 24}, {18, 344},   {19, 344},        {20, 28, 28, 24}, {21, 344},
-    {22, 344},   {23, 188},        {24, 1952},       {25, 1952},  {26, 48, 88, 44}, {27, 1952},       {28, 1952},
-    {29, 136},   {30, 136},        {31, 48, 88, 44}, {32, 1952},  {33, 96},         {34, 40},         {35, 64016},
-    {36, 64016}, {37, 280},        {39, 64016},      {40, 280},   {41, 16},         {43, 280},        {44, 280},
-    {45, 280},   {46, 280},        {47, 1712},       {48, 280},   {50, 16},         {51, 280},        {52, 64016},
-    {53, 280},   {54, 5620},       {55, 2132},       {56, 1952},  {57, 24},         {58, 24},         {59, 64016},
-    {63, 40},    {65, 64016},      {67, 64016},      {68, 64016}, {69, 280},        {71, 240},        {72, 72},
-    {80, 72},    {81, 188},        {83, 96},         {84, 2084},  {85, 8212},       {86, 6164}};
-
-uint32_t wordAt(const executor::Bytes &block, std::size_t offset) {
-    uint32_t word = 0;
-    memcpy(&word, block.data() + offset, sizeof(word));
-    return word;
-}
-
 void expectWhole(const executor::Bytes &block) {
     ASSERT_GE(block.size(), 16u);
-    const auto command = static_cast<int32_t>(wordAt(block, 0));
-    for (const Length &length : kLengths)
-        if (length.command == command) {
-            const uint32_t count = length.entryBytes == 0 ? 0 : wordAt(block, length.countOffset);
-            EXPECT_EQ(block.size(), length.bytes + length.entryBytes * count) << "command " << command;
-            return;
-        }
-    ADD_FAILURE() << "no command: " << command;
+    const std::optional<uint64_t> length = executor::lengthOf(block);
+    ASSERT_TRUE(length) << "there is no such command\n" << executor::dump(block);
+    EXPECT_EQ(block.size(), *length) << executor::dump(block);
 }
 
 // --- Runs ------------------------------------------------------------------------------------------------------------

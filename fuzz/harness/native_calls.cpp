@@ -2,7 +2,7 @@
 
 #include "aliasing/interface_list.h"
 #include "fuzz/harness/replies.h"
-#include "fuzz/models/command_model.h"
+#include "harness/command_lengths.h"
 #include "harness/scripted_executor.h"
 #include "harness/system_calls.h"
 #include "rk/channel.h"
@@ -256,7 +256,7 @@ void checkBlocks(const Native &native, const NativeCall &call) {
     for (const Exchange &exchange : call.exchanges) {
         if (std::find(native.sends.begin(), native.sends.end(), exchange.command) == native.sends.end())
             finding("%s sent command %d", native.name, exchange.command);
-        const std::optional<uint64_t> length = model::lengthOf(exchange.request);
+        const std::optional<uint64_t> length = executor::lengthOf(exchange.request);
         if (!length || *length != exchange.request.size())
             finding("%s sent %zu bytes of command %d", native.name, exchange.request.size(), exchange.command);
     }

@@ -53,11 +53,11 @@ final class LineMaker {
 
     private void collect(CommandSpec command) {
         for (CommandLine child : command.subcommands().values()) {
-            CommandSpec spec = child.getCommandSpec();
-            if (spec.subcommands().isEmpty()) {
-                commands.add(spec);
+            CommandSpec model = child.getCommandSpec();
+            if (model.subcommands().isEmpty()) {
+                commands.add(model);
             }
-            collect(spec);
+            collect(model);
         }
     }
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <span>
 
-namespace model {
+namespace executor {
 
 // The length that the block of a command must have, from what stands in it; empty for a command that there is not.
 std::optional<uint64_t> lengthOf(std::span<const uint8_t> block);
 
-} // namespace model
+} // namespace executor

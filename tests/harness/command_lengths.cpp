@@ -1,8 +1,9 @@
-#include "fuzz/models/command_model.h"
+#include "harness/command_lengths.h"
 
+#include <algorithm>
 #include <cstring>
 
-namespace model {
+namespace executor {
 
 namespace {
 
@@ -55,4 +56,4 @@ std::optional<uint64_t> lengthOf(std::span<const uint8_t> block) {
     return {};
 }
 
-} // namespace model
+} // namespace executor
