@@ -99,6 +99,11 @@ TEST_F(IdentifierKeysTest, FromPlace9OnOnlyTheNextCharacterCounts) {
     EXPECT_EQ(keyOf(other) - keyOf(text), 1u << 14);
 }
 
+TEST_F(IdentifierKeysTest, AddressesThatAreAlikeMayHaveOneKey) {
+    EXPECT_EQ(keyByHand("10.0.0.103"), keyByHand("10.0.0.120"));
+    EXPECT_EQ(keyOf("10.0.0.103"), keyOf("10.0.0.120"));
+}
+
 TEST_F(IdentifierKeysTest, FieldsAndTheExportGiveTheSameKey) {
     jobject object = java::make("rk/tests/Members");
     java::setString(object, "stringField", "Web-Farm");

@@ -195,8 +195,9 @@ public class CMNExecutorInterface {
     // Identifier keys
 
     /**
-     * Computes the key by which the executor knows an identifier. Upper and lower case give the same key, and long
-     * identifiers that differ only towards their end may.
+     * Computes the key by which the executor knows an identifier. Upper and lower case give the same key, and so do
+     * some identifiers that are alike, 10.0.0.103 and 10.0.0.120 for example: compare the keys of identifiers that are
+     * made from addresses or numbers, as an executor takes the second of two with one key for the first.
      *
      * @param identifier identifier of a cluster or server
      * @param second     not used
