@@ -1,7 +1,7 @@
 // Texts to addresses and numbers, and back.
 #include "harness/library_test.h"
 
-#include "rk/CMNImpUtils.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <arpa/inet.h>
 #include <cerrno>

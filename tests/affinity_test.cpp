@@ -1,7 +1,7 @@
 // Affinity records: dumped as text, and driven in bulk through a Java object.
 #include "harness/reports.h"
 
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <climits>
 

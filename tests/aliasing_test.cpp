@@ -1,7 +1,7 @@
 // Cluster addresses on network interfaces: which commands run, and what Java is told.
 #include "harness/interfaces.h"
 
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <cstdlib>
 #include <filesystem>

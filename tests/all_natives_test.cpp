@@ -1,8 +1,8 @@
 // All native methods at once: how many there are, and that none of them minds being called with nothing.
 #include "harness/record_test.h"
 
-#include "rk/channel.h"
-#include "rk/CMNImpUtils.h"
+#include "library/channel/channel.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <set>
 

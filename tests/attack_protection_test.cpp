@@ -1,7 +1,7 @@
 // Half-open connections, attacking addresses, attack-protection parameters, and the ICMP response.
 #include "harness/reports.h"
 
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <climits>
 

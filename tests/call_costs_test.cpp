@@ -2,7 +2,7 @@
 // the device in kernel mode.
 #include "harness/interfaces.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 #include <set>
 

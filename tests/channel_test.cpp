@@ -1,7 +1,7 @@
 // The command block, the executor device, and the one way to send.
 #include "harness/library_test.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,9 +1,9 @@
 // Clusters.
 #include "harness/record_test.h"
 
-#include "config/clusters.h"
-#include "rk/channel.h"
-#include "rk/CMNImpUtils.h"
+#include "library/channel/channel.h"
+#include "library/config/clusters.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // Connection records: made and removed by hand, and dumped as text.
 #include "harness/reports.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 #include <arpa/inet.h>
 #include <climits>

@@ -1,9 +1,9 @@
 // The debug dump: the executor's counters and, for some sub-commands, a table behind them.
 #include "harness/reports.h"
 
-#include "aliasing/interface_list.h"
-#include "diagnostics/debug_dump.h"
-#include "rk/channel.h"
+#include "library/aliasing/interface_list.h"
+#include "library/channel/channel.h"
+#include "library/diagnostics/debug_dump.h"
 
 #include <climits>
 

@@ -1,8 +1,8 @@
 // The executor's own settings and counters.
 #include "harness/record_test.h"
 
-#include "config/executor_settings.h"
-#include "rk/channel.h"
+#include "library/channel/channel.h"
+#include "library/config/executor_settings.h"
 
 #include <cstring>
 #include <ctime>

@@ -1,7 +1,7 @@
 // Changing the high-availability machine: what is sent, and what comes of it.
 #include "harness/record_test.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 namespace {
 

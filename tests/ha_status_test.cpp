@@ -1,7 +1,7 @@
 // The state of the high-availability machine, as Java gets it.
 #include "harness/record_test.h"
 
-#include "rk/native.h"
+#include "library/native.h"
 
 namespace {
 

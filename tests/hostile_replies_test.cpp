@@ -3,7 +3,7 @@
 #include "faults/world.h"
 #include "harness/system_calls.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 #include <algorithm>
 #include <cstring>

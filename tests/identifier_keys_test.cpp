@@ -1,7 +1,7 @@
 // Identifiers as 32-bit keys.
 #include "harness/library_test.h"
 
-#include "rk/CMNImpUtils.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // The executor's list of network interfaces, and what is found in it.
 #include "harness/interfaces.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 namespace {
 

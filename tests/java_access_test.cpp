@@ -1,8 +1,8 @@
 // Reading, writing and calling members of Java objects by name.
 #include "harness/library_test.h"
 
-#include "config/java_calls.h"
-#include "rk/CMNImpUtils.h"
+#include "library/shared/java_calls.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <arpa/inet.h>
 #include <memory>

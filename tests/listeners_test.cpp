@@ -2,7 +2,7 @@
 #include "harness/library_test.h"
 #include "harness/servers.h"
 
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,8 +1,8 @@
 // Which servers belong to a rule.
 #include "harness/record_test.h"
 
-#include "config/membership.h"
-#include "rk/channel.h"
+#include "library/channel/channel.h"
+#include "library/config/membership.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include "harness/library_test.h"
 #include "harness/namespaces.h"
 
-#include "rk/module_file.h"
+#include "library/channel/module_file.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,7 +1,7 @@
 // Choosing the executor's module file: which commands run.
 #include "harness/library_test.h"
 
-#include "rk/module_file.h"
+#include "library/channel/module_file.h"
 
 #include <climits>
 

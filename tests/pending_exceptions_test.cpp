@@ -2,7 +2,7 @@
 // stays pending and the method goes on with what follows. That is so on purpose, and seen here on a JNIEnv of our own.
 #include "faults/world.h"
 
-#include "aliasing/interface_list.h"
+#include "library/aliasing/interface_list.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

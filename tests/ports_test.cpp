@@ -1,8 +1,8 @@
 // Ports.
 #include "harness/record_test.h"
 
-#include "config/ports.h"
-#include "rk/channel.h"
+#include "library/channel/channel.h"
+#include "library/config/ports.h"
 
 namespace {
 

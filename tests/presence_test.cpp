@@ -1,7 +1,7 @@
 // Is the executor there: the native methods that send no command.
 #include "harness/library_test.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 namespace {
 

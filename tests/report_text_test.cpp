@@ -1,7 +1,7 @@
 // Report texts that grow, and lists that are split.
 #include "harness/library_test.h"
 
-#include "rk/CMNImpUtils.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,8 +1,8 @@
 // Rules.
 #include "harness/record_test.h"
 
-#include "config/rules.h"
-#include "rk/channel.h"
+#include "library/channel/channel.h"
+#include "library/config/rules.h"
 
 namespace {
 

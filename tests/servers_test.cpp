@@ -2,8 +2,8 @@
 #include "harness/library_test.h"
 #include "harness/servers.h"
 
-#include "rk/channel.h"
-#include "rk/CMNImpUtils.h"
+#include "library/channel/channel.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstring>
 

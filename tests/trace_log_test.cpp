@@ -1,7 +1,7 @@
 // The trace log of the executor.
 #include "harness/reports.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 #include <climits>
 

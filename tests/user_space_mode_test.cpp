@@ -1,7 +1,7 @@
 // Switching to the user-space executor, and driving its life.
 #include "harness/library_test.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // profiler counts between two marks is one call.
 #include "bench/constant_java.h"
 #include "bench/full_replies.h"
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -8,9 +8,9 @@
 #include "bench/measure.h"
 #include "bench/scale/own_time.h"
 #include "harness/jvm.h"
-#include "rk/channel.h"
+#include "library/channel/channel.h"
+#include "library/native.h"
 #include "rk/diagnostic_records.h"
-#include "rk/native.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // again, settings with their flags. What an input wants otherwise becomes so: any bytes anywhere, any length word.
 #pragma once
 
-#include "executor/command_table.h"
+#include "executor/commands/command_table.h"
 #include "fuzz/harness/draws.h"
 
 #include <vector>

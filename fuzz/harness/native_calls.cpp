@@ -1,11 +1,11 @@
 #include "fuzz/harness/native_calls.h"
 
-#include "aliasing/interface_list.h"
 #include "fuzz/harness/replies.h"
 #include "harness/command_lengths.h"
 #include "harness/scripted_executor.h"
 #include "harness/system_calls.h"
-#include "rk/channel.h"
+#include "library/aliasing/interface_list.h"
+#include "library/channel/channel.h"
 
 #include <algorithm>
 #include <cerrno>

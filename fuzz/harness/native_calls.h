@@ -4,8 +4,8 @@
 
 #include "fake_java/fake_java.h"
 #include "fuzz/harness/draws.h"
+#include "library/native.h"
 #include "rk/command_header.h"
-#include "rk/native.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 #include "fuzz/harness/state_checks.h"
 
-#include "executor/values.h"
+#include "executor/state/values.h"
 #include "fuzz/harness/draws.h"
 
 #include <cstring>

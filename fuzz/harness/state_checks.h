@@ -1,7 +1,7 @@
 // What holds of the reference executor's state whatever it was asked.
 #pragma once
 
-#include "executor/state.h"
+#include "executor/state/state.h"
 
 namespace fuzz {
 

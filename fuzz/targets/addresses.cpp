@@ -3,7 +3,7 @@
 #include "fuzz/models/address_model.h"
 #include "fuzz/models/key_model.h"
 #include "harness/system_calls.h"
-#include "rk/CMNImpUtils.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <arpa/inet.h>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // The native methods of the interface list and of cluster addresses as interface aliases. Command lines are looked at
 // where they would run.
-#include "aliasing/interface_list.h"
 #include "fuzz/harness/native_calls.h"
+#include "library/aliasing/interface_list.h"
 
 namespace {
 

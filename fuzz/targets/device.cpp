@@ -1,9 +1,9 @@
 // What the executor's device answers to an ioctl: rounds as the kernel makes them, with bytes that change between two
 // rounds, and rounds that no kernel makes. What is brought stands in memory of just its size, of any alignment.
 #include "rk/device.h"
-#include "executor/commands.h"
-#include "executor/device_request.h"
-#include "executor/perform_command.h"
+#include "executor/commands/commands.h"
+#include "executor/commands/perform_command.h"
+#include "executor/fronts/device_request.h"
 #include "fuzz/harness/executor_requests.h"
 #include "fuzz/harness/machine.h"
 #include "fuzz/harness/state_checks.h"

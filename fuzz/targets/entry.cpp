@@ -1,7 +1,8 @@
 // The reference executor's entry: commands one after another on one state, whose blocks stand in memory of just the
 // length that their length word says.
-#include "executor/commands.h"
-#include "executor/perform_command.h"
+#include "executor/commands/commands.h"
+#include "executor/commands/perform_command.h"
+#include "executor/state/reason_text.h"
 #include "fuzz/harness/executor_requests.h"
 #include "fuzz/harness/machine.h"
 #include "fuzz/harness/state_checks.h"

@@ -2,7 +2,7 @@
 // kernel module's file.
 #include "fuzz/harness/native_calls.h"
 #include "fuzz/models/key_model.h"
-#include "rk/module_file.h"
+#include "library/channel/module_file.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include "fuzz/harness/draws.h"
 #include "fuzz/models/report_model.h"
 #include "harness/system_calls.h"
-#include "rk/CMNImpUtils.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstdlib>
 #include <cstring>

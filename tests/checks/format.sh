@@ -2,5 +2,5 @@
 # Every C++ file stands as clang-format would put it: format.sh SOURCE_FOLDER
 set -euo pipefail
 cd "$1"
-find include channel support config ha aliasing diagnostics executor tests bench fuzz -name '*.h' -o -name '*.cpp' | sort |
+find include library executor tests bench fuzz -name '*.h' -o -name '*.cpp' | sort |
     xargs clang-format --dry-run --Werror

@@ -1,6 +1,6 @@
 // The debug dump.
-#include "executor/commands.h"
-#include "executor/perform_command.h"
+#include "executor/commands/commands.h"
+#include "executor/commands/perform_command.h"
 #include "executor_client.h"
 #include "rk/ha_records.h"
 

@@ -1,5 +1,5 @@
 // qelxwd as a user meets it where there is no /dev/cuse. What it does with one is tested in a guest.
-#include "executor/device_options.h"
+#include "executor/fronts/device_options.h"
 
 #include <cstdio>
 #include <gtest/gtest.h>

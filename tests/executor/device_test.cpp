@@ -1,8 +1,8 @@
 // The executor behind a device: the rounds of an ioctl, and qelxwd's words.
-#include "executor/commands.h"
-#include "executor/device_options.h"
-#include "executor/device_request.h"
-#include "executor/perform_command.h"
+#include "executor/commands/commands.h"
+#include "executor/commands/perform_command.h"
+#include "executor/fronts/device_options.h"
+#include "executor/fronts/device_request.h"
 #include "executor_client.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 // What the tests of the executor share: requests as a client leaves them, and sending them.
 #pragma once
 
-#include "executor/reasons.h"
-#include "executor/values.h"
+#include "executor/state/values.h"
 #include "rk/cluster_records.h"
 #include "rk/diagnostic_records.h"
 #include "rk/executor_records.h"
 #include "rk/port_records.h"
+#include "rk/reasons.h"
 #include "rk/rule_records.h"
 #include "rk/server_records.h"
 #include "rk/uexc.h"

@@ -1,5 +1,5 @@
 // The trace log.
-#include "executor/trace_log.h"
+#include "executor/state/trace_log.h"
 #include "executor_client.h"
 #include "rk/ha_records.h"
 #include "rk/interface_records.h"

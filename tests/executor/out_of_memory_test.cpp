@@ -1,6 +1,6 @@
 // Commands that run out of memory: each is refused with its family's reason and leaves the state as it was.
-#include "executor/commands.h"
-#include "executor/device_request.h"
+#include "executor/commands/commands.h"
+#include "executor/fronts/device_request.h"
 #include "executor_client.h"
 #include "rk/device.h"
 #include "rk/ha_records.h"

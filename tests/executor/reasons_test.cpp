@@ -1,4 +1,5 @@
 // The numbers are what the client's tables map to statuses, so they are written out here.
+#include "executor/state/reason_text.h"
 #include "executor_client.h"
 
 #include <set>

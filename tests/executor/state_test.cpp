@@ -1,6 +1,6 @@
 // The state of an executor that has another front than the user-space library: one that a test owns.
-#include "executor/commands.h"
-#include "executor/perform_command.h"
+#include "executor/commands/commands.h"
+#include "executor/commands/perform_command.h"
 #include "executor_client.h"
 
 namespace rk {

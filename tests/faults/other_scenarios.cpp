@@ -1,7 +1,7 @@
 // Presence, user-space executor, keys, high availability, interfaces, aliases, diagnostics.
-#include "aliasing/interface_list.h"
 #include "faults/scenario.h"
-#include "rk/CMNImpUtils.h"
+#include "library/aliasing/interface_list.h"
+#include "library/support/CMNImpUtils.h"
 
 #include <cstring>
 

@@ -4,7 +4,7 @@
 #include "fake_java/fake_java.h"
 #include "harness/interface_replies.h"
 #include "harness/scripted_executor.h"
-#include "rk/native.h"
+#include "library/native.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,8 @@
 #include "faults/world.h"
 #include "harness/system_calls.h"
 
-#include "aliasing/interface_list.h"
-#include "rk/channel.h"
+#include "library/aliasing/interface_list.h"
+#include "library/channel/channel.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // The executor's list of network interfaces, as the tests want it to be.
 #pragma once
 
-#include "aliasing/interface_list.h"
 #include "harness/interface_replies.h"
 #include "harness/record_test.h"
+#include "library/aliasing/interface_list.h"
 
 namespace interfaces {
 

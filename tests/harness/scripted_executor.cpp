@@ -1,6 +1,6 @@
 #include "harness/scripted_executor.h"
 
-#include "rk/channel.h"
+#include "library/channel/channel.h"
 #include "rk/uexc.h"
 
 #include <cstdio>

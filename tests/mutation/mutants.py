@@ -5,7 +5,7 @@ import re
 from dataclasses import dataclass
 
 SEED = "1"
-LIBRARY_FOLDERS = ("channel", "support", "config", "ha", "aliasing", "diagnostics", "include/rk")
+LIBRARY_FOLDERS = ("library", "include/rk")
 
 
 @dataclass(frozen=True)
@@ -167,7 +167,7 @@ def mixed(mutants):
 
 
 def source_files(root):
-    return sorted(str(path.relative_to(root)) for folder in LIBRARY_FOLDERS for path in (root / folder).iterdir()
+    return sorted(str(path.relative_to(root)) for folder in LIBRARY_FOLDERS for path in (root / folder).rglob("*")
                   if path.suffix in (".cpp", ".h"))
 
 

@@ -21,7 +21,7 @@ from pathlib import Path
 import mutants
 
 SECONDS = 60  # for one test program; they take one at most
-OBJECTS = "CMakeFiles/cmnexecutor_objects.dir/"
+OBJECTS = "library/CMakeFiles/cmnexecutor_objects.dir/"
 OUTCOMES = ("test", "time", "sanitizer", "compiler", "harmless", "survived")
 # As in the tests' own list: a Java VM takes segmentation faults for its own purposes and keeps memory until the end.
 WITH_VM = "handle_segv=0:allow_user_segv_handler=1:detect_leaks=0:"
@@ -63,6 +63,11 @@ def ninja(folder, *arguments):
     return subprocess.run(("ninja", *arguments), cwd=folder, check=True, capture_output=True, text=True).stdout
 
 
+def object_of(source):
+    """The object of a source of the library, both relative: the one to the build, the other to the project."""
+    return f"{OBJECTS}{source.removeprefix('library/')}.o"
+
+
 def read_build(root, folder):
     build = Build(root, folder, folder / "mutant", {}, {}, {}, resource.RLIM_INFINITY)
     for entry in json.loads((folder / "compile_commands.json").read_text()):
@@ -71,7 +76,7 @@ def read_build(root, folder):
                 build.memory = MEMORY
             build.compile[str(Path(entry["file"]).relative_to(root))] = entry["command"].split()
     for source in build.compile:
-        listed = ninja(folder, "-t", "deps", f"{OBJECTS}{source}.o").splitlines()
+        listed = ninja(folder, "-t", "deps", object_of(source)).splitlines()
         paths = [(folder / line.strip()).resolve() for line in listed if line.startswith("    ")]
         build.includes[source] = {str(path.relative_to(root)) for path in paths if path.is_relative_to(root)}
     for line in ninja(folder, "-t", "commands", "library_tests").splitlines():
@@ -91,12 +96,12 @@ def compile_mutant(build, mutant):
     overlay.write_text("".join(lines[:first]) + mutant.new + "".join(lines[first + count:]))
     changed = [source for source, included in build.includes.items() if mutant.file in included]
     for source in changed:
-        (build.mutant / OBJECTS / source).parent.mkdir(parents=True, exist_ok=True)
+        (build.mutant / object_of(source)).parent.mkdir(parents=True, exist_ok=True)
         command = list(build.compile[source])
         # Warnings do not count: tests are to notice what a compiler may or may not warn of.
         first = next(place for place, word in enumerate(command) if word.startswith("-I"))
         command[first:first] = ["-w", f"-I{build.mutant}", f"-I{build.mutant / 'include'}"]
-        command[command.index("-o") + 1] = str(build.mutant / OBJECTS / f"{source}.o")
+        command[command.index("-o") + 1] = str(build.mutant / object_of(source))
         if source == mutant.file:
             command[-1] = str(overlay)
         if run(command, build.folder) != 0:
@@ -106,7 +111,7 @@ def compile_mutant(build, mutant):
 
 def noticed_by(build, changed, test):
     """Links and runs a test program. Returns what noticed the mutant, None when nothing did."""
-    replaced = {f"{OBJECTS}{source}.o": str(build.mutant / OBJECTS / f"{source}.o") for source in changed}
+    replaced = {object_of(source): str(build.mutant / object_of(source)) for source in changed}
     work = build.mutant / "work"
     work.mkdir(parents=True, exist_ok=True)
     program = build.mutant / test

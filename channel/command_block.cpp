@@ -1,3 +1,0 @@
-#include "rk/channel.h"
-
-rk::CommandBlock ucb;

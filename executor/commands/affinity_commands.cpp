@@ -1,0 +1,187 @@
+// Affinity records: which server a client of a port is bound to. As nothing is forwarded, clients are bound by the
+// commands of serverDirectedAffinity only.
+#include "executor/commands/commands.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstring>
+#include <new>
+
+namespace rk {
+
+namespace {
+
+// What serverDirectedAffinity is to do.
+constexpr int32_t kBindClients = 1;
+constexpr int32_t kReleaseClients = 2;
+constexpr int32_t kReadClients = 3;
+
+// The bits of a client's address by which it sticks to a server.
+uint32_t clientMask(const Port &port) {
+    const int32_t bits = port.settings.stickyBits;
+    return bits == 0 ? 0 : ~uint32_t{0} << (kHighestStickyBits - bits);
+}
+
+// The entries that a block has room for, by its length.
+uint32_t roomIn(const AffinityRecord &record) {
+    return static_cast<uint32_t>((record.header.length - sizeof record) / sizeof(AffinityEntry));
+}
+
+// Fills the head of a reply, but for the count.
+void fillHead(AffinityRecord &record, const Port &port) {
+    record.response = 0;
+    std::memset(record.unused_24, 0, sizeof record.unused_24);
+    record.now = currentTime();
+    record.clientMask = clientMask(port);
+    record.alternativeHeader = 0;
+}
+
+void clearEntries(AffinityRecord &record, uint32_t first) {
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    std::fill(entries + first, entries + roomIn(record), AffinityEntry{});
+}
+
+// Addresses in host byte order.
+AffinityEntry entryOf(const Port &port, const Affinity &affinity) {
+    AffinityEntry entry{};
+    entry.clientAddress = affinity.clientAddress;
+    entry.serverAddress = affinity.serverAddress;
+    entry.serverKey = affinity.serverKey;
+    entry.activeConnections = activeConnections(port, affinity);
+    entry.firstTime = affinity.stamp;
+    entry.stamp = affinity.stamp;
+    return entry;
+}
+
+int32_t bindClient(Executor &executor, Port &port, const AffinityEntry &request) {
+    if (!isUnicast({htonl(request.clientAddress)}))
+        return kOutOfRange;
+    if (findItem(port.servers, request.serverKey) == nullptr)
+        return kUnknownServer;
+    Affinity affinity;
+    affinity.clientAddress = request.clientAddress;
+    affinity.serverAddress = request.serverAddress;
+    affinity.serverKey = request.serverKey;
+    affinity.stamp = currentTime();
+    if (Affinity *kept = findItem(port.affinities, request.clientAddress); kept != nullptr) {
+        affinity.order = kept->order;
+        *kept = affinity;
+        ++port.affinitiesReused;
+        return 0;
+    }
+    affinity.order = executor.nextOrder;
+    try {
+        addItem(port.affinities, request.clientAddress, affinity.order, affinity);
+    } catch (const std::bad_alloc &) {
+        return kOutOfMemory; // of this entry: the others stand for themselves
+    }
+    ++executor.nextOrder;
+    return 0;
+}
+
+int32_t releaseClient(Port &port, uint32_t clientAddress) {
+    const Affinity *affinity = findItem(port.affinities, clientAddress);
+    if (affinity == nullptr)
+        return kUnknownAffinity;
+    removeItem(port.affinities, clientAddress, affinity->order);
+    return 0;
+}
+
+// The reply to one entry of a request: its client as it is bound now, and what became of the entry.
+AffinityEntry replyTo(const AffinityEntry &request, Port &port, int32_t response) {
+    const Affinity *affinity = findItem(port.affinities, request.clientAddress);
+    AffinityEntry reply{};
+    if (affinity != nullptr) {
+        reply = entryOf(port, *affinity);
+    } else {
+        reply.clientAddress = request.clientAddress;
+        reply.serverAddress = request.serverAddress;
+        reply.serverKey = request.serverKey;
+    }
+    reply.stamp = static_cast<uint32_t>(response);
+    return reply;
+}
+
+int32_t ageOf(Port &port, uint32_t clientAddress) {
+    const Affinity *affinity = findItem(port.affinities, clientAddress);
+    return affinity == nullptr ? kUnknownAffinity : static_cast<int32_t>(currentTime() - affinity->stamp);
+}
+
+int32_t performOn(Executor &executor, Port &port, int32_t command, const AffinityEntry &request) {
+    switch (command) {
+    case kBindClients:
+        return bindClient(executor, port, request);
+    case kReleaseClients:
+        return releaseClient(port, request.clientAddress);
+    default:
+        return ageOf(port, request.clientAddress);
+    }
+}
+
+// Fills in as many records of a port as there is room for, and the number that there are. Returns how many it filled.
+uint32_t fillWithAll(AffinityRecord &record, const Port &port) {
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    const uint32_t room = roomIn(record);
+    uint32_t filled = 0;
+    for (const auto &[order, affinity] : port.affinities.inOrder) {
+        if (filled == room)
+            break;
+        entries[filled] = entryOf(port, *affinity);
+        ++filled;
+    }
+    record.count = static_cast<uint32_t>(numberOf(port.affinities));
+    clearEntries(record, filled);
+    return filled;
+}
+
+} // namespace
+
+int32_t readAffinities(ExecutorState &state, AffinityRecord &record) {
+    const Target target = findPortByAddress(state, {record.clusterAddress}, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    const bool isDetailed = record.count != 0;
+    record.command = 0;
+    fillHead(record, *target.port);
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    const uint32_t filled = fillWithAll(record, *target.port);
+    for (uint32_t index = 0; index < filled; ++index) {
+        entries[index].clientAddress = htonl(entries[index].clientAddress);
+        entries[index].serverAddress = htonl(entries[index].serverAddress);
+    }
+    if (!isDetailed)
+        clearEntries(record, 0);
+    return 0;
+}
+
+int32_t serverDirectedAffinity(ExecutorState &state, AffinityRecord &record) {
+    const Target target = findPortByAddress(state, {htonl(record.clusterAddress)}, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    const int32_t command = record.command;
+    if (command != kBindClients && command != kReleaseClients && command != kReadClients)
+        return kOutOfRange;
+
+    Port &port = *target.port;
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    fillHead(record, port);
+    if (command == kReadClients && record.count == 0) {
+        const uint32_t filled = fillWithAll(record, port);
+        for (uint32_t index = 0; index < filled; ++index)
+            entries[index].stamp = record.now - entries[index].stamp;
+        return 0;
+    }
+    for (uint32_t index = 0; index < record.count; ++index) {
+        const AffinityEntry request = entries[index];
+        const int32_t response = performOn(state.executor, port, command, request);
+        entries[index] = replyTo(request, port, response);
+        if (response < 0 && record.response == 0)
+            record.response = response;
+    }
+    clearEntries(record, record.count);
+    return 0;
+}
+
+} // namespace rk

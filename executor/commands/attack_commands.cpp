@@ -1,0 +1,115 @@
+// Attack protection and the ICMP response record. As nothing is forwarded, half-open connections are those that were
+// made by hand with that state.
+#include "executor/commands/commands.h"
+#include "executor/state/settings.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+
+namespace rk {
+
+namespace {
+
+// The first parameter: as many half-open connections to one port make a client's address an attacking one. At least
+// one, so that without a parameter every address with half-open connections counts.
+int32_t attackThreshold(const Executor &executor) {
+    return static_cast<int32_t>(std::max<uint32_t>(executor.attackProtection.parameters[0], 1));
+}
+
+// The connections of one client to a port: they are neighbours, as the client's address is first in their key.
+struct ClientConnections {
+    std::map<uint64_t, Connection>::const_iterator begin;
+    std::map<uint64_t, Connection>::const_iterator end;
+    int32_t halfOpen = 0;
+};
+
+// Those of the client that the connection at `begin` belongs to.
+ClientConnections connectionsOfClient(const Port &port, std::map<uint64_t, Connection>::const_iterator begin) {
+    ClientConnections client{begin, begin};
+    const uint32_t address = begin->second.clientAddress;
+    while (client.end != port.connections.end() && client.end->second.clientAddress == address) {
+        client.halfOpen += isHalfOpen(client.end->second) ? 1 : 0;
+        ++client.end;
+    }
+    return client;
+}
+
+void addHalfOpen(HalfOpenRecord &record, const ClientConnections &client, bool isAttacking) {
+    for (auto item = client.begin; item != client.end; ++item) {
+        const Connection &connection = item->second;
+        if (!isHalfOpen(connection))
+            continue;
+        if (record.count < kHalfOpenConnections) {
+            HalfOpenEntry &entry = record.entries[record.count];
+            entry.clientAddress = {htonl(connection.clientAddress)};
+            entry.clientPort = {htons(connection.clientPort)};
+            entry.flag = isAttacking ? 1 : 0;
+        }
+        ++record.count;
+    }
+}
+
+} // namespace
+
+int32_t readHalfOpenConnections(ExecutorState &state, HalfOpenRecord &record) {
+    const int32_t threshold = attackThreshold(state.executor);
+    clearBody(record.header);
+    for (const auto &[clusterOrder, cluster] : state.executor.clusters.inOrder) {
+        for (const auto &[portNumber, port] : cluster->ports.inOrder) {
+            for (auto item = port->connections.cbegin(); item != port->connections.cend();) {
+                const ClientConnections client = connectionsOfClient(*port, item);
+                addHalfOpen(record, client, client.halfOpen >= threshold);
+                item = client.end;
+            }
+        }
+    }
+    return 0;
+}
+
+int32_t readAttackingAddresses(ExecutorState &state, AttackingAddressesRecord &record) {
+    const NetworkAddress clusterAddress = record.address;
+    const NetworkPort portNumber = record.port;
+    const Target target = findPortByAddress(state, clusterAddress, portNumber);
+    if (target.reason != 0)
+        return target.reason;
+    const int32_t threshold = attackThreshold(state.executor);
+    clearBody(record.header);
+    record.address = clusterAddress;
+    record.port = portNumber;
+    const auto &connections = target.port->connections;
+    for (auto item = connections.cbegin(); item != connections.cend();) {
+        const ClientConnections client = connectionsOfClient(*target.port, item);
+        record.summary += client.halfOpen;
+        if (client.halfOpen >= threshold) {
+            if (record.count < kAttackingAddresses)
+                record.entries[record.count] = {{htonl(item->second.clientAddress)}, client.halfOpen};
+            ++record.count;
+        }
+        item = client.end;
+    }
+    return 0;
+}
+
+int32_t setAttackProtection(ExecutorState &state, AttackProtectionRecord &record) {
+    const bool isInRange = std::all_of(std::begin(record.parameters), std::end(record.parameters),
+                                       [](uint32_t parameter) { return parameter <= kHighestAttackParameter; });
+    if (!isInRange)
+        return kOutOfRange;
+    std::copy(std::begin(record.parameters), std::end(record.parameters),
+              std::begin(state.executor.attackProtection.parameters));
+    return 0;
+}
+
+int32_t readIcmp(ExecutorState &state, IcmpRecord &record) {
+    replyWith(state.executor.icmp, record);
+    return 0;
+}
+
+int32_t writeIcmp(ExecutorState &state, IcmpRecord &record) {
+    replyWith(record, state.executor.icmp);
+    return 0;
+}
+
+} // namespace rk

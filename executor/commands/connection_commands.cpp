@@ -1,0 +1,110 @@
+// Connection records. As nothing is forwarded, all of them are made by hand.
+#include "executor/commands/commands.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <arpa/inet.h>
+#include <limits>
+
+namespace rk {
+
+namespace {
+
+constexpr char kMadeByHand = 'M';
+
+// The ends of a request's connection that make it the only one of its kind on a port.
+uint64_t keyOf(const ConnectionRequestRecord &record) {
+    return connectionKey(ntohl(record.third.word), static_cast<uint16_t>(record.fourth));
+}
+
+Target findPortOf(ExecutorState &state, const ConnectionRequestRecord &record) {
+    Target target = findPortByAddress(state, record.first, record.fifth);
+    if (target.reason != 0)
+        return target;
+    const bool hasClientPort = record.fourth >= 0 && record.fourth <= kHighestPortNumber;
+    const bool hasState = record.second <= std::numeric_limits<uint8_t>::max();
+    if (!hasClientPort || !hasState || !isUnicast(record.third) || !isUnicast(record.sixth))
+        target.reason = kOutOfRange;
+    return target;
+}
+
+// Whether an address and a port are those that a query asks for; 0 asks for any. The query's port is a word that holds
+// the 16 bits in network byte order.
+bool isWanted(NetworkAddress wantedAddress, uint32_t wantedPort, NetworkAddress address, NetworkPort port) {
+    const auto wantedBits = static_cast<uint16_t>(wantedPort);
+    return (wantedAddress.word == 0 || wantedAddress.word == address.word) &&
+           (wantedBits == 0 || wantedBits == port.word);
+}
+
+bool isSelected(const ConnectionQueryRecord &query, const ConnectionEntry &entry) {
+    // A server is reached at the port of its cluster.
+    return isWanted(query.firstAddress, query.firstPort, entry.clusterAddress, entry.clusterPort) &&
+           isWanted(query.secondAddress, query.secondPort, entry.clientAddress, entry.clientPort) &&
+           isWanted(query.thirdAddress, static_cast<uint32_t>(query.thirdPort), entry.serverAddress, entry.clusterPort);
+}
+
+ConnectionEntry entryOf(const Cluster &cluster, const Port &port, const Connection &connection) {
+    ConnectionEntry entry{};
+    entry.clusterAddress = cluster.settings.address;
+    entry.clusterPort = port.settings.port;
+    entry.clientAddress = {htonl(connection.clientAddress)};
+    entry.clientPort = {htons(connection.clientPort)};
+    entry.serverAddress = connection.serverAddress;
+    entry.firstTime = connection.stamp;
+    entry.stamp = connection.stamp;
+    entry.state = connection.state;
+    entry.previousTcpState = isHalfOpen(connection) ? kTcpListen : kTcpEstablished;
+    entry.currentTcpState = isHalfOpen(connection) ? kTcpSynReceived : kTcpEstablished;
+    entry.mark = kMadeByHand;
+    return entry;
+}
+
+} // namespace
+
+int32_t allocateConnection(ExecutorState &state, ConnectionRequestRecord &record) {
+    const Target target = findPortOf(state, record);
+    if (target.reason != 0)
+        return target.reason;
+    Connection connection;
+    connection.clientAddress = ntohl(record.third.word);
+    connection.clientPort = static_cast<uint16_t>(record.fourth);
+    connection.serverAddress = record.sixth;
+    connection.state = static_cast<uint8_t>(record.second);
+    connection.stamp = currentTime();
+    const bool isNew = target.port->connections.emplace(keyOf(record), connection).second;
+    return isNew ? 0 : kConnectionExists;
+}
+
+int32_t releaseConnection(ExecutorState &state, ConnectionRequestRecord &record) {
+    const Target target = findPortOf(state, record);
+    if (target.reason != 0)
+        return target.reason;
+    const auto found = target.port->connections.find(keyOf(record));
+    if (found == target.port->connections.end() || found->second.serverAddress.word != record.sixth.word)
+        return kUnknownConnection;
+    target.port->connections.erase(found);
+    ++state.executor.counters.connectionsReleased;
+    return 0;
+}
+
+int32_t readConnections(ExecutorState &state, ConnectionQueryRecord &record) {
+    const ConnectionQueryRecord query = record; // the reply overwrites it
+    auto &reply = reinterpret_cast<ConnectionListRecord &>(record);
+    clearBody(reply.header);
+    reply.now = currentTime();
+    for (const auto &[clusterOrder, cluster] : state.executor.clusters.inOrder) {
+        for (const auto &[portNumber, port] : cluster->ports.inOrder) {
+            for (const auto &[key, connection] : port->connections) {
+                const ConnectionEntry entry = entryOf(*cluster, *port, connection);
+                if (!isSelected(query, entry))
+                    continue;
+                if (query.detail != 0 && reply.count < kConnections)
+                    reply.entries[reply.count] = entry;
+                ++reply.count;
+            }
+        }
+    }
+    return 0;
+}
+
+} // namespace rk

@@ -1,0 +1,83 @@
+// The executor's own settings and counters.
+#include "executor/commands/commands.h"
+#include "executor/commands/port_defaults.h"
+#include "executor/state/log_text.h"
+#include "executor/state/settings.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <ctime>
+
+namespace rk {
+
+namespace {
+
+constexpr char kVersion[] = "Reference executor " RK_VERSION;
+
+bool areSettingsValid(const ExecutorSettingsRecord &settings, int32_t numberOfClusters) {
+    return settings.traceLevel >= 0 && settings.defaultClusterMaxPorts >= 0 && isTime(settings.finTimeout) &&
+           isTime(settings.haTimeout) && isTime(settings.haSyncTimeout) && arePortDefaultsValid(settings) &&
+           settings.maxNumberOfClusters >= numberOfClusters && settings.widePortNumber >= 0 &&
+           settings.widePortNumber <= kHighestPortNumber && settings.sharedBytesPerSecond >= 0 &&
+           settings.cookieExpireInterval >= 0;
+}
+
+} // namespace
+
+void startExecutor(ExecutorState &state) {
+    state.isStarted = true;
+    state.executor = Executor{};
+    state.executor.timeStarted = static_cast<int32_t>(std::time(nullptr));
+
+    ExecutorSettingsRecord &settings = state.executor.settings;
+    settings.traceLevel = kDefaultTraceLevel;
+    settings.maxNumberOfClusters = kDefaultMaxClusters;
+    settings.defaultClusterMaxPorts = kDefaultClusterMaxPorts;
+    settings.finTimeout = splitInt64(kDefaultFinTimeout);
+    settings.haTimeout = splitInt64(kDefaultHaTimeout);
+    settings.haSyncTimeout = splitInt64(kDefaultHaSyncTimeout);
+    settings.defaultPortMaxServers = kDefaultPortMaxServers;
+    settings.defaultPortStaleTimeout = splitInt64(kDefaultStaleTimeout);
+    settings.defaultPortStickyTime = splitInt64(kDefaultStickyTime);
+    settings.defaultPortWeightBound = kDefaultWeightBound;
+    settings.defaultPortType = kPortTypeTcpAndUdp;
+
+    state.trace.length = 0;
+    LogText line{};
+    appendTime(line);
+    append(line, " executor started");
+    addLine(state.trace, line.text);
+}
+
+int32_t readExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record) {
+    replyWith(state.executor.settings, record);
+    return 0;
+}
+
+int32_t writeExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record) {
+    ExecutorSettingsRecord settings = state.executor.settings;
+    if (!applySettings(kExecutorSettings, record.header, settings.header))
+        return kOutOfRange;
+    if (!areSettingsValid(settings, numberOf(state.executor.clusters)))
+        return kOutOfRange;
+    state.executor.settings = settings;
+    return 0;
+}
+
+int32_t readExecutorReport(ExecutorState &state, ExecutorReportRecord &record) {
+    const Executor &executor = state.executor;
+    ExecutorReportRecord report{}; // nothing is forwarded, so the packet counters stay 0
+    report.nfa = executor.settings.nfa;
+    storeText(report.version, kVersion);
+    report.timeStarted = executor.timeStarted;
+    report.numberOfClusters = numberOf(executor.clusters);
+    report.connectionsPerSecond = executor.connectionsPerSecond;
+    replyWith(report, record);
+    return 0;
+}
+
+int32_t setExecutorCps(ExecutorState &state, ExecutorReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, state.executor.connectionsPerSecond);
+}
+
+} // namespace rk

@@ -1,0 +1,179 @@
+// The ports of a cluster.
+#include "executor/commands/commands.h"
+#include "executor/state/settings.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <algorithm>
+
+namespace rk {
+
+namespace {
+
+int32_t checkSettings(const PortRecord &settings, int32_t numberOfServers) {
+    if (settings.maxServers < numberOfServers)
+        return kPortServerLimit;
+    if (!isTime(settings.staleTimeout))
+        return kStaleTimeout;
+    if (!isTime(settings.stickyTime))
+        return kStickyTime;
+    if (settings.stickyBits < 0 || settings.stickyBits > kHighestStickyBits)
+        return kStickyBits;
+    if (!isWeightBound(settings.weightBound))
+        return kWeightBound;
+    if (!isPortType(settings.type))
+        return kUnknownPortType;
+    if (!isMethod(settings.method))
+        return kUnknownMethod;
+    if (!isProtocol(settings.protocol))
+        return kUnknownProtocol;
+    if (settings.maxHalfOpen < 0)
+        return kHalfOpenLimit;
+    return 0;
+}
+
+// Whether a port of the cluster crosses to `port`.
+bool isCrossedTo(const Cluster &cluster, NetworkPort port) {
+    return std::any_of(cluster.ports.byKey.begin(), cluster.ports.byKey.end(),
+                       [port](const auto &item) { return item.second.settings.crossPort.word == port.word; });
+}
+
+// Crossing is one step: a port that crosses to another has no port crossing to itself.
+int32_t checkCrossPort(Cluster &cluster, const PortRecord &settings) {
+    if (settings.crossPort.word == 0)
+        return 0; // crosses to none
+    if (settings.crossPort.word == settings.port.word)
+        return kCrossPortChain;
+    const Port *target = findItem(cluster.ports, hostOrder(settings.crossPort));
+    if (target == nullptr)
+        return kUnknownCrossPort;
+    if (target->settings.crossPort.word != 0 || isCrossedTo(cluster, settings.port))
+        return kCrossPortChain;
+    return 0;
+}
+
+// The weights of the servers stay within the bound, those that wait for their servers to be up as well.
+bool areWeightsWithin(const Port &port, int16_t bound) {
+    return std::all_of(port.servers.byKey.begin(), port.servers.byKey.end(),
+                       [bound](const auto &item) { return weightWhenUp(item.second) <= bound; });
+}
+
+PortRecord newPortSettings(const ClusterRecord &cluster, const PortRecord &request) {
+    PortRecord settings{};
+    settings.clusterKey = request.clusterKey;
+    settings.port = request.port;
+    settings.maxServers = cluster.defaultPortMaxServers;
+    settings.stickyTime = cluster.defaultPortStickyTime;
+    settings.stickyBits = kDefaultStickyBits;
+    settings.staleTimeout = cluster.defaultPortStaleTimeout;
+    settings.weightBound = cluster.defaultPortWeightBound;
+    settings.type = static_cast<int8_t>(cluster.defaultPortType);
+    settings.method = kMethodLinkLevel;
+    settings.replicate = cluster.defaultPortReplicate;
+    return settings;
+}
+
+} // namespace
+
+static void fillEntry(PortListEntry &entry, const Port &port) {
+    entry.port = port.settings.port;
+}
+
+int32_t addPort(ExecutorState &state, PortRecord &record) {
+    const Target target = findCluster(state, record.clusterKey);
+    if (target.reason != 0)
+        return target.reason;
+    Cluster &cluster = *target.cluster;
+    const int32_t number = hostOrder(record.port);
+    if (findItem(cluster.ports, number) != nullptr)
+        return kPortExists;
+    if (numberOf(cluster.ports) >= cluster.settings.maxPorts)
+        return kPortLimit;
+
+    Port port;
+    port.settings = newPortSettings(cluster.settings, record);
+    port.affinityType = cluster.settings.defaultPortAffinityType;
+    applySettings(kPortSettings, record.header, port.settings.header);
+    if (const int32_t reason = checkSettings(port.settings, 0); reason != 0)
+        return reason;
+    if (const int32_t reason = checkCrossPort(cluster, port.settings); reason != 0)
+        return reason;
+    addItem(cluster.ports, number, number, std::move(port));
+    return 0;
+}
+
+int32_t removePort(ExecutorState &state, PortRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    for (auto &[number, port] : target.cluster->ports.byKey) {
+        if (port.settings.crossPort.word == record.port.word)
+            port.settings.crossPort = {};
+    }
+    removeItem(target.cluster->ports, hostOrder(record.port), hostOrder(record.port));
+    return 0;
+}
+
+int32_t listPorts(ExecutorState &state, PortListBlock &block) {
+    const Target target = findCluster(state, block.clusterKey);
+    if (target.reason != 0)
+        return target.reason;
+    fillList<PortListEntry>(block, target.cluster->ports);
+    return 0;
+}
+
+int32_t readPortSettings(ExecutorState &state, PortRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    replyWith(target.port->settings, record);
+    record.numberOfServers = numberOf(target.port->servers);
+    return 0;
+}
+
+int32_t writePortSettings(ExecutorState &state, PortRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    PortRecord settings = target.port->settings;
+    applySettings(kPortSettings, record.header, settings.header);
+    if (const int32_t reason = checkSettings(settings, numberOf(target.port->servers)); reason != 0)
+        return reason;
+    if (isSet(record.setWeightBound) && !areWeightsWithin(*target.port, settings.weightBound))
+        return kWeightBound;
+    if (const int32_t reason = checkCrossPort(*target.cluster, settings); reason != 0)
+        return reason;
+    target.port->settings = settings;
+    return 0;
+}
+
+int32_t readPortReport(ExecutorState &state, PortReportRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    const Port &port = *target.port;
+    PortReportRecord report{}; // nothing is forwarded, so the traffic counters stay 0
+    report.clusterKey = record.clusterKey;
+    report.port = record.port;
+    report.connectionsPerSecond = port.connectionsPerSecond;
+    report.numberOfServers = numberOf(port.servers);
+    report.numberOfRules = numberOf(port.rules);
+    for (const auto &[key, server] : port.servers.byKey) {
+        report.serversDown += server.isDown ? 1 : 0;
+        report.localServers += server.settings.remote != 0 ? 0 : 1;
+        report.highestWeight = std::max<int32_t>(report.highestWeight, server.settings.weight);
+    }
+    report.protocol = port.settings.protocol;
+    report.method = port.settings.method;
+    replyWith(report, record);
+    return 0;
+}
+
+int32_t setPortCps(ExecutorState &state, PortReportRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    return keepRate(record.connectionsPerSecond, target.port->connectionsPerSecond);
+}
+
+} // namespace rk

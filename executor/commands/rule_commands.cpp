@@ -1,0 +1,155 @@
+// The rules of a port.
+#include "executor/commands/commands.h"
+#include "executor/state/settings.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <arpa/inet.h>
+#include <limits>
+
+namespace rk {
+
+namespace {
+
+bool isRangeInOrder(const RuleRecord &settings) {
+    if (settings.ruleType != kRuleTypeAddress)
+        return settings.beginRange <= settings.endRange;
+    return ntohl(static_cast<uint32_t>(settings.beginRange)) <= ntohl(static_cast<uint32_t>(settings.endRange));
+}
+
+// `own` is the rule that has the settings so far, null for a new one.
+int32_t checkSettings(const Port &port, const Rule *own, const RuleRecord &settings) {
+    if (settings.ruleType < 0 || settings.ruleType > kHighestRuleType)
+        return kOutOfRange;
+    const auto holder = port.rules.inOrder.find(settings.priority);
+    const bool isTaken = holder != port.rules.inOrder.end() && holder->second != own;
+    if (settings.priority < 0 || isTaken)
+        return kRulePriority;
+    if (!isRangeInOrder(settings))
+        return kRuleRange;
+    if ((settings.serviceBitsClear & settings.serviceBitsSet) != 0)
+        return kOutOfRange; // no packet has a bit both ways
+    return 0;
+}
+
+// Brings what a request changes into `settings`, which are to be thrown away when there is a reason. The hash
+// identifier has no flag: every request carries it.
+int32_t changeSettings(const Port &port, const Rule *own, const RuleRecord &request, RuleRecord &settings) {
+    if (!isTerminated(request.hashId) || !applySettings(kRuleSettings, request.header, settings.header))
+        return kOutOfRange;
+    storeText(settings.hashId, textIn(request.hashId));
+    return checkSettings(port, own, settings);
+}
+
+// A rule without a priority comes after those that are there. Negative when no priority is left for that.
+int32_t nextPriority(const Port &port) {
+    if (port.rules.inOrder.empty())
+        return 1;
+    const int64_t highest = port.rules.inOrder.rbegin()->first;
+    return highest == std::numeric_limits<int32_t>::max() ? -1 : static_cast<int32_t>(highest + 1);
+}
+
+RuleRecord newRuleSettings(const Port &port, const RuleRecord &request) {
+    RuleRecord settings{};
+    settings.clusterKey = request.clusterKey;
+    settings.port = request.port;
+    storeText(settings.ruleName, textIn(request.ruleName));
+    settings.priority = nextPriority(port);
+    return settings;
+}
+
+} // namespace
+
+static void fillEntry(RuleListEntry &entry, const Rule &rule) {
+    storeText(entry.ruleName, textIn(rule.settings.ruleName));
+}
+
+int32_t addRule(ExecutorState &state, RuleRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    Port &port = *target.port;
+    if (!isTerminated(record.ruleName))
+        return kOutOfRange;
+    const std::string name(textIn(record.ruleName));
+    if (findItem(port.rules, name) != nullptr)
+        return kRuleExists;
+
+    Rule rule;
+    rule.settings = newRuleSettings(port, record);
+    rule.uniqueId = state.executor.nextRuleId;
+    const int32_t reason = changeSettings(port, nullptr, record, rule.settings);
+    if (reason != 0)
+        return reason;
+    const int32_t priority = rule.settings.priority;
+    addItem(port.rules, name, priority, std::move(rule));
+    ++state.executor.nextRuleId;
+    return 0;
+}
+
+int32_t removeRule(ExecutorState &state, RuleRecord &record) {
+    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
+    if (target.reason != 0)
+        return target.reason;
+    removeItem(target.port->rules, textIn(record.ruleName), target.rule->settings.priority);
+    return 0;
+}
+
+int32_t listRules(ExecutorState &state, RuleListBlock &block) {
+    const Target target = findPort(state, block.clusterKey, block.port);
+    if (target.reason != 0)
+        return target.reason;
+    fillList<RuleListEntry>(block, target.port->rules);
+    return 0;
+}
+
+int32_t readRuleSettings(ExecutorState &state, RuleRecord &record) {
+    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
+    if (target.reason != 0)
+        return target.reason;
+    replyWith(target.rule->settings, record);
+    record.numberOfServers = numberOf(target.rule->members);
+    return 0;
+}
+
+int32_t writeRuleSettings(ExecutorState &state, RuleRecord &record) {
+    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
+    if (target.reason != 0)
+        return target.reason;
+    RuleRecord &kept = target.rule->settings;
+    RuleRecord settings = kept;
+    const int32_t reason = changeSettings(*target.port, target.rule, record, settings);
+    if (reason != 0)
+        return reason;
+
+    // The rule moves to its new place without memory being obtained.
+    auto place = target.port->rules.inOrder.extract(kept.priority);
+    place.key() = settings.priority;
+    target.port->rules.inOrder.insert(std::move(place));
+    kept = settings;
+    return 0;
+}
+
+int32_t readRuleReport(ExecutorState &state, RuleReportRecord &record) {
+    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
+    if (target.reason != 0)
+        return target.reason;
+    RuleReportRecord report{}; // nothing is forwarded, so the rule never fires
+    report.clusterKey = record.clusterKey;
+    report.port = record.port;
+    report.connectionsPerSecond = target.rule->connectionsPerSecond;
+    storeText(report.ruleName, textIn(record.ruleName));
+    report.uniqueId = target.rule->uniqueId;
+    report.numberOfServers = numberOf(target.rule->members);
+    replyWith(report, record);
+    return 0;
+}
+
+int32_t setRuleCps(ExecutorState &state, RuleReportRecord &record) {
+    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
+    if (target.reason != 0)
+        return target.reason;
+    return keepRate(record.connectionsPerSecond, target.rule->connectionsPerSecond);
+}
+
+} // namespace rk

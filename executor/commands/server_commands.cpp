@@ -1,0 +1,211 @@
+// The servers of a port.
+#include "executor/commands/commands.h"
+#include "executor/state/settings.h"
+#include "executor/state/values.h"
+#include "rk/reasons.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+
+namespace rk {
+
+namespace {
+
+bool areListenersUsable(const ServerRecord &request) {
+    if (request.numberOfListeners > kListenersPerServer)
+        return false;
+    return std::all_of(request.listeners, request.listeners + request.numberOfListeners,
+                       [](const ListenerEntry &listener) {
+                           return isTerminated(listener.keyRing) && isTerminated(listener.stashFile);
+                       });
+}
+
+// The listener without what stands in its unused bytes and behind its texts.
+ListenerEntry cleanListener(const ListenerEntry &request) {
+    ListenerEntry listener{};
+    listener.address = request.address;
+    listener.mapPort = request.mapPort;
+    listener.protocol = request.protocol;
+    listener.connectTimeout = request.connectTimeout;
+    listener.waitForComplete = request.waitForComplete;
+    storeText(listener.keyRing, textIn(request.keyRing));
+    storeText(listener.stashFile, textIn(request.stashFile));
+    return listener;
+}
+
+// Brings what a request changes into `settings`, which are to be thrown away when there is a reason.
+int32_t changeSettings(const ServerRecord &request, int16_t weightBound, ServerRecord &settings) {
+    if (isSet(request.setListeners) && !areListenersUsable(request))
+        return kOutOfRange;
+    if (!applySettings(kServerSettings, request.header, settings.header))
+        return kOutOfRange;
+    if (isSet(request.setListeners)) {
+        for (int index = 0; index < kListenersPerServer; ++index)
+            settings.listeners[index] =
+                index < request.numberOfListeners ? cleanListener(request.listeners[index]) : ListenerEntry{};
+    }
+    if (isSet(request.setRouterAddress)) {
+        settings.routerAddressPresent = 1;
+        settings.remote = settings.routerAddress.word != 0 ? 1 : 0;
+    }
+    if (settings.weight < 0 || settings.weight > weightBound)
+        return kWeight;
+    if (settings.collocated != 0 && settings.routerAddress.word != 0)
+        return kCollocatedRouter;
+    if (settings.cpsMaximum < 0)
+        return kCpsMaximum;
+    return 0;
+}
+
+ServerRecord newServerSettings(const Port &port, const ServerRecord &request) {
+    ServerRecord settings{};
+    storeText(settings.serverId, textIn(request.serverId));
+    settings.serverKey = request.serverKey;
+    settings.clusterKey = request.clusterKey;
+    settings.port = request.port;
+    settings.weight = std::min(kDefaultWeight, port.settings.weightBound);
+    return settings;
+}
+
+Target findServerOf(ExecutorState &state, const ServerCommandRecord &record) {
+    Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason == 0 && record.numberOfServers != 1)
+        target.reason = kOutOfRange;
+    return target;
+}
+
+// Clients are not bound to a server that is not there.
+void releaseClientsOf(Port &port, uint32_t serverKey) {
+    auto &affinities = port.affinities;
+    std::erase_if(affinities.inOrder, [serverKey](const auto &item) { return item.second->serverKey == serverKey; });
+    std::erase_if(affinities.byKey, [serverKey](const auto &item) { return item.second.serverKey == serverKey; });
+}
+
+} // namespace
+
+// A server has no address of its own but what its first listener or its identifier tells. 0 when neither does.
+NetworkAddress addressOf(const ServerRecord &settings) {
+    if (settings.numberOfListeners > 0)
+        return settings.listeners[0].address;
+    in_addr address{};
+    return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
+}
+
+int32_t addServer(ExecutorState &state, ServerRecord &record) {
+    const Target target = findPort(state, record.clusterKey, record.port);
+    if (target.reason != 0)
+        return target.reason;
+    Port &port = *target.port;
+    if (findItem(port.servers, record.serverKey) != nullptr)
+        return kServerExists;
+    if (numberOf(port.servers) >= port.settings.maxServers)
+        return kServerLimit;
+    if (textIn(record.serverId).size() > kLongestIdentifier)
+        return kOutOfRange;
+
+    Server server;
+    server.settings = newServerSettings(port, record);
+    server.order = state.executor.nextOrder;
+    const int32_t reason = changeSettings(record, port.settings.weightBound, server.settings);
+    if (reason != 0)
+        return reason;
+    addItem(port.servers, record.serverKey, server.order, server);
+    ++state.executor.nextOrder;
+    return 0;
+}
+
+int32_t removeServer(ExecutorState &state, ServerRecord &record) {
+    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason != 0)
+        return target.reason;
+    for (auto &[name, rule] : target.port->rules.byKey) {
+        if (const RuleMember *member = findItem(rule.members, record.serverKey); member != nullptr)
+            removeItem(rule.members, record.serverKey, member->order);
+    }
+    releaseClientsOf(*target.port, record.serverKey);
+    removeItem(target.port->servers, record.serverKey, target.server->order);
+    return 0;
+}
+
+int32_t markServerDown(ExecutorState &state, ServerCommandRecord &record) {
+    const Target target = findServerOf(state, record);
+    if (target.reason != 0)
+        return target.reason;
+    Server &server = *target.server;
+    server.savedWeight = weightWhenUp(server); // kept when it is down already
+    server.settings.weight = 0;
+    server.isDown = true;
+    return 0;
+}
+
+int32_t markServerUp(ExecutorState &state, ServerCommandRecord &record) {
+    const Target target = findServerOf(state, record);
+    if (target.reason != 0)
+        return target.reason;
+    Server &server = *target.server;
+    server.settings.weight = weightWhenUp(server); // kept when it is up already
+    server.savedWeight = 0;
+    server.isDown = false;
+    return 0;
+}
+
+void fillEntry(ServerListEntry &entry, const Server &server) {
+    entry.serverKey = server.settings.serverKey;
+    storeText(entry.serverId, textIn(server.settings.serverId));
+}
+
+int32_t listServers(ExecutorState &state, ServerListBlock &block) {
+    const Target target = findPort(state, block.clusterKey, block.port);
+    if (target.reason != 0)
+        return target.reason;
+    fillList<ServerListEntry>(block, target.port->servers);
+    return 0;
+}
+
+int32_t readServerSettings(ExecutorState &state, ServerRecord &record) {
+    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason != 0)
+        return target.reason;
+    replyWith(target.server->settings, record);
+    return 0;
+}
+
+int32_t writeServerSettings(ExecutorState &state, ServerRecord &record) {
+    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason != 0)
+        return target.reason;
+    Server changed = *target.server;
+    changed.settings.weight = weightWhenUp(changed);
+    const int32_t reason = changeSettings(record, target.port->settings.weightBound, changed.settings);
+    if (reason != 0)
+        return reason;
+    if (changed.isDown) {
+        changed.savedWeight = changed.settings.weight;
+        changed.settings.weight = 0;
+    }
+    *target.server = changed;
+    return 0;
+}
+
+int32_t readServerReport(ExecutorState &state, ServerReportRecord &record) {
+    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason != 0)
+        return target.reason;
+    ServerReportRecord report{}; // nothing is forwarded, so the connection counters stay 0
+    report.clusterKey = record.clusterKey;
+    report.port = record.port;
+    report.serverKey = record.serverKey;
+    report.savedWeight = target.server->savedWeight;
+    report.connectionsPerSecond = target.server->connectionsPerSecond;
+    replyWith(report, record);
+    return 0;
+}
+
+int32_t setServerCps(ExecutorState &state, ServerReportRecord &record) {
+    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
+    if (target.reason != 0)
+        return target.reason;
+    return keepRate(record.connectionsPerSecond, target.server->connectionsPerSecond);
+}
+
+} // namespace rk

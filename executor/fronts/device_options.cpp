@@ -1,0 +1,128 @@
+#include "executor/fronts/device_options.h"
+
+#include "rk/device.h"
+
+#include <cerrno>
+#include <cstring>
+#include <getopt.h>
+
+namespace rk {
+
+namespace {
+
+constexpr char kDeviceFolder[] = "/dev/";
+constexpr std::size_t kLongestDeviceName = 63; // what the kernel lists of a device's name
+
+enum OptionCode : int { kDeviceName = 256, kForeground, kLog, kHelp, kVersion }; // above any short option's
+
+constexpr option kOptions[] = {
+    {"device-name", required_argument, nullptr, kDeviceName},
+    {"foreground", no_argument, nullptr, kForeground},
+    {"log", required_argument, nullptr, kLog},
+    {"help", no_argument, nullptr, kHelp},
+    {"version", no_argument, nullptr, kVersion},
+    {nullptr, 0, nullptr, 0},
+};
+
+// A name that stands for itself below /dev: no way to another folder, nothing that a shell or the kernel reads
+// otherwise.
+bool isDeviceName(const std::string &name) {
+    constexpr char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    return !name.empty() && name.size() <= kLongestDeviceName && std::strchr(letters, name[0]) != nullptr &&
+           name.find_first_not_of(std::string(letters) + "-_.") == std::string::npos;
+}
+
+void refuse(DeviceOptions &options, std::string mistake) {
+    options.action = DeviceAction::refuse;
+    options.mistake = std::move(mistake);
+}
+
+// What is wrong with the option at which getopt_long stopped. `argument` is the last one that it looked at.
+std::string describeOption(const std::string &argument) {
+    if (optopt >= kDeviceName)
+        return argument + ": this option takes no value";
+    if (optopt != 0)
+        return std::string("unknown option -") + static_cast<char>(optopt);
+    return "unknown option " + argument;
+}
+
+// Takes what getopt_long found. `argument` is the last one that it looked at.
+void applyOption(DeviceOptions &options, int found, const std::string &argument) {
+    switch (found) {
+    case kDeviceName:
+        options.deviceName = optarg;
+        if (!isDeviceName(options.deviceName))
+            refuse(options, "'" + options.deviceName +
+                                "' is no device name: letters, digits, '-', '_' and '.', a letter or digit first, "
+                                "at most 63 characters");
+        break;
+    case kForeground:
+        options.isForeground = true;
+        break;
+    case kLog:
+        options.logFile = optarg;
+        if (options.logFile.empty())
+            refuse(options, "--log needs the name of a file");
+        break;
+    case kHelp:
+        options.action = DeviceAction::showHelp;
+        break;
+    case kVersion:
+        options.action = DeviceAction::showVersion;
+        break;
+    case ':':
+        refuse(options, argument + " needs a value");
+        break;
+    default:
+        refuse(options, describeOption(argument));
+    }
+}
+
+} // namespace
+
+const char kDeviceHelp[] =
+    R"(usage: qelxwd [--device-name NAME] [--foreground] [--log FILE]
+
+Makes the character device /dev/qelxw and answers the commands that come to it
+as a load balancer's executor does. It keeps the configuration in memory, and
+forwards no packets. The management server's library finds it in kernel mode.
+
+  --device-name NAME   make /dev/NAME instead (the library knows /dev/qelxw only)
+  --foreground         stay in the foreground, and say when the device is there;
+                       otherwise the program goes to the background then
+  --log FILE           append a line to FILE for each command
+  --help               show this text
+  --version            show the version
+
+It needs the kernel's module cuse (modprobe cuse) and the right to open
+/dev/cuse, which root has. SIGTERM, SIGINT or SIGHUP stop it: the device goes,
+and the configuration with it.
+
+Exit status: 0 stopped, or gone to the background; 1 something failed, and the
+reason was written to standard error; 2 the command line is wrong.
+)";
+
+DeviceOptions parseDeviceOptions(int count, char *const *arguments) {
+    DeviceOptions options;
+    options.deviceName = kExecutorDevice + sizeof kDeviceFolder - 1;
+    optind = 0; // starts afresh
+    opterr = 0;
+    int found = 0;
+    while (options.action == DeviceAction::serve &&
+           (found = getopt_long(count, arguments, ":", kOptions, nullptr)) != -1)
+        applyOption(options, found, arguments[optind - 1]);
+    if (options.action == DeviceAction::serve && optind < count)
+        refuse(options, std::string("surplus argument: ") + arguments[optind]);
+    return options;
+}
+
+std::string describeChannelError(int error) {
+    const std::string channel = kDeviceChannel;
+    if (error == ENOENT || error == ENODEV || error == ENXIO)
+        return "there is no " + channel + ": load the kernel's module first (modprobe cuse)";
+    if (error == EACCES || error == EPERM)
+        return "no right to open " + channel + ": run as root, in a container with the device handed in";
+    return "cannot open " + channel + ": " + std::strerror(error);
+}
+
+} // namespace rk

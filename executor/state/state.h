@@ -1,0 +1,210 @@
+// The executor's state: plain records. Settings are kept in the layout in which they travel, with header, flags and
+// unused bytes 0, so that reading them is a copy.
+#pragma once
+
+#include "executor/state/trace_log.h"
+#include "rk/cluster_records.h"
+#include "rk/diagnostic_records.h"
+#include "rk/executor_records.h"
+#include "rk/ha_records.h"
+#include "rk/port_records.h"
+#include "rk/rule_records.h"
+#include "rk/server_records.h"
+
+#include <cstdio>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace rk {
+
+// Objects that are found by their key and listed by another order. An object stays where it is until it is removed.
+// Can be moved but not copied: the order of a copy would point into the original.
+template <typename Key, typename Item> struct OrderedItems {
+    OrderedItems() = default;
+    OrderedItems(OrderedItems &&) noexcept = default;
+    OrderedItems &operator=(OrderedItems &&) noexcept = default;
+
+    std::map<Key, Item, std::less<>> byKey;
+    std::map<int64_t, Item *> inOrder;
+};
+
+struct Server {
+    ServerRecord settings{};
+    int64_t order = 0;       // order of addition
+    bool isDown = false;     // marked down: the weight is 0
+    int16_t savedWeight = 0; // of a server that is down: the weight it gets back when it is marked up
+    int32_t connectionsPerSecond = 0;
+};
+
+struct RuleMember {
+    const Server *server = nullptr;
+    int64_t order = 0;    // order of addition to the rule
+    int32_t argument = 0; // the caller's, kept for whatever chooses among the servers
+};
+
+struct Rule {
+    RuleRecord settings{};
+    int32_t uniqueId = 0;
+    int32_t connectionsPerSecond = 0;
+    OrderedItems<uint32_t, RuleMember> members; // by server key
+};
+
+struct Connection {
+    uint32_t clientAddress = 0; // in host byte order
+    uint16_t clientPort = 0;    // in host byte order
+    NetworkAddress serverAddress{};
+    uint8_t state = 0;  // the caller's; kConnectionHalfOpen is the only flag that the executor knows
+    uint32_t stamp = 0; // when it was made: seconds since 1970
+};
+
+struct Affinity {
+    uint32_t clientAddress = 0; // in host byte order
+    uint32_t serverAddress = 0; // in host byte order
+    uint32_t serverKey = 0;
+    int64_t order = 0;  // order of addition
+    uint32_t stamp = 0; // when the client was last bound to a server: seconds since 1970
+};
+
+struct Port {
+    PortRecord settings{};
+    uint16_t affinityType = 0; // the cluster's default at the time; no command reads it, it is for whatever forwards
+    int32_t connectionsPerSecond = 0;
+    OrderedItems<uint32_t, Server> servers; // by server key
+    OrderedItems<std::string, Rule> rules;  // by name, in order of priority
+
+    std::map<uint64_t, Connection> connections;  // by client address and port, and in order of them
+    OrderedItems<uint32_t, Affinity> affinities; // by client address
+    int32_t affinitiesReused = 0;                // times that a client was bound again while it had a record
+};
+
+struct Cluster {
+    ClusterRecord settings{};
+    int64_t order = 0; // order of addition
+    int32_t connectionsPerSecond = 0;
+    OrderedItems<int32_t, Port> ports; // by port number, and in order of it
+};
+
+// Counters of a state machine, by their place in its record.
+enum FsmCounter : uint8_t {
+    kCountCommands = 0,     // commands on high availability that were performed, but for reading it
+    kCountHeartbeats = 2,   // heartbeats added
+    kCountReachChanges = 4, // reach targets added, changed or deleted
+    kCountTakeOvers = 6,    // take-overs that made it active
+    kCountStateChanges = 10,
+    kCountSubstateChanges = 11,
+    kCountTimersSet = 12,
+};
+
+// What the executor has counted, for the debug dump.
+struct Counters {
+    FsmCounters primary{};
+    FsmCounters backup{};
+    uint32_t commands = 0;
+    uint32_t connectionsReleased = 0;
+};
+
+// What a start begins afresh.
+struct Executor {
+    ExecutorSettingsRecord settings{};
+    HaStatusRecord highAvailability{};
+    AttackProtectionRecord attackProtection{};
+    IcmpRecord icmp{};
+    Counters counters{};
+    int32_t timeStarted = 0; // seconds since 1970
+    int32_t connectionsPerSecond = 0;
+    OrderedItems<uint32_t, Cluster> clusters; // by cluster key
+    std::set<uint32_t> clusterAddresses;      // in network byte order
+    int64_t nextOrder = 1;
+    int32_t nextRuleId = 1;
+};
+
+struct ExecutorState {
+    bool isProcessReady = false;
+    bool isStarted = false;
+    std::string installPath;
+    std::FILE *log = nullptr; // null: there is no log file
+    TraceLog trace;
+    Executor executor;
+};
+
+// An object and what is above it, or the reason why it is not found.
+struct Target {
+    int32_t reason = 0;
+    Cluster *cluster = nullptr;
+    Port *port = nullptr;
+    Server *server = nullptr;
+    Rule *rule = nullptr;
+};
+
+Target findCluster(ExecutorState &state, uint32_t clusterKey);
+Target findPort(ExecutorState &state, uint32_t clusterKey, NetworkPort port);
+Target findServer(ExecutorState &state, uint32_t clusterKey, NetworkPort port, uint32_t serverKey);
+Target findRule(ExecutorState &state, uint32_t clusterKey, NetworkPort port, std::string_view ruleName);
+Target findPortByAddress(ExecutorState &state, NetworkAddress clusterAddress, NetworkPort port);
+
+// Whether the trace log keeps what belongs to a level and to the commands of a family; `traceBit` 0 is never kept.
+bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit);
+
+// The place of a connection among those of a port. Addresses and ports are in host byte order.
+uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort);
+
+bool isHalfOpen(const Connection &connection);
+
+// The number of connections that a bound client has to its server.
+uint32_t activeConnections(const Port &port, const Affinity &affinity);
+
+// The weight that a server has when it is up. One that is set while the server is down waits for that.
+int16_t weightWhenUp(const Server &server);
+void setWeightWhenUp(Server &server, int16_t weight);
+
+// Null when there is no such item.
+template <typename Key, typename Item, typename Wanted>
+Item *findItem(OrderedItems<Key, Item> &items, const Wanted &key) {
+    const auto found = items.byKey.find(key);
+    return found == items.byKey.end() ? nullptr : &found->second;
+}
+
+template <typename Key, typename Item> int32_t numberOf(const OrderedItems<Key, Item> &items) {
+    return static_cast<int32_t>(items.byKey.size());
+}
+
+// Adds an item whose key and order are not in use. Throws std::bad_alloc with the items as they were: all memory is
+// obtained first, and merge only links what is there.
+template <typename Key, typename Item>
+void addItem(OrderedItems<Key, Item> &items, const Key &key, int64_t order, Item item) {
+    OrderedItems<Key, Item> added;
+    Item &place = added.byKey.emplace(key, std::move(item)).first->second;
+    added.inOrder.emplace(order, &place);
+    items.byKey.merge(added.byKey);
+    items.inOrder.merge(added.inOrder);
+}
+
+// Removes an item that is there.
+template <typename Key, typename Item, typename Wanted>
+void removeItem(OrderedItems<Key, Item> &items, const Wanted &key, int64_t order) {
+    items.inOrder.erase(order);
+    items.byKey.erase(items.byKey.find(key));
+}
+
+// Fills as many entries of a list as there is room for, with a procedure `fillEntry(Entry &, const Item &)`. Entries
+// without an item are zero, so that a caller who reads them all finds empty ones.
+template <typename Entry, typename Block, typename Key, typename Item>
+void fillList(Block &block, const OrderedItems<Key, Item> &items) {
+    Entry *entry = entriesOf<Entry>(&block);
+    Entry *const end = entry + block.count;
+    block.count = 0;
+    for (const auto &[order, item] : items.inOrder) {
+        if (entry == end)
+            break;
+        *entry = Entry{};
+        fillEntry(*entry, *item);
+        ++entry;
+        ++block.count;
+    }
+    for (; entry != end; ++entry)
+        *entry = Entry{};
+}
+
+} // namespace rk

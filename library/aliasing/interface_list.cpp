@@ -1,0 +1,145 @@
+#include "library/aliasing/interface_list.h"
+#include "library/channel/channel.h"
+#include "library/native.h"
+#include "library/support/CMNImpUtils.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+
+using namespace rk;
+
+InterfaceList TheInterfaceList;
+
+namespace {
+
+constexpr int kAliasNumbers = 100; // 0 to 99; 0 is never handed out
+
+// A record's name, with the terminator that the executor may have left out.
+struct Name {
+    char text[sizeof(InterfaceRecord::name) + 1];
+};
+
+Name nameOf(const InterfaceRecord &record) {
+    Name name = {};
+    memcpy(name.text, record.name, sizeof(record.name));
+    return name;
+}
+
+bool isAlias(const Name &name) {
+    return strchr(name.text, ':') != nullptr;
+}
+
+bool onSubnet(uint32_t address, const InterfaceRecord &record) {
+    return (address & record.netmask.word) == record.netnumber.word;
+}
+
+// One address of every record to an int array of Java.
+void columnToJava(JNIEnv *env, jobject javaList, const char *name, const InterfaceList &list,
+                  NetworkAddress InterfaceRecord::*field) {
+    jint values[kInterfaces];
+    const int count = recordsOf(list);
+    for (int i = 0; i < count; ++i)
+        values[i] = static_cast<jint>(ntohl((list.records[i].*field).word));
+    SetJavaIntArrayField(env, javaList, name, 0, count, values);
+}
+
+} // namespace
+
+int rk::recordsOf(const InterfaceList &list) {
+    if (list.count < 0)
+        return 0;
+    return list.count < kInterfaces ? list.count : kInterfaces;
+}
+
+void refreshInterfaceList() {
+    TheInterfaceList = {};
+    if (send(ucb.interfaces, Command::readInterfaces) != 0)
+        return;
+    TheInterfaceList = ucb.interfaces.list;
+    printInterfaceList();
+}
+
+void printInterfaceList() {
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i)
+        ; // a record a turn, for a breakpoint
+}
+
+int32_t copyInterfaceList(JNIEnv *env, jobject, jobject javaList, const InterfaceList *list) {
+    SetJavaIntField(env, javaList, "iNumInterfaces", list->count);
+    columnToJava(env, javaList, "aiIp", *list, &InterfaceRecord::ip);
+    columnToJava(env, javaList, "aiNetmask", *list, &InterfaceRecord::netmask);
+    columnToJava(env, javaList, "aiNetnumber", *list, &InterfaceRecord::netnumber);
+    columnToJava(env, javaList, "aiBroadcast", *list, &InterfaceRecord::broadcast);
+    return 0;
+}
+
+const InterfaceRecord *findAddressConfigInfo(uint32_t address) {
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
+        const InterfaceRecord &record = TheInterfaceList.records[i];
+        if (record.netmask.word != 0 && onSubnet(address, record))
+            return &record;
+    }
+    return nullptr;
+}
+
+int32_t getAlias(const char *prefix) {
+    bool taken[kAliasNumbers] = {};
+    refreshInterfaceList();
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
+        const Name name = nameOf(TheInterfaceList.records[i]);
+        const char *colon = strchr(name.text, ':');
+        if (colon == nullptr || strncmp(name.text, prefix, strlen(prefix)) != 0)
+            continue;
+        const int32_t number = get_number(colon + 1);
+        if (number >= 0 && number < kAliasNumbers)
+            taken[number] = true;
+    }
+    for (int32_t number = 1; number < kAliasNumbers; ++number)
+        if (!taken[number])
+            return number;
+    return -1;
+}
+
+void getInterface(int32_t, uint32_t address, char *name) {
+    refreshInterfaceList();
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
+        const InterfaceRecord &record = TheInterfaceList.records[i];
+        const Name found = nameOf(record);
+        if (isAlias(found) && record.ip.word == htonl(address)) {
+            memcpy(name, found.text, strlen(found.text) + 1);
+            return;
+        }
+    }
+}
+
+void getNetmaskStr(const char *name, char *text) {
+    refreshInterfaceList();
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
+        const InterfaceRecord &record = TheInterfaceList.records[i];
+        if (strcmp(nameOf(record).text, name) == 0) {
+            getAddress(record.netmask.word, text);
+            return;
+        }
+    }
+}
+
+// The list as it stands: setInterfacesNative reads it anew.
+JNIEXPORT jint NATIVE(getNicAddrNative)(JNIEnv *, jobject, jint address, jint which) {
+    for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
+        const InterfaceRecord &record = TheInterfaceList.records[i];
+        if (isAlias(nameOf(record)) || (record.netmask.word == 0 && record.netnumber.word == 0))
+            continue;
+        if (onSubnet(htonl(static_cast<uint32_t>(address)), record))
+            return static_cast<jint>(ntohl(which == 0 ? record.ip.word : record.localip.word));
+    }
+    return 0;
+}
+
+JNIEXPORT void NATIVE(setInterfacesNative)(JNIEnv *, jobject, jobject) {
+    refreshInterfaceList();
+}
+
+// Reserved: fills nothing.
+JNIEXPORT jint NATIVE(getInterfaceListNative)(JNIEnv *, jobject, jobject, jobject) {
+    return -1;
+}

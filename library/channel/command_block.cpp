@@ -1,0 +1,3 @@
+#include "library/channel/channel.h"
+
+rk::CommandBlock ucb;

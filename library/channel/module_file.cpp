@@ -1,0 +1,60 @@
+// The executor is installed as two module files, for kernels with one processor and with several; the generic name is a
+// link to the one that fits. No native method does this: it is for programs that install the executor.
+#include "library/channel/module_file.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int32_t kModeLink = 1;
+constexpr int32_t kModeUnlink = 2;
+
+constexpr char kGenericName[] = "/opt/qel/brev/xw/servers/bin/qelrk";
+
+// Runs a command and returns the first byte that it prints; -1 when it cannot be run or prints nothing.
+int firstByteOf(const char *command) {
+    FILE *pipe = popen(command, "r");
+    if (pipe == nullptr)
+        return -1;
+    unsigned char byte = 0;
+    const bool read = ::read(fileno(pipe), &byte, 1) == 1;
+    pclose(pipe);
+    return read ? byte : -1;
+}
+
+// Runs a command to its end; what comes of it does not matter.
+void run(const char *command) {
+    FILE *pipe = popen(command, "r");
+    if (pipe != nullptr)
+        pclose(pipe);
+}
+
+void linkFile() {
+    const int existing = open(kGenericName, O_RDWR);
+    if (existing != -1) {
+        close(existing);
+        return;
+    }
+    const int processors = firstByteOf("/bin/uname -a | /bin/grep -i smp | wc -l | awk '{print $1}'");
+    char file[16];
+    snprintf(file, sizeof(file), "qelrk-%s", processors != -1 && processors != '0' ? "smp" : "up");
+    char command[160];
+    snprintf(command, sizeof(command), "/bin/ln -s /opt/qel/brev/xw/servers/bin/%s %s", file, kGenericName);
+    run(command);
+}
+
+void removeLink() {
+    if (firstByteOf("/usr/bin/test -L /opt/qel/brev/xw/servers/bin/qelrk && echo 1") == '1')
+        run("/bin/rm /opt/qel/brev/xw/servers/bin/qelrk");
+}
+
+} // namespace
+
+void CMN_LinuxBinaryFile(int32_t mode) {
+    if (mode == kModeLink)
+        linkFile();
+    else if (mode == kModeUnlink)
+        removeLink();
+}

@@ -1,0 +1,214 @@
+// Clusters: the virtual addresses on which the executor balances load.
+#include "library/config/clusters.h"
+#include "library/config/executor_settings.h"
+#include "library/native.h"
+#include "library/shared/lists.h"
+#include "library/shared/settings.h"
+
+using namespace rk;
+
+namespace {
+
+constexpr int32_t kStatusBadAddress = -3;
+constexpr int32_t kStatusNoIdentifier = -88;
+constexpr int32_t kStatusIdentifierTooLong = -90;
+
+constexpr ReasonRow kAddOrSetReasons[] = {{-33, kStatusBadAddress}, {-9, -29}, {-8, -4}, {-7, -28}, {-5, -5}};
+constexpr ReasonRow kReasons[] = {{-5, -5}};
+
+// The cluster that a request is about: the key of the object's identifier. Without an identifier nothing may be sent,
+// or the request would be about the cluster of the command before.
+bool keyFromJava(JNIEnv *env, jobject cluster, uint32_t &key) {
+    return JStringFieldToHash(env, cluster, "sClusterId", &key) != nullptr;
+}
+
+void flagsOfRecordToJava(JNIEnv *env, jobject cluster, const ClusterRecord &record) {
+    flagsToJava(env, cluster,
+                {{"SetMaxNumberOfPorts", record.setMaxPorts},
+                 {"SetPrimaryHost", record.setPrimaryHost},
+                 {"SetDefaultPortMaxServers", record.setDefaultPortMaxServers},
+                 {"SetDefaultPortStickyTime", record.setDefaultPortStickyTime},
+                 {"SetDefaultPortAffinityType", record.setDefaultPortAffinityType},
+                 {"SetDefaultPortWeightBound", record.setDefaultPortWeightBound},
+                 {"SetDefaultPortType", record.setDefaultPortType},
+                 {"SetDefaultPortReplicate", record.setDefaultPortReplicate},
+                 {"SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout},
+                 {"SetClusterProportions", record.setProportions},
+                 {"SetSharedBandwidth", record.setSharedBandwidth},
+                 {"SetIPAddress", record.setAddress},
+                 {"SetNatPtAddress", record.setNatAddress}});
+}
+
+// Appends the names of all clusters. Returns 0 or a status; any failure of the list itself is kStatusOther.
+int32_t listClusters(ReportText &text) {
+    if (const int32_t status = getExecutorReport(); status != 0)
+        return status;
+    const int32_t room = ucb.executorReport.numberOfClusters;
+    auto *block = allocateBlock<ClusterListBlock, ClusterListEntry>(room);
+    if (block == nullptr)
+        return kStatusOutOfMemory;
+    const int32_t status = sendBlock(block->header, Command::listClusters, {});
+    if (status == 0)
+        appendNames(text, entriesOf<const ClusterListEntry>(block), entriesToRead(block->count, room),
+                    &ClusterListEntry::clusterId);
+    free(block);
+    return status;
+}
+
+} // namespace
+
+int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
+    ClusterRecord &record = ucb.cluster;
+    record.header.length = sizeof(ClusterRecord);
+    if (!keyFromJava(env, cluster, record.clusterKey))
+        return kStatusNoIdentifier;
+    NetworkAddress address;
+    if (addressFromJava(env, cluster, "Address", address) == 0)
+        record.address = address; // a text that does not parse matters only when the address is to be changed, below
+    optional(env, cluster, "SetMaxNumberOfPorts", record.setMaxPorts, "MaxNumberOfPorts", record.maxPorts);
+    if (flagFromJava(env, cluster, "SetPrimaryHost", record.setPrimaryHost))
+        addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost);
+    optional(env, cluster, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
+             record.defaultPortMaxServers);
+    optional(env, cluster, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
+             record.defaultPortStickyTime);
+    optional(env, cluster, "SetDefaultPortAffinityType", record.setDefaultPortAffinityType, "DefaultPortAffinityType",
+             record.defaultPortAffinityType);
+    optional(env, cluster, "SetDefaultPortWeightBound", record.setDefaultPortWeightBound, "DefaultPortWeightBound",
+             record.defaultPortWeightBound);
+    optional(env, cluster, "SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout, "DefaultPortStaleTimeout",
+             record.defaultPortStaleTimeout);
+    if (flagFromJava(env, cluster, "SetClusterProportions", record.setProportions)) {
+        fromJava(env, cluster, "iActiveConnsProp", record.activeConnectionsProportion);
+        fromJava(env, cluster, "iNewConnsProp", record.newConnectionsProportion);
+        fromJava(env, cluster, "iPortSpecificProp", record.portSpecificProportion);
+        fromJava(env, cluster, "iSystemProp", record.systemProportion);
+    }
+    optional(env, cluster, "SetSharedBandwidth", record.setSharedBandwidth, "iSharedBytesPerSecond",
+             record.sharedBytesPerSecond);
+    optional(env, cluster, "SetDefaultPortType", record.setDefaultPortType, "DefaultPortType", record.defaultPortType);
+    optional(env, cluster, "SetDefaultPortReplicate", record.setDefaultPortReplicate, "DefaultPortReplicate",
+             record.defaultPortReplicate);
+    textFromJava(env, cluster, "sClusterId", record.clusterId);
+    jint key = 0;
+    record.clusterKey = static_cast<uint32_t>(GetJavaIntField(env, cluster, "iClusterIdKey", &key));
+    if (flagFromJava(env, cluster, "SetIPAddress", record.setAddress)) {
+        if (addressFromJava(env, cluster, "Address", address) != 0)
+            return kStatusBadAddress;
+        record.address = address;
+    }
+    if (flagFromJava(env, cluster, "SetNatPtAddress", record.setNatAddress))
+        bytesFromJava(env, cluster, "natPtAddress", record.natAddress);
+
+    const int32_t status = sendAndMap(record, record.header.command, kAddOrSetReasons);
+    flagsOfRecordToJava(env, cluster, record);
+    return status;
+}
+
+int32_t getClusterReport(uint32_t clusterKey) {
+    ucb.clusterReport.clusterKey = clusterKey;
+    return send(ucb.clusterReport, Command::readClusterReport);
+}
+
+JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    const int32_t status =
+        identifierKeyToJava(env, cluster, "sClusterId", "iClusterIdKey", kStatusNoIdentifier, kStatusIdentifierTooLong);
+    if (status != 0)
+        return status;
+    ucb.header.command = Command::addCluster;
+    return AddOrSetCluster(env, interface, cluster);
+}
+
+// A change makes no check of the identifier's length, on purpose: a cluster that could be added has a short one.
+JNIEXPORT jint NATIVE(setClusterStatusNative)(JNIEnv *env, jobject interface, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    ucb.header.command = Command::writeClusterSettings;
+    return AddOrSetCluster(env, interface, cluster);
+}
+
+JNIEXPORT jint NATIVE(removeClusterNative)(JNIEnv *env, jobject, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
+        return kStatusNoIdentifier;
+    return sendAndMap(ucb.cluster, Command::removeCluster, kReasons);
+}
+
+JNIEXPORT jint NATIVE(getClusterStatusNative)(JNIEnv *env, jobject, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    const ClusterRecord &record = ucb.cluster;
+    if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
+        return kStatusNoIdentifier;
+    if (const int32_t status = sendAndMap(ucb.cluster, Command::readClusterSettings, kReasons); status != 0)
+        return status;
+    toJava(env, cluster, "NumPorts", record.numberOfPorts);
+    toJava(env, cluster, "MaxNumberOfPorts", record.maxPorts);
+    toJava(env, cluster, "DefaultPortMaxServers", record.defaultPortMaxServers);
+    toJava(env, cluster, "DefaultPortStickyTime", record.defaultPortStickyTime);
+    toJava(env, cluster, "DefaultPortAffinityType", record.defaultPortAffinityType);
+    toJava(env, cluster, "DefaultPortWeightBound", record.defaultPortWeightBound);
+    toJava(env, cluster, "DefaultPortStaleTimeout", record.defaultPortStaleTimeout);
+    toJava(env, cluster, "iNewConnsProp", record.newConnectionsProportion);
+    toJava(env, cluster, "iActiveConnsProp", record.activeConnectionsProportion);
+    toJava(env, cluster, "iPortSpecificProp", record.portSpecificProportion);
+    toJava(env, cluster, "iSystemProp", record.systemProportion);
+    toJava(env, cluster, "iSharedBytesPerSecond", record.sharedBytesPerSecond);
+    toJava(env, cluster, "DefaultPortType", record.defaultPortType);
+    toJava(env, cluster, "DefaultPortReplicate", record.defaultPortReplicate);
+    toJava(env, cluster, "sPrimaryHost", record.primaryHost);
+    toJava(env, cluster, "iClusterIdKey", record.clusterKey);
+    toJava(env, cluster, "sClusterId", record.clusterId);
+    toJava(env, cluster, "Address", record.address);
+    bytesToJava(env, cluster, "natPtAddress", record.natAddress);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    ClusterReportRecord &record = ucb.clusterReport;
+    NetworkAddress unused; // the address is parsed, and a host name resolved, but the key alone names the cluster
+    addressFromJava(env, cluster, "Address", unused);
+    if (!keyFromJava(env, cluster, record.clusterKey))
+        return kStatusNoIdentifier;
+    if (const int32_t status = sendAndMap(record, Command::readClusterReport, kReasons); status != 0)
+        return status;
+    toJava(env, cluster, "NumPorts", record.numberOfPorts);
+    toJava(env, cluster, "SYNonActive", record.synOnActive);
+    toJava(env, cluster, "SYNonFINNed", record.synOnFinished);
+    toJava(env, cluster, "FINs_Dropped", record.finsDropped);
+    toJava(env, cluster, "ACKs_Dropped", record.acksDropped);
+    toJava(env, cluster, "RSTs_Dropped", record.rstsDropped);
+    toJava(env, cluster, "PKTs_Dropped", record.packetsDropped);
+    toJava(env, cluster, "PKTnonExisting", record.packetsForNoConnection);
+    toJava(env, cluster, "QuiescNew", record.newWhileQuiesced);
+    toJava(env, cluster, "iBytesPerSecond", record.bytesPerSecond);
+    toJava(env, cluster, "iConnectionsPerSecond", record.connectionsPerSecond);
+    toJava(env, cluster, "iClusterIdKey", record.clusterKey);
+    toJava(env, cluster, "Address", record.address);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(setClusterCPSNative)(JNIEnv *env, jobject, jobject cluster) {
+    if (!required(env, cluster, "cluster"))
+        return kStatusOther;
+    jint key = 0;
+    ucb.clusterReport.clusterKey = static_cast<uint32_t>(GetJavaIntField(env, cluster, "iClusterIdKey", &key));
+    fromJava(env, cluster, "iConnectionsPerSecond", ucb.clusterReport.connectionsPerSecond);
+    return send(ucb.clusterReport, Command::setClusterCps);
+}
+
+JNIEXPORT jint NATIVE(getClustersListNative)(JNIEnv *env, jobject, jobject list) {
+    if (!required(env, list, "list"))
+        return kStatusOther;
+    ReportText text;
+    if (!openReport(text, kListTextBytes))
+        return kStatusOutOfMemory;
+    const int32_t status = listClusters(text);
+    appendReportToJava(env, list, text);
+    return status;
+}

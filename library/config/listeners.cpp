@@ -1,0 +1,106 @@
+#include "library/config/listeners.h"
+#include "library/shared/java_calls.h"
+#include "library/shared/keys.h"
+#include "library/shared/settings.h"
+
+#include <arpa/inet.h>
+
+namespace rk {
+
+namespace {
+
+constexpr int32_t kStatusListenersDiffer = -10;
+constexpr int32_t kStatusNoListener = -17;
+constexpr int32_t kStatusBadListener = -78;
+
+// A local reference to a listener, or null.
+jobject listenerAt(JNIEnv *env, jobject server, jint index) {
+    jobject listener = nullptr;
+    const int32_t status = GetObjectFromJavaMethodIndex(
+        env, server, "getListener", "(I)Lcom/qel/internet/rk/common/CMNListener;", index, &listener);
+    if (succeeded(env, status))
+        return listener;
+    env->DeleteLocalRef(listener); // there is one when the exception is of an earlier step
+    return nullptr;
+}
+
+bool textFromMethod(JNIEnv *env, jobject listener, const char *name, char *field) {
+    jobject string = nullptr;
+    const bool obtained = succeeded(env, GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &string));
+    if (obtained)
+        copyString(env, static_cast<jstring>(string), field);
+    env->DeleteLocalRef(string);
+    return obtained;
+}
+
+int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, ListenerEntry &entry) {
+    jint address = 0;
+    if (!callInt(env, listener, "getIntAddress", address))
+        return kStatusNoListener;
+    entry.address.word = htonl(static_cast<uint32_t>(address));
+    jint mapPort = 0;
+    if (!callInt(env, listener, "getMapPort", mapPort) || checkPort(mapPort) != 0)
+        return kStatusBadListener;
+    entry.mapPort = toNetworkPort(mapPort);
+    // The two times are the server's, not the listener's, on purpose: every entry carries the same ones.
+    if (!callInt(env, listener, "getProtocol", entry.protocol) ||
+        !callInt(env, server, "getConnectTimeout", entry.connectTimeout) ||
+        !callInt(env, server, "getIntWaitForComplete", entry.waitForComplete) ||
+        !textFromMethod(env, listener, "getKeyRing", entry.keyRing) ||
+        !textFromMethod(env, listener, "getStashFile", entry.stashFile))
+        return kStatusBadListener;
+    return 0;
+}
+
+int32_t listenerToJava(JNIEnv *env, jobject server, jobject listener, const ListenerEntry &entry) {
+    if (!callWithInt(env, listener, "setAddress", static_cast<jint>(ntohl(entry.address.word))))
+        return kStatusBadListener;
+    SetJavaIntField(env, listener, "_iMapPort", fromNetworkPort(entry.mapPort));
+    toJava(env, listener, "_iProtocol", entry.protocol);
+    toJava(env, listener, "_sKeyRing", entry.keyRing);
+    toJava(env, listener, "_sStashFile", entry.stashFile);
+    if (!callWithInt(env, server, "setWaitForContinueFromNative", entry.waitForComplete) ||
+        !callWithInt(env, server, "setConnectTimeoutFromNative", entry.connectTimeout))
+        return kStatusBadListener;
+    return 0;
+}
+
+} // namespace
+
+int32_t listenersFromJava(JNIEnv *env, jobject server, jint count, ServerRecord &record) {
+    if (count > kListenersPerServer)
+        return kStatusBadListener;
+    for (jint i = 0; i < count; ++i) {
+        jobject listener = listenerAt(env, server, i);
+        if (listener == nullptr)
+            return kStatusNoListener;
+        const int32_t status = listenerFromJava(env, server, listener, record.listeners[i]);
+        env->DeleteLocalRef(listener);
+        if (status != 0)
+            return status;
+    }
+    return 0;
+}
+
+int32_t listenersToJava(JNIEnv *env, jobject server, const ServerRecord &record) {
+    jint javaCount = 0;
+    GetJavaIntField(env, server, "_iNumListeners", &javaCount);
+    const jint executorCount = record.numberOfListeners;
+    if (javaCount > 1 && executorCount > 1 && javaCount != executorCount)
+        return kStatusListenersDiffer;
+    const jint count = executorCount < kListenersPerServer ? executorCount : kListenersPerServer;
+    if (javaCount == 1 && count > 1 && !callWithInt(env, server, "addListenersFromNative", count))
+        return kStatusBadListener;
+    for (jint i = 0; i < count; ++i) {
+        jobject listener = listenerAt(env, server, i);
+        if (listener == nullptr)
+            return kStatusBadListener;
+        const int32_t status = listenerToJava(env, server, listener, record.listeners[i]);
+        env->DeleteLocalRef(listener);
+        if (status != 0)
+            return status;
+    }
+    return 0;
+}
+
+} // namespace rk

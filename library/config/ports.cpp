@@ -1,0 +1,237 @@
+// Ports: the protocol port numbers that a cluster serves.
+#include "library/config/ports.h"
+#include "library/config/clusters.h"
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/shared/lists.h"
+#include "library/shared/settings.h"
+
+#include <unistd.h>
+
+using namespace rk;
+
+namespace {
+
+constexpr int32_t kStatusBadClusterAddress = -3;
+
+constexpr int32_t kReasonOutOfMemory = -2;
+constexpr unsigned kRetryWaits[] = {6789, 6543}; // seconds
+
+constexpr ReasonRow kAddOrSetReasons[] = {{-87, -57}, {-84, -84}, {-62, -75}, {-61, -74}, {-56, -68},
+                                          {-55, -67}, {-54, -12}, {-53, -66}, {-52, -65}, {-27, -38},
+                                          {-18, -73}, {-5, -5},   {-4, -30},  {-3, -14},  {-1, -12}};
+constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
+constexpr ReasonRow kListReasons[] = {{-5, -5}};
+
+// An executor that is out of memory gets the same block again after a long wait. The waits are hours, on purpose.
+int32_t sendWithRetries(PortRecord &record) {
+    if (prv_EXC_Command(&record.header) == 0)
+        return 0;
+    if (record.header.reason != kReasonOutOfMemory)
+        return statusOf(record.header.reason, kAddOrSetReasons);
+    for (const unsigned seconds : kRetryWaits) {
+        sleep(seconds);
+        if (prv_EXC_Command(&record.header) == 0)
+            return 0;
+    }
+    return kStatusOutOfMemory;
+}
+
+void flagsOfRecordToJava(JNIEnv *env, jobject port, const PortRecord &record) {
+    flagsToJava(env, port,
+                {{"SetMaxNumberOfServers", record.setMaxServers},
+                 {"SetStickyTime", record.setStickyTime},
+                 {"SetPortProtocol", record.setProtocol},
+                 {"SetStickyBits", record.setStickyBits},
+                 {"SetStaleTimeout", record.setStaleTimeout},
+                 {"SetWeightBound", record.setWeightBound},
+                 {"SetType", record.setType},
+                 {"SetMethod", record.setMethod},
+                 {"SetReplicate", record.setReplicate},
+                 {"SetMaxHalfOpen", record.setMaxHalfOpen},
+                 {"SetCrossPort", record.setCrossPort},
+                 {"SetSendReset", record.setSendReset}});
+}
+
+// The first step of adding and changing, which look at the port number before anything else.
+int32_t addOrSet(JNIEnv *env, jobject interface, jobject port, Command command) {
+    if (!required(env, port, "port"))
+        return kStatusOther;
+    NetworkPort number;
+    if (const int32_t status = portFromJava(env, port, "PortNumber", number); status != 0)
+        return status;
+    ucb.header.command = command;
+    return AddOrSetPort(env, interface, port);
+}
+
+// The keys of a request about a port, the number first: 0, or the status of what is wrong with them.
+template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject port, Record &record) {
+    NetworkPort number;
+    int32_t status = portFromJava(env, port, "PortNumber", number);
+    if (status == 0)
+        status = clusterKeyFromJava(env, port, record.clusterKey);
+    if (status == 0)
+        record.port = number;
+    return status;
+}
+
+// Appends the numbers of a cluster's ports. Returns 0 or a status.
+int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
+    uint32_t key = 0;
+    if (const int32_t status = keyOfString(env, clusterId, key); status != 0)
+        return status;
+    if (const int32_t status = getClusterReport(key); status != 0)
+        return status;
+    const int32_t room = ucb.clusterReport.numberOfPorts;
+    auto *block = allocateBlock<PortListBlock, PortListEntry>(room);
+    if (block == nullptr)
+        return kStatusOutOfMemory;
+    block->clusterKey = key;
+    const int32_t status = sendBlock(block->header, Command::listPorts, kListReasons);
+    if (status == 0) {
+        const auto *entries = entriesOf<const PortListEntry>(block);
+        const int32_t count = entriesToRead(block->count, room);
+        for (int32_t i = 0; i < count && appendLine(text, "+%d", fromNetworkPort(entries[i].port)) == 0; ++i)
+            ;
+    }
+    free(block);
+    return status;
+}
+
+} // namespace
+
+int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
+    PortRecord &record = ucb.port;
+    record.header.length = sizeof(PortRecord);
+    if (const int32_t status = clusterAndPortFromJava(env, port, "PortNumber", record.clusterKey, record.port);
+        status != 0)
+        return status;
+    optional(env, port, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
+    optional(env, port, "SetStaleTimeout", record.setStaleTimeout, "StaleTimeout", record.staleTimeout);
+    optional(env, port, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
+    optional(env, port, "SetStickyBits", record.setStickyBits, "iStickyBits", record.stickyBits);
+    optional(env, port, "SetWeightBound", record.setWeightBound, "WeightBound", record.weightBound);
+    if (flagFromJava(env, port, "SetType", record.setType)) {
+        jchar type = 0;
+        record.type = static_cast<int8_t>(GetJavaCharField(env, port, "Type", &type));
+    }
+    optional(env, port, "SetMethod", record.setMethod, "iMethod", record.method);
+    optional(env, port, "SetPortProtocol", record.setProtocol, "iPortProtocol", record.protocol);
+    if (flagFromJava(env, port, "SetReplicate", record.setReplicate)) {
+        jint replicate = 0;
+        record.replicate = static_cast<uint8_t>(GetJavaIntField(env, port, "Replicate", &replicate));
+    }
+    optional(env, port, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
+    if (flagFromJava(env, port, "SetCrossPort", record.setCrossPort)) {
+        jint crossPort = 0;
+        record.crossPort = toNetworkPort(GetJavaIntField(env, port, "iCrossPort", &crossPort));
+    }
+    optional(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
+
+    const int32_t status = sendWithRetries(record);
+    flagsOfRecordToJava(env, port, record);
+    return status;
+}
+
+int32_t getPortReport(uint32_t clusterKey, int32_t port) {
+    ucb.portReport.clusterKey = clusterKey;
+    ucb.portReport.port = toNetworkPort(port);
+    return send(ucb.portReport, Command::readPortReport);
+}
+
+int32_t rk::reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey) {
+    int32_t status = keyOfString(env, clusterId, clusterKey);
+    if (status == 0)
+        status = checkPort(port);
+    return status != 0 ? status : getPortReport(clusterKey, port);
+}
+
+JNIEXPORT jint NATIVE(addPortNative)(JNIEnv *env, jobject interface, jobject port) {
+    return addOrSet(env, interface, port, Command::addPort);
+}
+
+JNIEXPORT jint NATIVE(setPortStatusNative)(JNIEnv *env, jobject interface, jobject port) {
+    return addOrSet(env, interface, port, Command::writePortSettings);
+}
+
+JNIEXPORT jint NATIVE(removePortNative)(JNIEnv *env, jobject, jobject port) {
+    if (!required(env, port, "port"))
+        return kStatusOther;
+    NetworkAddress unused; // the cluster's key names it; its address must be one all the same
+    if (addressFromJava(env, port, "ClusterAddress", unused) != 0)
+        return kStatusBadClusterAddress;
+    if (const int32_t status = keysFromJava(env, port, ucb.port); status != 0)
+        return status;
+    return sendAndMap(ucb.port, Command::removePort, kReasons);
+}
+
+JNIEXPORT jint NATIVE(getPortStatusNative)(JNIEnv *env, jobject, jobject port) {
+    if (!required(env, port, "port"))
+        return kStatusOther;
+    PortRecord &record = ucb.port;
+    if (const int32_t status = keysFromJava(env, port, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readPortSettings, kReasons); status != 0)
+        return status;
+    toJava(env, port, "NumServers", record.numberOfServers);
+    toJava(env, port, "MaxNumberOfServers", record.maxServers);
+    toJava(env, port, "StickyTime", record.stickyTime);
+    toJava(env, port, "iPortProtocol", record.protocol);
+    toJava(env, port, "iStickyBits", record.stickyBits);
+    toJava(env, port, "StaleTimeout", record.staleTimeout);
+    toJava(env, port, "WeightBound", record.weightBound);
+    SetJavaCharField(env, port, "Type", record.type); // sign-extended: 0x80 becomes 0xFF80
+    toJava(env, port, "iMethod", record.method);
+    SetJavaIntField(env, port, "Replicate", record.replicate);
+    SetJavaIntField(env, port, "iCrossPort", fromNetworkPort(record.crossPort));
+    toJava(env, port, "iMaxHalfOpen", record.maxHalfOpen);
+    SetJavaByteField(env, port, "SendReset", record.sendReset);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(getPortReportNative)(JNIEnv *env, jobject, jobject port) {
+    if (!required(env, port, "port"))
+        return kStatusOther;
+    PortReportRecord &record = ucb.portReport;
+    if (const int32_t status = keysFromJava(env, port, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readPortReport, kReasons); status != 0)
+        return status;
+    toJava(env, port, "NumServers", record.numberOfServers);
+    toJava(env, port, "NumNodesDown", record.serversDown);
+    toJava(env, port, "NumNodesLocal", record.localServers);
+    toJava(env, port, "MaxWeight", record.highestWeight);
+    toJava(env, port, "iConnectionsPerSecond", record.connectionsPerSecond);
+    toJava(env, port, "ActiveConnections", record.activeConnections);
+    toJava(env, port, "iNumHalfOpen", record.halfOpenConnections);
+    toJava(env, port, "iBytesPerSecond", record.bytesPerSecond);
+    toJava(env, port, "iResetsSent", record.resetsSent);
+    toJava(env, port, "iPortProtocol", record.protocol);
+    toJava(env, port, "iMethod", record.method);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(setPortCPSNative)(JNIEnv *env, jobject, jobject port) {
+    if (!required(env, port, "port"))
+        return kStatusOther;
+    PortReportRecord &record = ucb.portReport;
+    NetworkPort number;
+    if (const int32_t status = portFromJava(env, port, "PortNumber", number); status != 0)
+        return status;
+    fromJava(env, port, "iConnectionsPerSecond", record.connectionsPerSecond);
+    if (const int32_t status = clusterKeyFromJava(env, port, record.clusterKey); status != 0)
+        return status;
+    record.port = number;
+    return send(record, Command::setPortCps);
+}
+
+JNIEXPORT jint NATIVE(getPortsListNative)(JNIEnv *env, jobject, jstring clusterId, jobject list) {
+    if (!required(env, list, "list"))
+        return kStatusOther;
+    ReportText text;
+    if (!openReport(text, kListTextBytes))
+        return kStatusOutOfMemory;
+    const int32_t status = listPorts(env, clusterId, text);
+    appendReportToJava(env, list, text);
+    return status;
+}

@@ -1,0 +1,259 @@
+// Rules: which servers of a port take a connection.
+#include "library/config/rules.h"
+#include "library/config/ports.h"
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/shared/lists.h"
+#include "library/shared/settings.h"
+
+using namespace rk;
+
+namespace {
+
+constexpr int32_t kStatusBadRuleType = -52;
+constexpr int32_t kStatusBadBeginAddress = -53;
+constexpr int32_t kStatusBadEndAddress = -54;
+constexpr int8_t kHighestRuleType = 9;
+constexpr int kServiceBits = 8;
+
+constexpr ReasonRow kAddOrSetReasons[] = {{-46, -50}, {-47, -58}, {-70, -82}, {-45, -28}, {-5, -5}, {-1, -12}};
+constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-44, -57}};
+constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}};
+
+// A given type goes into the record. Without one the executor is asked for the rule's record, which then fills the
+// block, and with it what was written there so far: the configuration source is the executor's own again, on purpose.
+int32_t ruleType(JNIEnv *env, jobject rule, RuleRecord &record) {
+    if (!flagFromJava(env, rule, "SetRuleType", record.setRuleType))
+        return getRuleType();
+    int8_t type = 0;
+    fromJava(env, rule, "RuleType", type);
+    if (type < 0 || type > kHighestRuleType)
+        return kStatusBadRuleType;
+    record.ruleType = type;
+    return 0;
+}
+
+// One end of the range: an address when the rule's type says so, else a number.
+int32_t rangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addressName, const char *numberName,
+                 int32_t badAddress, int32_t &field) {
+    if (type != kRuleTypeAddress) {
+        fromJava(env, rule, numberName, field);
+        return 0;
+    }
+    NetworkAddress address;
+    if (addressFromJava(env, rule, addressName, address) != 0)
+        return badAddress;
+    field = static_cast<int32_t>(address.word);
+    return 0;
+}
+
+// Eight characters, the first for bit 7: "0" and "1" tell what the bit must be, any other that it does not matter. A
+// shorter text leaves the bits it does not name open.
+void serviceBits(JNIEnv *env, jobject rule, RuleRecord &record) {
+    if (!flagFromJava(env, rule, "SetServiceTOS", record.setServiceTos))
+        return;
+    record.serviceBitsClear = 0;
+    record.serviceBitsSet = 0;
+    jstring string = nullptr;
+    GetJavaStringField(env, rule, "ServiceTOS", &string);
+    const char *text = utfChars(env, string);
+    if (text != nullptr) {
+        for (int i = 0; i < kServiceBits && text[i] != '\0'; ++i) {
+            const auto bit = static_cast<uint8_t>(0x80 >> i);
+            if (text[i] == '0')
+                record.serviceBitsClear |= bit;
+            else if (text[i] == '1')
+                record.serviceBitsSet |= bit;
+        }
+        env->ReleaseStringUTFChars(string, text);
+    }
+    env->DeleteLocalRef(string);
+}
+
+void serviceBitsToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
+    char text[kServiceBits + 1] = {};
+    for (int i = 0; record.ruleType == kRuleTypeService && i < kServiceBits; ++i) {
+        const int bit = 0x80 >> i;
+        if ((record.serviceBitsClear & bit) != 0)
+            text[i] = '0';
+        else
+            text[i] = (record.serviceBitsSet & bit) != 0 ? '1' : 'x';
+    }
+    SetJavaStringField(env, rule, "ServiceTOS", text);
+}
+
+// One end of the range as address text and as number, whatever the type.
+void rangeEndToJava(JNIEnv *env, jobject rule, const char *addressName, const char *numberName, int32_t field) {
+    SetJavaStringFieldToAddr(env, rule, addressName, static_cast<uint32_t>(field));
+    toJava(env, rule, numberName, field);
+}
+
+// SetConfigSource is not among them, on purpose.
+void flagsOfRecordToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
+    flagsToJava(env, rule,
+                {{"SetRuleType", record.setRuleType},
+                 {"SetBeginRange", record.setBeginRange},
+                 {"SetEndRange", record.setEndRange},
+                 {"SetPriority", record.setPriority},
+                 {"SetPattern", record.setPattern},
+                 {"SetServiceTOS", record.setServiceTos},
+                 {"SetShareLevel", record.setShareLevel},
+                 {"SetEvaluate", record.setEvaluate},
+                 {"SetWhatAffinity", record.setWhatAffinity},
+                 {"SetStickyTime", record.setStickyTime},
+                 {"SetCookieName", record.setCookieName}});
+}
+
+// The keys and the name of a request about a rule: 0, or the status of what is wrong with them.
+template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject rule, Record &record) {
+    const int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", record.clusterKey, record.port);
+    return status != 0 ? status : ruleNameFromJava(env, rule, record.ruleName);
+}
+
+// Appends the names of a port's rules. Returns 0 or a status.
+int32_t listRules(JNIEnv *env, jstring clusterId, jint port, ReportText &text) {
+    uint32_t clusterKey = 0;
+    if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
+        return status;
+    const int32_t room = ucb.portReport.numberOfRules;
+    auto *block = allocateBlock<RuleListBlock, RuleListEntry>(room, clusterKey, toNetworkPort(port));
+    if (block == nullptr)
+        return kStatusOutOfMemory;
+    const int32_t status = sendBlock(block->header, Command::listRules, kListReasons);
+    if (status == 0)
+        appendNames(text, entriesOf<const RuleListEntry>(block), room, &RuleListEntry::ruleName);
+    free(block);
+    return status;
+}
+
+} // namespace
+
+int32_t getRuleType() {
+    return sendAndMap(ucb.rule, Command::readRuleSettings, kReasons);
+}
+
+int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
+    RuleRecord &record = ucb.rule;
+    const Command command = record.header.command; // asking for the type replaces it
+    int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", record.clusterKey, record.port);
+    if (status != 0)
+        return status;
+    flagFromJava(env, rule, "SetConfigSource", record.setConfigSource);
+    fromJava(env, rule, "_iConfigSource", record.configSource); // whatever the flag says
+    status = ruleNameFromJava(env, rule, record.ruleName);
+    if (status != 0)
+        return status;
+    status = ruleType(env, rule, record);
+    if (status != 0)
+        return status;
+    if (flagFromJava(env, rule, "SetBeginRange", record.setBeginRange))
+        status = rangeEnd(env, rule, record.ruleType, "AddressBeginRange", "BeginRange", kStatusBadBeginAddress,
+                          record.beginRange);
+    if (status != 0)
+        return status;
+    if (flagFromJava(env, rule, "SetEndRange", record.setEndRange))
+        status =
+            rangeEnd(env, rule, record.ruleType, "AddressEndRange", "EndRange", kStatusBadEndAddress, record.endRange);
+    if (status != 0)
+        return status;
+    optional(env, rule, "SetPriority", record.setPriority, "Priority", record.priority);
+    optional(env, rule, "SetShareLevel", record.setShareLevel, "iShareLevel", record.shareLevel);
+    serviceBits(env, rule, record);
+    optionalText(env, rule, "SetPattern", record.setPattern, "Pattern", record.pattern);
+    optionalWidened(env, rule, "SetEvaluate", record.setEvaluate, "bEvaluate", record.evaluate);
+    optional(env, rule, "SetWhatAffinity", record.setWhatAffinity, "WhatAffinity", record.whatAffinity);
+    optional(env, rule, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
+    optionalText(env, rule, "SetCookieName", record.setCookieName, "CookieName", record.cookieName);
+    textFromJava(env, rule, "sHashID", record.hashId);
+
+    status = sendAndMap(record, command, kAddOrSetReasons);
+    flagsOfRecordToJava(env, rule, record);
+    return status;
+}
+
+JNIEXPORT jint NATIVE(addRuleNative)(JNIEnv *env, jobject interface, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    ucb.header.command = Command::addRule;
+    return AddOrSetRule(env, interface, rule);
+}
+
+JNIEXPORT jint NATIVE(setRuleStatusNative)(JNIEnv *env, jobject interface, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    ucb.header.command = Command::writeRuleSettings;
+    return AddOrSetRule(env, interface, rule);
+}
+
+JNIEXPORT jint NATIVE(removeRuleNative)(JNIEnv *env, jobject, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    const int32_t status = keysFromJava(env, rule, ucb.rule);
+    return status != 0 ? status : sendAndMap(ucb.rule, Command::removeRule, kReasons);
+}
+
+JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    RuleRecord &record = ucb.rule;
+    if (const int32_t status = keysFromJava(env, rule, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readRuleSettings, kReasons); status != 0)
+        return status;
+    SetJavaByteField(env, rule, "RuleType", record.ruleType);
+    rangeEndToJava(env, rule, "AddressBeginRange", "BeginRange", record.beginRange);
+    rangeEndToJava(env, rule, "AddressEndRange", "EndRange", record.endRange);
+    toJava(env, rule, "Priority", record.priority);
+    toJava(env, rule, "_iConfigSource", record.configSource);
+    toJava(env, rule, "iShareLevel", record.shareLevel);
+    toJava(env, rule, "NumServers", record.numberOfServers);
+    toJava(env, rule, "Pattern", record.pattern);
+    SetJavaByteField(env, rule, "bEvaluate", record.evaluate);
+    SetJavaIntField(env, rule, "WhatAffinity", static_cast<int8_t>(record.whatAffinity)); // of the word, the low byte
+    toJava(env, rule, "CookieName", record.cookieName);
+    SetJavaIntField(env, rule, "StickyTime", static_cast<jint>(record.stickyTime)); // the low 32 bits
+    serviceBitsToJava(env, rule, record);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(getRuleReportNative)(JNIEnv *env, jobject, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    RuleReportRecord &record = ucb.ruleReport;
+    if (const int32_t status = keysFromJava(env, rule, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readRuleReport, kReasons); status != 0)
+        return status;
+    toJava(env, rule, "TimesFired", record.timesFired);
+    toJava(env, rule, "iUniqueId", record.uniqueId);
+    toJava(env, rule, "NumServers", record.numberOfServers);
+    toJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
+    toJava(env, rule, "ActiveConnections", record.activeConnections);
+    toJava(env, rule, "iBytesPerSecond", record.bytesPerSecond);
+    return 0;
+}
+
+// Neither the port nor the length of the name is checked here, on purpose: the port's low 16 bits are sent.
+JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
+    if (!required(env, rule, "rule"))
+        return kStatusOther;
+    RuleReportRecord &record = ucb.ruleReport;
+    fromJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
+    if (const int32_t status = clusterKeyFromJava(env, rule, record.clusterKey); status != 0)
+        return status;
+    jint port = 0;
+    record.port = toNetworkPort(GetJavaIntField(env, rule, "PortNumber", &port));
+    textFromJava(env, rule, "RuleName", record.ruleName);
+    return send(record, Command::setRuleCps);
+}
+
+JNIEXPORT jint NATIVE(getRulesListNative)(JNIEnv *env, jobject, jstring clusterId, jint port, jobject list) {
+    if (!required(env, list, "list"))
+        return kStatusOther;
+    ReportText text;
+    if (!openReport(text, kListTextBytes))
+        return kStatusOutOfMemory;
+    const int32_t status = listRules(env, clusterId, port, text);
+    appendReportToJava(env, list, text);
+    return status;
+}

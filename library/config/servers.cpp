@@ -1,0 +1,267 @@
+// Servers: the machines behind a port.
+#include "library/config/servers.h"
+#include "library/config/listeners.h"
+#include "library/config/ports.h"
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/shared/lists.h"
+#include "library/shared/settings.h"
+
+using namespace rk;
+
+namespace {
+
+constexpr int32_t kStatusBadWeight = -20;
+constexpr int32_t kStatusBadRouterAddress = -49;
+constexpr int32_t kStatusBadReturnAddress = -76;
+constexpr int32_t kStatusNoIdentifier = -80;
+constexpr int32_t kStatusIdentifierTooLong = -85;
+
+constexpr ReasonRow kAddOrSetReasons[] = {{-5, -5},   {-1, -12},  {-11, -19}, {-13, -28}, {-14, -18},
+                                          {-15, -32}, {-36, -20}, {-43, -43}, {-58, -58}};
+constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-11, -19}};
+constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}};
+
+int32_t weight(JNIEnv *env, jobject server, ServerRecord &record) {
+    if (!flagFromJava(env, server, "SetWeight", record.setWeight))
+        return 0;
+    jint value = 0;
+    if (GetJavaIntField(env, server, "_iWeight", &value) < 0)
+        return kStatusBadWeight;
+    record.weight = static_cast<int16_t>(value);
+    return 0;
+}
+
+int32_t returnAddress(JNIEnv *env, jobject server, ServerRecord &record) {
+    if (!flagFromJava(env, server, "SetReturnAddress", record.setReturnAddress))
+        return 0;
+    NetworkAddress address;
+    if (addressFromJava(env, server, "_sReturnAddress", address) != 0)
+        return kStatusBadReturnAddress;
+    record.returnAddress = address;
+    return 0;
+}
+
+int32_t routerAddress(JNIEnv *env, jobject server, ServerRecord &record) {
+    if (!flagFromJava(env, server, "SetRouterAddress", record.setRouterAddress)) {
+        record.routerAddressPresent = 0;
+        return 0;
+    }
+    NetworkAddress address;
+    if (addressFromJava(env, server, "_sRouterAddress", address) != 0)
+        return kStatusBadRouterAddress;
+    record.routerAddress = address;
+    record.routerAddressPresent = 1;
+    record.remote = address.word != 0 ? 1 : 0;
+    return 0;
+}
+
+// Of the optional texts only this one is emptied when it is not given, on purpose: an old cookie must not stick.
+void cookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
+    if (flagFromJava(env, server, "SetCookieValue", record.setCookieValue))
+        textFromJava(env, server, "CookieValue", record.cookieValue);
+    else
+        record.cookieValue[0] = '\0';
+}
+
+// The keys of a request about a server: 0, or the status of what is wrong with them.
+template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject server, Record &record) {
+    const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port);
+    if (status == 0)
+        record.serverKey = serverKeyFromJava(env, server);
+    return status;
+}
+
+int32_t markServer(JNIEnv *env, jobject server, Command command) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    if (const int32_t status = keysFromJava(env, server, ucb.serverCommand); status != 0)
+        return status;
+    ucb.serverCommand.numberOfServers = 1;
+    return sendAndMap(ucb.serverCommand, command, kReasons);
+}
+
+// Stores the servers' keys into a Java array, as far as it reaches. An array that the VM handed out itself, not as a
+// copy, is on purpose not released: the keys are in it already.
+void keysToJava(JNIEnv *env, jintArray keys, const ServerListEntry *entries, int32_t count) {
+    jboolean isCopy = JNI_FALSE;
+    jint *elements = env->GetIntArrayElements(keys, &isCopy);
+    if (elements == nullptr)
+        return;
+    const jsize room = env->GetArrayLength(keys);
+    for (int32_t i = 0; i < count && i < room; ++i)
+        elements[i] = static_cast<jint>(entries[i].serverKey);
+    if (isCopy == JNI_TRUE)
+        env->ReleaseIntArrayElements(keys, elements, 0);
+}
+
+// Appends the names of a port's servers, and stores their keys. Returns 0 or a status.
+int32_t listServers(JNIEnv *env, jstring clusterId, jint port, ReportText &text, jintArray keys) {
+    uint32_t clusterKey = 0;
+    if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
+        return status;
+    const int32_t room = ucb.portReport.numberOfServers;
+    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(room, clusterKey, toNetworkPort(port));
+    if (block == nullptr)
+        return kStatusOutOfMemory;
+    const int32_t status = sendBlock(block->header, Command::listServers, kListReasons);
+    if (status == 0) {
+        const auto *entries = entriesOf<const ServerListEntry>(block);
+        keysToJava(env, keys, entries, appendNames(text, entries, room, &ServerListEntry::serverId));
+    }
+    free(block);
+    return status;
+}
+
+} // namespace
+
+int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
+    ServerRecord &record = ucb.server;
+    record.header.length = sizeof(ServerRecord);
+    textFromJava(env, server, "sServerID", record.serverId);
+    record.serverKey = serverKeyFromJava(env, server);
+    if (const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port); status != 0)
+        return status;
+    jint listeners = 0;
+    record.numberOfListeners = static_cast<uint16_t>(GetJavaIntField(env, server, "_iNumListeners", &listeners));
+    if (flagFromJava(env, server, "SetListeners", record.setListeners))
+        if (const int32_t status = listenersFromJava(env, server, listeners, record); status != 0)
+            return status;
+    if (const int32_t status = weight(env, server, record); status != 0)
+        return status;
+    optional(env, server, "SetFixedWeight", record.setFixedWeight, "_bFixedWeight", record.fixedWeight);
+    if (const int32_t status = returnAddress(env, server, record); status != 0)
+        return status;
+    if (const int32_t status = routerAddress(env, server, record); status != 0)
+        return status;
+    optionalWidened(env, server, "SetCollocated", record.setCollocated, "bCollocated", record.collocated);
+    optionalWidened(env, server, "SetSticky", record.setSticky, "bSticky", record.sticky);
+    optional(env, server, "SetQuiesced", record.setQuiesced, "_iQuiesced", record.quiesced);
+    optionalText(env, server, "SetAdvisorRequest", record.setAdvisorRequest, "_sAdvisorRequest", record.advisorRequest);
+    optionalText(env, server, "SetAdvisorResponse", record.setAdvisorResponse, "_sAdvisorResponse",
+                 record.advisorResponse);
+    cookieValue(env, server, record);
+    optionalText(env, server, "SetCloneID", record.setCloneId, "CloneID", record.cloneId);
+    optional(env, server, "SetCPSMaximum", record.setCpsMaximum, "_iCPSMaximum", record.cpsMaximum);
+    return sendAndMap(record, record.header.command, kAddOrSetReasons);
+}
+
+JNIEXPORT jint NATIVE(addServerNative)(JNIEnv *env, jobject interface, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    const int32_t status =
+        identifierKeyToJava(env, server, "sServerID", "iServerIdKey", kStatusNoIdentifier, kStatusIdentifierTooLong);
+    if (status != 0)
+        return status;
+    ucb.header.command = Command::addServer;
+    return AddOrSetServer(env, interface, server);
+}
+
+// A change makes no check of the identifier and keeps the key that Java holds from the add.
+JNIEXPORT jint NATIVE(setServerStatusNative)(JNIEnv *env, jobject interface, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    ucb.header.command = Command::writeServerSettings;
+    return AddOrSetServer(env, interface, server);
+}
+
+JNIEXPORT jint NATIVE(removeServerNative)(JNIEnv *env, jobject, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    const int32_t status = keysFromJava(env, server, ucb.server);
+    return status != 0 ? status : sendAndMap(ucb.server, Command::removeServer, kReasons);
+}
+
+JNIEXPORT jint NATIVE(setServerUpNative)(JNIEnv *env, jobject, jobject server) {
+    return markServer(env, server, Command::markServerUp);
+}
+
+JNIEXPORT jint NATIVE(setServerDownNative)(JNIEnv *env, jobject, jobject server) {
+    return markServer(env, server, Command::markServerDown);
+}
+
+// Hosts as such are unknown to the executor; these keep the Java interface whole.
+JNIEXPORT jint NATIVE(setHostDownNative)(JNIEnv *, jobject, jobject) {
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(setHostUpNative)(JNIEnv *, jobject, jobject) {
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(removeHostNative)(JNIEnv *, jobject, jobject) {
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(setServerCPSNative)(JNIEnv *env, jobject, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    ServerReportRecord &record = ucb.serverReport;
+    const uint32_t serverKey = serverKeyFromJava(env, server);
+    if (static_cast<int32_t>(serverKey) < 0)
+        return kStatusOther;
+    if (const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port); status != 0)
+        return status;
+    fromJava(env, server, "_iCPSCount", record.connectionsPerSecond);
+    if (record.connectionsPerSecond < 0)
+        return kStatusOther;
+    record.serverKey = serverKey;
+    return send(record, Command::setServerCps);
+}
+
+JNIEXPORT jint NATIVE(getServerReportNative)(JNIEnv *env, jobject, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    ServerReportRecord &record = ucb.serverReport;
+    if (const int32_t status = keysFromJava(env, server, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readServerReport, kReasons); status != 0)
+        return status;
+    toJava(env, server, "TotalConnections", record.totalConnections);
+    toJava(env, server, "TotalTCPConnections", record.totalTcpConnections);
+    toJava(env, server, "TotalUDPConnections", record.totalUdpConnections);
+    toJava(env, server, "ActiveConnections", record.activeConnections);
+    toJava(env, server, "FINishedConnections", record.finishedConnections);
+    toJava(env, server, "CompleteConnections", record.completeConnections);
+    toJava(env, server, "_iSavedWeight", record.savedWeight);
+    toJava(env, server, "iBytesPerSecond", record.bytesPerSecond);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(getServerStatusNative)(JNIEnv *env, jobject, jobject server) {
+    if (!required(env, server, "server"))
+        return kStatusOther;
+    ServerRecord &record = ucb.server;
+    if (const int32_t status = keysFromJava(env, server, record); status != 0)
+        return status;
+    if (const int32_t status = sendAndMap(record, Command::readServerSettings, kReasons); status != 0)
+        return status;
+    if (const int32_t status = listenersToJava(env, server, record); status != 0)
+        return status;
+    toJava(env, server, "_iWeight", record.weight);
+    SetJavaByteField(env, server, "_bFixedWeight", record.fixedWeight);
+    toJava(env, server, "_sRouterAddress", record.routerAddress);
+    toJava(env, server, "_sReturnAddress", record.returnAddress);
+    SetJavaByteField(env, server, "IsRemote", record.routerAddress.word != 0 ? 1 : 0);
+    SetJavaByteField(env, server, "bCollocated", record.collocated);
+    SetJavaByteField(env, server, "bSticky", record.sticky);
+    toJava(env, server, "_iQuiesced", record.quiesced);
+    toJava(env, server, "_sAdvisorRequest", record.advisorRequest);
+    toJava(env, server, "_sAdvisorResponse", record.advisorResponse);
+    toJava(env, server, "CookieValue", record.cookieValue);
+    toJava(env, server, "CloneID", record.cloneId);
+    toJava(env, server, "_iCPSMaximum", record.cpsMaximum);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(getServersListNative)(JNIEnv *env, jobject, jstring clusterId, jint port, jobject list,
+                                            jintArray keys) {
+    if (!required(env, list, "list") || !required(env, keys, "keys"))
+        return kStatusOther;
+    ReportText text;
+    if (!openReport(text, kListTextBytes))
+        return kStatusOutOfMemory;
+    const int32_t status = listServers(env, clusterId, port, text, keys);
+    appendReportToJava(env, list, text);
+    return status;
+}

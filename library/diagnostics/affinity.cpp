@@ -1,0 +1,150 @@
+// The executor's affinity records: dumped as text, and made, removed or asked for in bulk.
+#include "library/diagnostics/dump.h"
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/shared/settings.h"
+#include "library/shared/statuses.h"
+
+#include <cstdlib>
+
+using namespace rk;
+
+namespace {
+
+constexpr std::size_t kReportBytes = 10000;
+constexpr int32_t kStatusTooMany = -101;
+constexpr int32_t kStatusNoMemory = -102;
+
+constexpr char kBanner[] = "AFFINITY COMMANDS SHOULD BE USED FOR DEBUGGING\n"
+                           "PURPOSES ONLY.  THESE ARE UNSUPPORTED COMMANDS.\n"
+                           "THESE COMMANDS HAVE NOT BEEN EXTENSIVELY TESTED.\n\n";
+
+void appendEntries(ReportText &report, const AffinityRecord &record) {
+    appendText(report, record.alternativeHeader != 0 ? "ServerAddr - Age - Len - ID \n"
+                                                     : "ClientAddr - ServerAddr - NumActive - Age(sec)\n");
+    const auto *entries = entriesOf<const AffinityEntry>(&record);
+    for (int i = 0; i < entriesWithin(static_cast<int32_t>(record.count), kWireAffinities); ++i) {
+        const AffinityEntry &entry = entries[i];
+        const uint32_t client = ntohl(entry.clientAddress);
+        const uint32_t server = ntohl(entry.serverAddress);
+        appendLine(report, "%d.%d.%d.%d - %d.%d.%d.%d - %d - %d \n", RK_OCTETS(client), RK_OCTETS(server),
+                   static_cast<int32_t>(entry.activeConnections), ageOf(entry.firstTime, entry.stamp, record.now));
+    }
+}
+
+// The status goes to Java twice: as the result, and in the request object.
+int32_t respond(JNIEnv *env, jobject request, int32_t status) {
+    SetJavaIntField(env, request, "iResponse", status);
+    return status;
+}
+
+// The key of a server whose identifier is its dotted address.
+uint32_t keyOfAddress(jint address) {
+    char text[16];
+    getAddress(networkOrder(address).word, text);
+    uint32_t key = 0;
+    makeHashResult(text, &key);
+    return key;
+}
+
+// Fills the entries from the request's arrays: 0; -102 when memory is short; -99 when an array cannot be read, whose
+// exception is pending.
+int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, int count) {
+    auto *clients = static_cast<jint *>(calloc(static_cast<std::size_t>(count), 2 * sizeof(jint)));
+    if (clients == nullptr)
+        return kStatusNoMemory;
+    jint *servers = clients + count;
+    GetJavaIntArrayField(env, request, "aiClientAddr", 0, count, clients);
+    if (!env->ExceptionCheck())
+        GetJavaIntArrayField(env, request, "aiServerAddr", 0, count, servers);
+    const bool read = !env->ExceptionCheck();
+    for (int i = 0; read && i < count; ++i) {
+        entries[i].clientAddress = static_cast<uint32_t>(clients[i]);
+        entries[i].serverAddress = static_cast<uint32_t>(servers[i]);
+        entries[i].serverKey = keyOfAddress(servers[i]);
+    }
+    free(clients);
+    return read ? 0 : kStatusOther;
+}
+
+// Not after an array that could not take its values: its exception is pending.
+void columnToJava(JNIEnv *env, jobject request, const char *name, int count, const jint *values) {
+    if (!env->ExceptionCheck())
+        SetJavaIntArrayField(env, request, name, 0, count, values);
+}
+
+int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
+    constexpr std::size_t kColumns = 4;
+    const auto size = static_cast<std::size_t>(count);
+    auto *clients = static_cast<jint *>(calloc(size, kColumns * sizeof(jint)));
+    if (clients == nullptr)
+        return kStatusNoMemory;
+    jint *servers = clients + size;
+    jint *actives = servers + size;
+    jint *ages = actives + size;
+    for (int i = 0; i < count; ++i) {
+        clients[i] = static_cast<jint>(entries[i].clientAddress);
+        servers[i] = static_cast<jint>(entries[i].serverAddress);
+        actives[i] = static_cast<jint>(entries[i].activeConnections);
+        ages[i] = static_cast<jint>(entries[i].stamp);
+    }
+    columnToJava(env, request, "aiClientAddr", count, clients);
+    columnToJava(env, request, "aiServerAddr", count, servers);
+    columnToJava(env, request, "aiNumActive", count, actives);
+    columnToJava(env, request, "aiAgeOrResponse", count, ages);
+    free(clients);
+    return 0;
+}
+
+} // namespace
+
+JNIEXPORT jstring NATIVE(getAffinityInfoNative)(JNIEnv *env, jobject, jint clusterAddress, jint port, jint detail) {
+    AffinityRecord &record = ucb.affinity;
+    record.clusterAddress = networkOrder(clusterAddress).word;
+    record.port = toNetworkPort(port);
+    record.count = static_cast<uint32_t>(detail);
+    if (send(ucb.header, Command::readAffinities, kWireBytes) != 0)
+        return env->NewStringUTF(kKernelError);
+    ReportText report;
+    if (!openReport(report, kReportBytes))
+        return nullptr;
+    appendText(report, kBanner);
+    appendLine(report, "Sticky client address mask = 0x%X\n", record.clientMask);
+    appendLine(report, "Number of affinity records = %d\n", static_cast<int32_t>(record.count));
+    if (detail != 0 && record.count != 0)
+        appendEntries(report, record);
+    return reportToJava(env, report);
+}
+
+JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobject request) {
+    if (!required(env, request, "request"))
+        return kStatusOther;
+    AffinityRecord &record = ucb.affinity;
+    fromJava(env, request, "iCommand", record.command);
+    jint value = 0;
+    record.clusterAddress = static_cast<uint32_t>(GetJavaIntField(env, request, "iClusterAddr", &value));
+    record.port = toNetworkPort(GetJavaIntField(env, request, "iPort", &value));
+    record.count = static_cast<uint32_t>(GetJavaIntField(env, request, "iNumAffinities", &value));
+    if (record.count > kAffinities)
+        return respond(env, request, kStatusTooMany);
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    const int sent = static_cast<int>(record.count);
+    if (sent != 0)
+        if (const int32_t status = entriesFromJava(env, request, entries, sent); status != 0)
+            return status == kStatusNoMemory ? respond(env, request, status) : status;
+
+    // More entries than the wire size holds travel in a longer block.
+    const int room = sent > kWireAffinities ? sent : kWireAffinities;
+    const std::size_t length = sizeof record + static_cast<std::size_t>(room) * sizeof(AffinityEntry);
+    if (send(record.header, Command::serverDirectedAffinity, length) != 0)
+        return respond(env, request, record.header.reason);
+    toJava(env, request, "iResponse", record.response);
+    toJava(env, request, "iTime", record.now);
+    toJava(env, request, "iNumAffinities", record.count);
+    if (record.count != 0)
+        if (const int32_t status =
+                entriesToJava(env, request, entries, entriesWithin(static_cast<int32_t>(record.count), room));
+            status != 0)
+            return respond(env, request, status);
+    return 0;
+}

@@ -1,0 +1,104 @@
+// The executor's connection records: made and removed by hand, and dumped as text.
+#include "library/channel/channel.h"
+#include "library/diagnostics/dump.h"
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/support/CMNImpUtils.h"
+
+#include <cstdio>
+#include <cstring>
+
+using namespace rk;
+
+// The executor's numbering of TCP states, which is not the usual one.
+extern "C" {
+extern const char *const EXC_TCPStates[12];
+const char *const EXC_TCPStates[12] = {"CLOSD", "LISTN", "SNSNT", "SNRCV", "ESTBD", "LSTAK",
+                                       "TIMWT", "CLSWT", "FNWT1", "FNWT2", "CLSNG", "ABORT"};
+}
+
+namespace {
+
+constexpr std::size_t kReportBytes = 128016;
+constexpr uint8_t kLastTcpState = 11;
+constexpr char kUnknownState[] = "  ?  ";
+
+constexpr char kBanner[] = "CONNECTION COMMANDS SHOULD BE USED FOR DEBUGGING\n"
+                           "PURPOSES ONLY.  THESE ARE UNSUPPORTED COMMANDS.\n"
+                           "THESE COMMANDS HAVE NOT BEEN EXTENSIVELY TESTED.\n\n";
+
+void fillRequest(jint first, jint second, jint third, jint fourth, jint fifth, jint sixth) {
+    ConnectionRequestRecord &record = ucb.connectionRequest;
+    record.second = static_cast<uint16_t>(second);
+    record.first = networkOrder(first);
+    record.fifth = toNetworkPort(fifth);
+    record.third = networkOrder(third);
+    record.fourth = fourth;
+    record.sixth = networkOrder(sixth);
+}
+
+void appendEntries(ReportText &report, const ConnectionListRecord &record) {
+    const char *currentState = "";
+    for (int i = 0; i < entriesWithin(record.count, kConnections); ++i) {
+        const ConnectionEntry &entry = record.entries[i];
+        const char *previousState =
+            entry.previousTcpState <= kLastTcpState ? EXC_TCPStates[entry.previousTcpState] : kUnknownState;
+        // A current state that is unknown shows in the column of the previous one, and its own column repeats the row
+        // before: a slip of old that is kept on purpose.
+        if (entry.currentTcpState <= kLastTcpState)
+            currentState = EXC_TCPStates[entry.currentTcpState];
+        else
+            previousState = kUnknownState;
+        const uint32_t client = hostOrder(entry.clientAddress);
+        const uint32_t cluster = hostOrder(entry.clusterAddress);
+        const uint32_t server = hostOrder(entry.serverAddress);
+        appendLine(report, "%d \t%d.%d.%d.%d:%d \t%d.%d.%d.%d:%d \t%d.%d.%d.%d \t0x%.2X \t%s \t%s \t%d \t%c\n", i,
+                   RK_OCTETS(client), fromNetworkPort(entry.clientPort), RK_OCTETS(cluster),
+                   fromNetworkPort(entry.clusterPort), RK_OCTETS(server), entry.state, previousState, currentState,
+                   ageOf(entry.firstTime, entry.stamp, record.now), entry.mark);
+    }
+}
+
+} // namespace
+
+JNIEXPORT jint NATIVE(allocateConnectionNative)(JNIEnv *, jobject, jint a1, jint a2, jint a3, jint a4, jint a5,
+                                                jint a6) {
+    fillRequest(a1, a2, a3, a4, a5, a6);
+    return send(ucb.connectionRequest, Command::allocateConnection) == 0 ? 0 : ucb.header.reason;
+}
+
+// Unlike allocating, this returns the channel's status and not the reason, on purpose.
+JNIEXPORT jint NATIVE(deallocateConnectionNative)(JNIEnv *, jobject, jint a1, jint a2, jint a3, jint a4, jint a5,
+                                                  jint a6) {
+    fillRequest(a1, a2, a3, a4, a5, a6);
+    return send(ucb.connectionRequest, Command::releaseConnection);
+}
+
+JNIEXPORT jstring NATIVE(getConnectionInfoNative)(JNIEnv *env, jobject, jint q1, jint q2, jint q3, jint q4, jint q5,
+                                                  jint q6, jint detail) {
+    ConnectionQueryRecord &query = ucb.connectionQuery;
+    query.firstAddress = networkOrder(q1);
+    query.firstPort = toNetworkPort(q2).word;
+    query.secondAddress = networkOrder(q3);
+    query.secondPort = toNetworkPort(q4).word;
+    query.thirdAddress = networkOrder(q5);
+    query.thirdPort = static_cast<int16_t>(toNetworkPort(q6).word);
+    query.detail = detail;
+    if (send(ucb.header, Command::readConnections, kWireBytes) != 0)
+        return env->NewStringUTF(kKernelError);
+
+    ReportText report;
+    if (!openReport(report, kReportBytes))
+        return nullptr;
+    fputs(kBanner, stdout); // not a part of the text, on purpose
+    fflush(stdout);
+    const ConnectionListRecord &record = ucb.connections;
+    appendLine(report, "Number of connection records = %d\n", record.count);
+    appendLine(report, "Num nps = %d\n", record.npsCount);
+    if (detail != 0 && record.count != 0) {
+        appendText(report,
+                   "#\tClientAddr:Port \tClusAddr:Port \tServerAddr \tState \tPrevState \tCurrState \tage(sec)\n");
+        appendEntries(report, record);
+    }
+    return reportToJava(env, report);
+}

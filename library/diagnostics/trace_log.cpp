@@ -1,0 +1,85 @@
+// The executor's trace log. Unsupported debugging commands: every text begins with a warning.
+#include "library/channel/channel.h"
+#include "library/native.h"
+#include "library/support/CMNImpUtils.h"
+
+#include <cstdlib>
+#include <cstring>
+
+using namespace rk;
+
+namespace {
+
+constexpr char kBanner[] = "EXECUTOR LOGGING COMMANDS SHOULD BE USED FOR DEBUGGING\n"
+                           "PURPOSES ONLY.  THESE ARE UNSUPPORTED COMMANDS.  THESE\n"
+                           "COMMANDS HAVE NOT BEEN EXTENSIVELY TESTED.\n\n";
+constexpr int64_t kBannerLength = sizeof(kBanner) - 1;
+static_assert(kBannerLength == 154);
+
+constexpr int32_t kDefaultSize = 10000;
+constexpr int64_t kHeadSlack = 1024; // the tail has none, on purpose: not even for its terminator
+
+// Appends to a text of `size` bytes what fits, with its terminator.
+void append(char *text, std::size_t size, const char *addition, std::size_t length) {
+    const std::size_t used = strlen(text);
+    const std::size_t room = size - used - 1;
+    const std::size_t within = length < room ? length : room;
+    memcpy(text + used, addition, within);
+    text[used + within] = '\0';
+}
+
+// Asks for a part of the log. Whether the executor gave it is not looked at, on purpose: the text is the banner and
+// what stands in the block. Null, and nothing is sent, when there is no memory for a text of
+// `size` bytes, or no byte of it.
+jstring readLog(JNIEnv *env, Command command, int64_t size) {
+    if (size <= 0)
+        return nullptr;
+    const auto bytes = static_cast<std::size_t>(size);
+    auto *text = static_cast<char *>(malloc(bytes));
+    if (text == nullptr)
+        return nullptr;
+    send(ucb.header, command, kWireBytes);
+    text[0] = '\0';
+    append(text, bytes, kBanner, kBannerLength);
+    const char *log = ucb.logRequest.text;
+    append(text, bytes, log, strnlen(log, kWireBytes - sizeof(CommandHeader)));
+    jstring string = env->NewStringUTF(text);
+    free(text);
+    return string;
+}
+
+} // namespace
+
+// Level and filter are partial updates of the executor's settings: what else stands in the block, flags included, is
+// what the command before left there.
+JNIEXPORT jstring NATIVE(xloglevelNative)(JNIEnv *env, jobject, jint level) {
+    ucb.executor.traceLevel = level;
+    ucb.executor.setTraceLevel = 1;
+    send(ucb.executor, Command::writeExecutorSettings);
+    return env->NewStringUTF(kBanner);
+}
+
+JNIEXPORT jstring NATIVE(xlogfilterNative)(JNIEnv *env, jobject, jint filter) {
+    ucb.executor.logFilter = filter;
+    ucb.executor.setLogFilter = 1;
+    send(ucb.executor, Command::writeExecutorSettings);
+    return env->NewStringUTF(kBanner);
+}
+
+JNIEXPORT jstring NATIVE(xlogheadNative)(JNIEnv *env, jobject, jint size, jint second) {
+    const jint wanted = size == 0 ? kDefaultSize : size;
+    ucb.logRequest.size = wanted;
+    ucb.logRequest.second = second;
+    return readLog(env, Command::readLogHead, kBannerLength + wanted + kHeadSlack);
+}
+
+JNIEXPORT jstring NATIVE(xlogtailNative)(JNIEnv *env, jobject, jint size) {
+    const jint wanted = size == 0 ? kDefaultSize : size;
+    ucb.logRequest.size = wanted;
+    return readLog(env, Command::readLogTail, kBannerLength + wanted);
+}
+
+JNIEXPORT jstring NATIVE(xlogclearNative)(JNIEnv *env, jobject) {
+    send(ucb.shortRecord, Command::clearLog);
+    return env->NewStringUTF(kBanner);
+}

@@ -1,0 +1,135 @@
+// Changing the executor's high-availability state machine: backup, reach targets, heartbeats, timers, take-over.
+#include "library/native.h"
+#include "library/shared/keys.h"
+#include "library/shared/statuses.h"
+
+using namespace rk;
+
+namespace {
+
+constexpr int32_t kStatusBadTakeOverAddress = -1;
+constexpr int32_t kStatusBadTimer = -6;
+constexpr int32_t kStatusTimersRefused = -17;
+constexpr int32_t kStatusReachRefused = -34;
+constexpr int32_t kStatusTakeOverRefused = -36;
+
+constexpr ReasonRow kAddHeartbeatReasons[] = {{-44, -44}, {-45, -45}};
+constexpr int32_t kStatusHeartbeatRefused = -35;
+
+// The number in a string of decimal digits; -1 for anything else, and for no string at all.
+int32_t numberOf(JNIEnv *env, jstring string) {
+    const char *text = utfChars(env, string);
+    if (text == nullptr)
+        return -1;
+    const int32_t number = get_number(text);
+    env->ReleaseStringUTFChars(string, text);
+    return number;
+}
+
+// Stores the address in a string, in network byte order; false when it does not parse or there is no string.
+bool addressOf(JNIEnv *env, jstring string, uint32_t &address) {
+    const char *text = utfChars(env, string);
+    if (text == nullptr)
+        return false;
+    uint32_t parsed = 0;
+    const bool parses = ip_stol(text, &parsed) == 0;
+    env->ReleaseStringUTFChars(string, text);
+    if (parses)
+        address = parsed;
+    return parses;
+}
+
+// A command about one address: 0, or a status for an address that does not parse and one for a refusal.
+int32_t sendAddress(JNIEnv *env, jstring address, Command command, int32_t bad, int32_t refused) {
+    HaControlRecord &record = ucb.haControl;
+    if (!addressOf(env, address, record.first))
+        return bad;
+    return send(record, command) == 0 ? 0 : refused;
+}
+
+} // namespace
+
+// A refusal is not told, on purpose: what the backup became shows in the status.
+JNIEXPORT jint NATIVE(backupAddNative)(JNIEnv *env, jobject, jint first, jint second, jstring port) {
+    HaControlRecord &record = ucb.haControl;
+    record.first = static_cast<uint32_t>(first);
+    record.second = static_cast<uint32_t>(second);
+    const int32_t number = numberOf(env, port);
+    if (number < 1 || checkPort(number) != 0)
+        return kStatusBadPort;
+    record.third = static_cast<uint32_t>(number);
+    send(record, Command::addBackup);
+    return 0;
+}
+
+// Likewise.
+JNIEXPORT jint NATIVE(backupDelNative)(JNIEnv *, jobject) {
+    send(ucb.header, Command::deleteBackup);
+    return 0;
+}
+
+JNIEXPORT jint NATIVE(addReachNative)(JNIEnv *env, jobject, jstring address, jstring mask, jint argument) {
+    constexpr int32_t kStatusBadAddress = -47;
+    constexpr int32_t kStatusBadMask = -46;
+    HaControlRecord &record = ucb.haControl;
+    uint32_t first = 0;
+    uint32_t second = 0;
+    if (!addressOf(env, address, first))
+        return kStatusBadAddress;
+    if (!addressOf(env, mask, second))
+        return kStatusBadMask;
+    record.first = first;
+    record.second = second;
+    record.third = static_cast<uint32_t>(argument);
+    return send(record, Command::addReachTarget) == 0 ? 0 : kStatusReachRefused;
+}
+
+JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, jstring secondAddress) {
+    // The statuses stand the other way round than those of a reach target, on purpose.
+    constexpr int32_t kStatusBadFirst = -46;
+    constexpr int32_t kStatusBadSecond = -47;
+    HaControlRecord &record = ucb.haControl;
+    uint32_t first = 0;
+    uint32_t second = 0;
+    if (!addressOf(env, firstAddress, first))
+        return kStatusBadFirst;
+    if (!addressOf(env, secondAddress, second))
+        return kStatusBadSecond;
+    record.first = first;
+    record.second = second;
+    const int32_t status = sendAndMap(record, Command::addHeartbeat, kAddHeartbeatReasons);
+    return status == kStatusOther ? kStatusHeartbeatRefused : status;
+}
+
+// A bad address and a refusal look the same here, on purpose.
+JNIEXPORT jint NATIVE(delReachNative)(JNIEnv *env, jobject, jstring address) {
+    constexpr int32_t kStatusNotDeleted = -47;
+    return sendAddress(env, address, Command::deleteReachTarget, kStatusNotDeleted, kStatusNotDeleted);
+}
+
+// Likewise.
+JNIEXPORT jint NATIVE(delHBNative)(JNIEnv *env, jobject, jstring address) {
+    constexpr int32_t kStatusNotDeleted = -47;
+    return sendAddress(env, address, Command::deleteHeartbeat, kStatusNotDeleted, kStatusNotDeleted);
+}
+
+JNIEXPORT jint NATIVE(chgReachNative)(JNIEnv *, jobject, jint first, jint second, jint third) {
+    HaControlRecord &record = ucb.haControl;
+    record.first = static_cast<uint32_t>(first);
+    record.second = static_cast<uint32_t>(second);
+    record.third = static_cast<uint32_t>(third);
+    return send(record, Command::changeReachTarget) == 0 ? 0 : kStatusOther;
+}
+
+// The values are checked and not sent, on purpose: the command goes out with an empty body.
+JNIEXPORT jint NATIVE(setTimersNative)(JNIEnv *env, jobject, jstring timer1, jstring timer2, jstring timer3,
+                                       jstring timer4, jstring timer5, jstring timer6, jstring timer7) {
+    for (jstring timer : {timer1, timer2, timer3, timer4, timer5, timer6, timer7})
+        if (numberOf(env, timer) < 0)
+            return kStatusBadTimer;
+    return send(ucb.header, Command::setHighAvailabilityTimers) == 0 ? 0 : kStatusTimersRefused;
+}
+
+JNIEXPORT jint NATIVE(takeoverNative)(JNIEnv *env, jobject, jstring address) {
+    return sendAddress(env, address, Command::takeOver, kStatusBadTakeOverAddress, kStatusTakeOverRefused);
+}

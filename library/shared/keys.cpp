@@ -1,0 +1,69 @@
+#include "library/shared/keys.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+
+namespace rk {
+
+NetworkPort toNetworkPort(jint port) {
+    return {htons(static_cast<uint16_t>(port))};
+}
+
+jint fromNetworkPort(NetworkPort port) {
+    return ntohs(port.word);
+}
+
+int32_t checkPort(jint port) {
+    return port < 0 || port > 65535 ? kStatusBadPort : 0;
+}
+
+int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &port) {
+    jint number = 0;
+    GetJavaIntField(env, obj, name, &number);
+    const int32_t status = checkPort(number);
+    if (status == 0)
+        port = toNetworkPort(number);
+    return status;
+}
+
+int32_t clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key) {
+    return JStringFieldToHash(env, obj, "ClusterId", &key) == nullptr ? kStatusOther : 0;
+}
+
+int32_t clusterAndPortFromJava(JNIEnv *env, jobject obj, const char *portName, uint32_t &key, NetworkPort &port) {
+    const int32_t status = clusterKeyFromJava(env, obj, key);
+    return status != 0 ? status : portFromJava(env, obj, portName, port);
+}
+
+uint32_t serverKeyFromJava(JNIEnv *env, jobject server) {
+    jint key = 0;
+    return static_cast<uint32_t>(GetJavaIntField(env, server, "iServerIdKey", &key));
+}
+
+int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]) {
+    jstring string = nullptr;
+    GetJavaStringField(env, rule, "RuleName", &string);
+    const char *text = utfChars(env, string);
+    int32_t status = kStatusBadRuleName;
+    if (text != nullptr) {
+        const std::size_t length = strlen(text);
+        if (length < sizeof(name)) {
+            memcpy(name, text, length + 1);
+            status = 0;
+        }
+        env->ReleaseStringUTFChars(string, text);
+    }
+    env->DeleteLocalRef(string);
+    return status;
+}
+
+int32_t keyOfString(JNIEnv *env, jstring identifier, uint32_t &key) {
+    const char *text = utfChars(env, identifier);
+    if (text == nullptr)
+        return kStatusOther;
+    makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
+    env->ReleaseStringUTFChars(identifier, text);
+    return 0;
+}
+
+} // namespace rk

@@ -1,0 +1,177 @@
+#include "library/shared/settings.h"
+#include "library/shared/statuses.h"
+
+#include <cstring>
+
+namespace rk {
+
+namespace {
+
+constexpr std::size_t kIdentifierMost = 64;
+constexpr std::size_t kTextFieldMost = 256;
+
+jint intFromJava(JNIEnv *env, jobject obj, const char *name) {
+    jint value = 0;
+    return GetJavaIntField(env, obj, name, &value);
+}
+
+// Copies a text field that may lack its terminator.
+void terminate(char (&text)[kTextFieldMost + 1], const char *field, std::size_t size) {
+    const std::size_t length = strnlen(field, size < kTextFieldMost ? size : kTextFieldMost);
+    memcpy(text, field, length);
+    text[length] = '\0';
+}
+
+} // namespace
+
+int32_t statusOf(int32_t reason, std::span<const ReasonRow> rows) {
+    for (const ReasonRow &row : rows)
+        if (row.reason == reason)
+            return row.status;
+    return kStatusOther;
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, int32_t &field) {
+    field = intFromJava(env, obj, name);
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, int16_t &field) {
+    field = static_cast<int16_t>(intFromJava(env, obj, name));
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, uint16_t &field) {
+    field = static_cast<uint16_t>(intFromJava(env, obj, name));
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 &field) {
+    const jint value = intFromJava(env, obj, name);
+    field = {value < 0 ? -1 : 0, value};
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, int64_t &field) {
+    field = intFromJava(env, obj, name);
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, int8_t &field) {
+    jbyte value = 0;
+    GetJavaByteField(env, obj, name, &value);
+    field = value;
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &field) {
+    jchar value = 0;
+    field = static_cast<uint8_t>(GetJavaCharField(env, obj, name, &value));
+}
+
+void copyString(JNIEnv *env, jstring string, char *field) {
+    const char *text = utfChars(env, string);
+    const auto room = static_cast<std::size_t>(reinterpret_cast<char *>(&ucb + 1) - field);
+    const std::size_t length = text == nullptr ? 0 : strnlen(text, room - 1);
+    if (text != nullptr) {
+        memcpy(field, text, length);
+        env->ReleaseStringUTFChars(string, text);
+    }
+    field[length] = '\0';
+}
+
+void textFromJava(JNIEnv *env, jobject obj, const char *name, char *field) {
+    jstring string = nullptr;
+    GetJavaStringField(env, obj, name, &string);
+    copyString(env, string, field);
+    env->DeleteLocalRef(string);
+}
+
+bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag) {
+    jbyte value = 0;
+    GetJavaByteField(env, obj, name, &value);
+    flag = static_cast<uint8_t>(value);
+    return flag == 1;
+}
+
+void optionalWidened(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, int32_t &field) {
+    if (!flagFromJava(env, obj, flagName, flag))
+        return;
+    int8_t value = 0;
+    fromJava(env, obj, name, value);
+    field = value;
+}
+
+void optionalText(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, char *field) {
+    if (flagFromJava(env, obj, flagName, flag))
+        textFromJava(env, obj, name, field);
+}
+
+void flagsToJava(JNIEnv *env, jobject obj, std::initializer_list<FlagField> flags) {
+    for (const FlagField &field : flags)
+        SetJavaByteField(env, obj, field.name, field.flag);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, int32_t field) {
+    SetJavaIntField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, uint32_t field) {
+    SetJavaIntField(env, obj, name, static_cast<jint>(field));
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, int16_t field) {
+    SetJavaIntField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, uint16_t field) {
+    SetJavaIntField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 field) {
+    SetJavaIntField(env, obj, name, field.low);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, int64_t field) {
+    SetJavaLongField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, uint8_t field) {
+    SetJavaCharField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress field) {
+    SetJavaStringFieldToAddr(env, obj, name, field.word);
+}
+
+jstring newString(JNIEnv *env, const char *field, std::size_t size) {
+    char text[kTextFieldMost + 1];
+    terminate(text, field, size);
+    return env->NewStringUTF(text);
+}
+
+void textToJava(JNIEnv *env, jobject obj, const char *name, const char *field, std::size_t size) {
+    char text[kTextFieldMost + 1];
+    terminate(text, field, size);
+    SetJavaStringField(env, obj, name, text);
+}
+
+int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress &address) {
+    address.word = 0;
+    return JStringFieldToAddr(env, obj, name, &address.word);
+}
+
+int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName, int32_t missing,
+                            int32_t tooLong) {
+    jstring string = nullptr;
+    GetJavaStringField(env, obj, name, &string);
+    const char *text = utfChars(env, string);
+    int32_t status = missing;
+    if (text != nullptr) {
+        status = strlen(text) > kIdentifierMost ? tooLong : 0;
+        if (status == 0) {
+            uint32_t key = 0;
+            makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
+            toJava(env, obj, keyName, key);
+        }
+        env->ReleaseStringUTFChars(string, text);
+    }
+    env->DeleteLocalRef(string);
+    return status;
+}
+
+} // namespace rk

@@ -1,0 +1,27 @@
+// Statuses that more than one family of objects returns, and the reasons behind them.
+#pragma once
+
+#include "library/channel/channel.h"
+
+#include <span>
+
+namespace rk {
+
+inline constexpr int32_t kStatusOutOfMemory = -28;
+inline constexpr int32_t kStatusOther = -99; // also for what a family has no status of its own for
+
+// A reason that an executor gives, and the status that Java gets for it.
+struct ReasonRow {
+    int32_t reason;
+    int32_t status;
+};
+
+// The status of a reason; kStatusOther when no row names it.
+int32_t statusOf(int32_t reason, std::span<const ReasonRow> rows);
+
+// Sends a record of the shared block: 0, or the status that the rows give for the executor's reason.
+template <typename Record> int32_t sendAndMap(Record &record, Command command, std::span<const ReasonRow> rows) {
+    return send(record, command) == 0 ? 0 : statusOf(record.header.reason, rows);
+}
+
+} // namespace rk

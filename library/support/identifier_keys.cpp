@@ -1,0 +1,82 @@
+// Identifiers as 32-bit keys. Executors keep keys made earlier, so the arithmetic is fixed bit for bit.
+#include "library/native.h"
+#include "library/support/CMNImpUtils.h"
+
+#include <cctype>
+#include <cstring>
+
+uint16_t prv_ausCRCTable[256];
+int32_t bCRCTableInited = 0;
+int32_t iClusterIdKeyIsIp = 0;
+
+namespace {
+
+// Shifts of a 32-bit word whose count is taken modulo 64; 32 and more shift everything out.
+uint32_t shiftLeft(uint32_t value, uint32_t count) {
+    count %= 64;
+    return count < 32 ? value << count : 0;
+}
+
+uint32_t shiftRight(uint32_t value, uint32_t count) {
+    count %= 64;
+    return count < 32 ? value >> count : 0;
+}
+
+} // namespace
+
+uint8_t bitrotate(uint8_t value, uint32_t count) {
+    return static_cast<uint8_t>(shiftRight(value, count) + (shiftLeft(value, 8 - count) & 0xFF));
+}
+
+void makeHashResult(char *text, uint32_t *key) {
+    for (char *character = text; *character != '\0'; ++character)
+        *character = static_cast<char>(toupper(static_cast<unsigned char>(*character)));
+    uint32_t hash = 0xFFFFFFFF;
+    for (uint32_t i = 0; text[i] != '\0'; ++i) {
+        const auto current = static_cast<uint8_t>(text[i]);
+        const auto next = static_cast<uint8_t>(text[i + 1]);
+        // Both counts follow the index, never the characters.
+        hash += shiftLeft(static_cast<uint32_t>(bitrotate(current, i % 64) + next), i);
+    }
+    *key = hash;
+}
+
+const char *JStringFieldToHash(JNIEnv *env, jobject obj, const char *name, uint32_t *key) {
+    jstring string = nullptr;
+    GetJavaStringField(env, obj, name, &string);
+    const char *text = rk::utfChars(env, string);
+    if (text != nullptr) {
+        makeHashResult(const_cast<char *>(text), key); // the characters are our own copy
+        env->ReleaseStringUTFChars(string, text);
+    }
+    env->DeleteLocalRef(string);
+    return text;
+}
+
+int32_t initCRCTable() {
+    for (uint32_t value = 0; value < 256; ++value) {
+        uint32_t companion = 0xC0C1;
+        for (uint32_t bit = 1; bit <= 128; bit <<= 1) {
+            if ((value & bit) != 0)
+                prv_ausCRCTable[value] = static_cast<uint16_t>(prv_ausCRCTable[value] ^ companion);
+            companion = ((companion << 1) ^ 0x4003) & 0xFFFF;
+        }
+    }
+    bCRCTableInited = 1;
+    return 0;
+}
+
+// The second string has no part in the key. A null identifier has the key of the empty one.
+JNIEXPORT jint NATIVE(calcClusterIdKeyNative)(JNIEnv *env, jobject, jstring identifier, jstring) {
+    uint32_t key = 0xFFFFFFFF;
+    const char *text = rk::utfChars(env, identifier);
+    if (text != nullptr) {
+        makeHashResult(const_cast<char *>(text), &key);
+        env->ReleaseStringUTFChars(identifier, text);
+    }
+    return static_cast<jint>(key);
+}
+
+JNIEXPORT void NATIVE(setKeyIsIpAddrNative)(JNIEnv *, jobject, jint flag) {
+    iClusterIdKeyIsIp = flag;
+}

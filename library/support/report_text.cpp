@@ -1,0 +1,124 @@
+// Reports: heap texts that grow as lines are added.
+#include "library/support/CMNImpUtils.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t kLineBytes = 256;
+constexpr std::size_t kGrowth = 10001; // what a report that must grow gets beyond its text
+
+// Appends to a text whose length is known. The growth rule is appendbuffer's, byte for byte; realloc keeps a long
+// report linear where copying it at every step would not be.
+int32_t appendAt(char **text, std::size_t length, const char *addition, std::size_t additionLength, std::size_t *size) {
+    if (length + additionLength + 1 > *size) {
+        *size = length + additionLength + kGrowth;
+        char *grown = static_cast<char *>(realloc(*text, *size));
+        if (grown == nullptr)
+            return -1;
+        *text = grown;
+    }
+    memcpy(*text + length, addition, additionLength + 1);
+    return 0;
+}
+
+char *skip(char *text, char separator) {
+    while (*text != '\0' && *text == separator)
+        ++text;
+    return text;
+}
+
+// Ends the token at `text` and returns what follows its separator, or null when the list ends with the token.
+char *endToken(char *text, char separator) {
+    while (*text != '\0' && *text != separator)
+        ++text;
+    if (*text == '\0')
+        return nullptr;
+    *text = '\0';
+    return text + 1;
+}
+
+} // namespace
+
+int32_t appendbuffer(char **text, const char *addition, std::size_t *size) {
+    return appendAt(text, strlen(*text), addition, strlen(addition), size);
+}
+
+int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth) {
+    int32_t count = depth;
+    for (char *rest = list; rest != nullptr; ++count) {
+        rest = skip(rest, separator);
+        if (*rest == '\0')
+            return -1; // a list that ends in a separator has no last token: none of it counts, on purpose
+        rest = endToken(rest, separator);
+    }
+    *tokens = static_cast<char **>(calloc(static_cast<std::size_t>(count), sizeof(char *)));
+    if (*tokens == nullptr)
+        return -28;
+    char *token = list;
+    for (int32_t i = depth; i < count; ++i) {
+        token = skip(token, separator);
+        (*tokens)[i] = token;
+        token += strlen(token) + 1;
+    }
+    return count;
+}
+
+bool rk::openReport(ReportText &report, std::size_t size) {
+    report = {static_cast<char *>(malloc(size)), size, 0};
+    if (report.text == nullptr)
+        return false;
+    report.text[0] = '\0';
+    return true;
+}
+
+void rk::closeReport(ReportText &report) {
+    free(report.text);
+    report = {};
+}
+
+int32_t rk::appendText(ReportText &report, const char *addition) {
+    const std::size_t additionLength = strlen(addition);
+    // The size that could not be had must not be believed by the next line: dumps go on after a failed one.
+    std::size_t size = report.size;
+    const int32_t status = appendAt(&report.text, report.length, addition, additionLength, &size);
+    if (status == 0) {
+        report.size = size;
+        report.length += additionLength;
+    }
+    return status;
+}
+
+int32_t rk::appendLine(ReportText &report, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    int32_t status = 0;
+    if (report.size - report.length >= kLineBytes) { // formatted in place, long reports being mostly lines
+        char *line = report.text + report.length;
+        vsnprintf(line, kLineBytes, format, arguments);
+        report.length += strlen(line); // less than was printed when a character is 0: the line ends there
+    } else {
+        char line[kLineBytes];
+        vsnprintf(line, sizeof(line), format, arguments);
+        status = appendText(report, line);
+    }
+    va_end(arguments);
+    return status;
+}
+
+jstring rk::reportToJava(JNIEnv *env, ReportText &report) {
+    const jstring string = env->NewStringUTF(report.text);
+    closeReport(report);
+    return string;
+}
+
+void rk::appendReportToJava(JNIEnv *env, jobject buffer, ReportText &report) {
+    const jstring string = reportToJava(env, report);
+    if (string == nullptr)
+        return;
+    env->DeleteLocalRef(AppendJavaStringBuffer(env, buffer, string));
+    env->DeleteLocalRef(string);
+}
