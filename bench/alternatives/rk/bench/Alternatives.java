@@ -2,8 +2,6 @@ package rk.bench;
 
 import com.google.gson.GsonBuilder;
 import com.qel.internet.rk.common.CMNCluster;
-import com.qel.internet.rk.common.CMNPort;
-import com.qel.internet.rk.common.CMNServer;
 import com.sun.management.ThreadMXBean;
 import java.io.IOException;
 import java.lang.management.ManagementFactory;
@@ -16,7 +14,6 @@ import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
-import java.util.function.Supplier;
 import java.util.function.ToIntBiFunction;
 
 /**
@@ -27,14 +24,18 @@ import java.util.function.ToIntBiFunction;
  * <p>Arguments: the JSON file, and optionally the number of rounds and the milliseconds of a batch.
  */
 public final class Alternatives {
-    /** A method of an alternative, and the object that it is called with. */
-    private record Method<T>(String name, Supplier<T> argument, ToIntBiFunction<Alternative, T> call) {
+    private record Method(String name, ToIntBiFunction<Alternative, CMNCluster> call) {
     }
 
-    /** What is measured: one alternative's method with an object of its own. */
+    /** What is measured: one alternative's method with a cluster of its own. */
     private record Candidate(String name, Runnable call) {
     }
 
+    /** One that sends settings and one that takes a report: what most methods do is one of the two. */
+    private static final List<Method> METHODS = List.of(new Method("cluster add", Alternative::addCluster),
+            new Method("cluster report", Alternative::reportCluster));
+    private static final List<Field> FIELDS = Arrays.stream(CMNCluster.class.getFields())
+            .filter(field -> !Modifier.isStatic(field.getModifiers())).toList();
     private static final int BLOCK_BYTES = 64016;
     private static final long WARM_UP_NANOSECONDS = 500_000_000;
     private static final ThreadMXBean THREAD = (ThreadMXBean) ManagementFactory.getThreadMXBean();
@@ -51,7 +52,7 @@ public final class Alternatives {
         double batch = 1e6 * (arguments.length > 2 ? Double.parseDouble(arguments[2]) : 2);
         List<Alternative> alternatives = alternatives();
         List<Map<String, Object>> comparisons = new ArrayList<>();
-        for (Method<?> method : methods()) {
+        for (Method method : METHODS) {
             check(method, alternatives);
             comparisons.add(measure(method, alternatives, rounds, batch));
         }
@@ -76,16 +77,24 @@ public final class Alternatives {
         return alternatives;
     }
 
-    private static List<Method<?>> methods() {
-        return List.of(new Method<>("cluster add", Alternatives::cluster, Alternative::addCluster),
-                new Method<>("cluster report", Alternatives::cluster, Alternative::reportCluster),
-                new Method<>("port add", Alternatives::port, Alternative::addPort),
-                new Method<>("server report", Alternatives::server, Alternative::reportServer));
-    }
-
+    /** A cluster in which every number has a value of its own, negative ones among them, and all flags are set. */
     private static CMNCluster cluster() {
         CMNCluster cluster = new CMNCluster();
-        fill(cluster);
+        int value = 3;
+        for (Field field : FIELDS) {
+            try {
+                if (field.getType() == byte.class) {
+                    field.setByte(cluster, (byte) (field.getName().startsWith("Set") ? 1 : value));
+                } else if (field.getType() == int.class) {
+                    field.setInt(cluster, value);
+                } else if (field.getType() == char.class) {
+                    field.setChar(cluster, (char) (value & 0x7F));
+                }
+            } catch (IllegalAccessException failure) {
+                throw new IllegalStateException(failure);
+            }
+            value = -3 * value % 9973;
+        }
         cluster.sClusterId = "www.example.com";
         cluster.Address = "192.168.100.200";
         cluster.sPrimaryHost = "10.0.0.1";
@@ -93,61 +102,21 @@ public final class Alternatives {
         return cluster;
     }
 
-    private static CMNPort port() {
-        CMNPort port = new CMNPort();
-        fill(port);
-        port.ClusterId = "www.example.com";
-        port.PortNumber = 443;
-        return port;
-    }
-
-    private static CMNServer server() {
-        CMNServer server = new CMNServer();
-        fill(server);
-        server.ClusterId = "www.example.com";
-        server.Port = 443;
-        return server;
-    }
-
-    /** Gives every number of an object a value of its own, negative ones among them, and sets all its flags. */
-    private static void fill(Object object) {
-        int value = 3;
-        for (Field field : fieldsOf(object)) {
-            try {
-                if (field.getType() == byte.class) {
-                    field.setByte(object, (byte) (field.getName().startsWith("Set") ? 1 : value));
-                } else if (field.getType() == int.class) {
-                    field.setInt(object, value);
-                } else if (field.getType() == char.class) {
-                    field.setChar(object, (char) (value & 0x7F));
-                }
-            } catch (IllegalAccessException failure) {
-                throw new IllegalStateException(failure);
-            }
-            value = -3 * value % 9973;
-        }
-    }
-
-    private static List<Field> fieldsOf(Object object) {
-        return Arrays.stream(object.getClass().getFields()).filter(field -> !Modifier.isStatic(field.getModifiers()))
-                .toList();
-    }
-
-    private static <T> void check(Method<T> method, List<Alternative> alternatives) {
-        T expected = method.argument().get();
+    private static void check(Method method, List<Alternative> alternatives) {
+        CMNCluster expected = cluster();
         byte[] bytes = sentBy(alternatives.get(0), method, expected);
         for (Alternative alternative : alternatives.subList(1, alternatives.size())) {
-            T actual = method.argument().get();
+            CMNCluster actual = cluster();
             byte[] sent = sentBy(alternative, method, actual);
             int difference = Arrays.mismatch(bytes, sent);
             require(difference < 0, method, alternative, "not the library's bytes from byte " + difference + " on");
-            for (Field field : fieldsOf(expected)) {
+            for (Field field : FIELDS) {
                 require(equal(field, expected, actual), method, alternative, "field " + field.getName());
             }
         }
     }
 
-    private static boolean equal(Field field, Object expected, Object actual) {
+    private static boolean equal(Field field, CMNCluster expected, CMNCluster actual) {
         try {
             return Arrays.deepEquals(new Object[] {field.get(expected)}, new Object[] {field.get(actual)});
         } catch (IllegalAccessException failure) {
@@ -155,17 +124,17 @@ public final class Alternatives {
         }
     }
 
-    private static void require(boolean condition, Method<?> method, Alternative alternative, String what) {
+    private static void require(boolean condition, Method method, Alternative alternative, String what) {
         if (!condition) {
             throw new IllegalStateException(method.name() + ", " + alternative.name() + ": " + what);
         }
     }
 
     /** The bytes of one call on a block of zeros; result and reason, which the executor writes, are left out. */
-    private static <T> byte[] sentBy(Alternative alternative, Method<T> method, T argument) {
+    private static byte[] sentBy(Alternative alternative, Method method, CMNCluster cluster) {
         JnaStructures.rk_bench_keep_blocks(1);
         alternative.clear();
-        int status = method.call().applyAsInt(alternative, argument);
+        int status = method.call().applyAsInt(alternative, cluster);
         byte[] bytes = new byte[BLOCK_BYTES];
         int length = JnaStructures.rk_bench_last_block(bytes, bytes.length);
         JnaStructures.rk_bench_keep_blocks(0);
@@ -174,12 +143,12 @@ public final class Alternatives {
         return Arrays.copyOf(bytes, length);
     }
 
-    private static <T> Map<String, Object> measure(Method<T> method, List<Alternative> alternatives, int rounds,
+    private static Map<String, Object> measure(Method method, List<Alternative> alternatives, int rounds,
             double batch) {
         List<Candidate> candidates = new ArrayList<>();
         for (Alternative alternative : alternatives) {
-            T argument = method.argument().get();
-            candidates.add(new Candidate(alternative.name(), () -> method.call().applyAsInt(alternative, argument)));
+            CMNCluster cluster = cluster();
+            candidates.add(new Candidate(alternative.name(), () -> method.call().applyAsInt(alternative, cluster)));
         }
         double[][] times = new double[candidates.size()][rounds];
         int[] calls = candidates.stream().mapToInt(candidate -> callsFor(candidate.call(), batch)).toArray();

@@ -1,8 +1,6 @@
 package rk.bench;
 
 import com.qel.internet.rk.common.CMNCluster;
-import com.qel.internet.rk.common.CMNPort;
-import com.qel.internet.rk.common.CMNServer;
 import com.sun.jna.Memory;
 import com.sun.jna.Native;
 import com.sun.jna.Pointer;
@@ -96,7 +94,7 @@ final class JnaStructures implements Alternative {
         public byte[] unused176 = new byte[16];
 
         ClusterRecord() {
-            super(Codes.ADD_CLUSTER);
+            super(ADD_CLUSTER);
         }
     }
 
@@ -120,88 +118,12 @@ final class JnaStructures implements Alternative {
         public int connectionsPerSecond;
 
         ClusterReport() {
-            super(Codes.READ_CLUSTER_REPORT);
-        }
-    }
-
-    @FieldOrder({"command", "result", "reason", "length", "clusterKey", "port", "unused22", "numberOfServers",
-        "maxServers", "unused36", "stickyTimeHigh", "stickyTime", "protocol", "unused50", "stickyBits",
-        "staleTimeoutHigh", "staleTimeout", "weightBound", "type", "unused67", "method", "replicate", "unused71",
-        "crossPort", "unused74", "maxHalfOpen", "setMaxServers", "setStickyTime", "setProtocol", "setStickyBits",
-        "setStaleTimeout", "setWeightBound", "setType", "setMethod", "setReplicate", "setCrossPort", "setMaxHalfOpen",
-        "setSendReset", "sendReset", "unused93"})
-    public static final class PortRecord extends Header {
-        public int clusterKey;
-        public short port;
-        public byte[] unused22 = new byte[6];
-        public int numberOfServers;
-        public int maxServers;
-        public int unused36;
-        public int stickyTimeHigh;
-        public int stickyTime;
-        public short protocol;
-        public short unused50;
-        public int stickyBits;
-        public int staleTimeoutHigh;
-        public int staleTimeout;
-        public short weightBound;
-        public byte type;
-        public byte unused67;
-        public short method;
-        public byte replicate;
-        public byte unused71;
-        public short crossPort;
-        public short unused74;
-        public int maxHalfOpen;
-        public byte setMaxServers;
-        public byte setStickyTime;
-        public byte setProtocol;
-        public byte setStickyBits;
-        public byte setStaleTimeout;
-        public byte setWeightBound;
-        public byte setType;
-        public byte setMethod;
-        public byte setReplicate;
-        public byte setCrossPort;
-        public byte setMaxHalfOpen;
-        public byte setSendReset;
-        public byte sendReset;
-        public byte[] unused93 = new byte[3];
-
-        PortRecord() {
-            super(Codes.ADD_PORT);
-        }
-    }
-
-    @FieldOrder({"command", "result", "reason", "length", "clusterKey", "port", "unused22", "serverKey", "unused48",
-        "total", "totalTcp", "totalUdp", "active", "finished", "complete", "savedWeight", "unused82", "bytesPerSecond",
-        "connectionsPerSecond"})
-    public static final class ServerReport extends Header {
-        public int clusterKey;
-        public short port;
-        public byte[] unused22 = new byte[22];
-        public int serverKey;
-        public byte[] unused48 = new byte[8];
-        public int total;
-        public int totalTcp;
-        public int totalUdp;
-        public int active;
-        public int finished;
-        public int complete;
-        public short savedWeight;
-        public byte[] unused82 = new byte[6];
-        public int bytesPerSecond;
-        public int connectionsPerSecond;
-
-        ServerReport() {
-            super(Codes.READ_SERVER_REPORT);
+            super(READ_CLUSTER_REPORT);
         }
     }
 
     private final ClusterRecord cluster = new ClusterRecord();
     private final ClusterReport clusterReport = new ClusterReport();
-    private final PortRecord port = new PortRecord();
-    private final ServerReport serverReport = new ServerReport();
 
     @Override
     public String name() {
@@ -309,96 +231,11 @@ final class JnaStructures implements Alternative {
         return 0;
     }
 
-    @Override
-    public int addPort(CMNPort from) {
-        PortRecord record = port;
-        if (from.PortNumber < 0 || from.PortNumber > 65535) {
-            return Values.BAD_PORT;
-        }
-        record.clusterKey = Values.keyOf(from.ClusterId);
-        record.port = Values.networkPort(from.PortNumber);
-        if ((record.setMaxServers = from.SetMaxNumberOfServers) == 1) {
-            record.maxServers = from.MaxNumberOfServers;
-        }
-        if ((record.setStaleTimeout = from.SetStaleTimeout) == 1) {
-            record.staleTimeout = from.StaleTimeout;
-            record.staleTimeoutHigh = record.staleTimeout >> 31;
-        }
-        if ((record.setStickyTime = from.SetStickyTime) == 1) {
-            record.stickyTime = from.StickyTime;
-            record.stickyTimeHigh = record.stickyTime >> 31;
-        }
-        if ((record.setStickyBits = from.SetStickyBits) == 1) {
-            record.stickyBits = from.iStickyBits;
-        }
-        if ((record.setWeightBound = from.SetWeightBound) == 1) {
-            record.weightBound = (short) from.WeightBound;
-        }
-        if ((record.setType = from.SetType) == 1) {
-            record.type = (byte) from.Type;
-        }
-        if ((record.setMethod = from.SetMethod) == 1) {
-            record.method = (short) from.iMethod;
-        }
-        if ((record.setProtocol = from.SetPortProtocol) == 1) {
-            record.protocol = (short) from.iPortProtocol;
-        }
-        if ((record.setReplicate = from.SetReplicate) == 1) {
-            record.replicate = (byte) from.Replicate;
-        }
-        if ((record.setMaxHalfOpen = from.SetMaxHalfOpen) == 1) {
-            record.maxHalfOpen = from.iMaxHalfOpen;
-        }
-        if ((record.setCrossPort = from.SetCrossPort) == 1) {
-            record.crossPort = Values.networkPort(from.iCrossPort);
-        }
-        if ((record.setSendReset = from.SetSendReset) == 1) {
-            record.sendReset = from.SendReset;
-        }
-        int status = record.exchange();
-        from.SetMaxNumberOfServers = record.setMaxServers;
-        from.SetStickyTime = record.setStickyTime;
-        from.SetPortProtocol = record.setProtocol;
-        from.SetStickyBits = record.setStickyBits;
-        from.SetStaleTimeout = record.setStaleTimeout;
-        from.SetWeightBound = record.setWeightBound;
-        from.SetType = record.setType;
-        from.SetMethod = record.setMethod;
-        from.SetReplicate = record.setReplicate;
-        from.SetMaxHalfOpen = record.setMaxHalfOpen;
-        from.SetCrossPort = record.setCrossPort;
-        from.SetSendReset = record.setSendReset;
-        return status == 0 ? 0 : REFUSED;
-    }
-
-    @Override
-    public int reportServer(CMNServer to) {
-        ServerReport record = serverReport;
-        if (to.Port < 0 || to.Port > 65535) {
-            return Values.BAD_PORT;
-        }
-        record.clusterKey = Values.keyOf(to.ClusterId);
-        record.port = Values.networkPort(to.Port);
-        record.serverKey = to.iServerIdKey;
-        if (record.exchange() != 0) {
-            return REFUSED;
-        }
-        to.TotalConnections = record.total;
-        to.TotalTCPConnections = record.totalTcp;
-        to.TotalUDPConnections = record.totalUdp;
-        to.ActiveConnections = record.active;
-        to.FINishedConnections = record.finished;
-        to.CompleteConnections = record.complete;
-        to._iSavedWeight = record.savedWeight;
-        to.iBytesPerSecond = record.bytesPerSecond;
-        return 0;
-    }
-
     /** The Java fields are what the next call writes, so they are zeroed with the block. */
     @Override
     public void clear() {
         BLOCK.clear();
-        for (Header record : new Header[] {cluster, clusterReport, port, serverReport}) {
+        for (Header record : new Header[] {cluster, clusterReport}) {
             int command = record.command;
             record.read();
             record.command = command;

@@ -1,8 +1,6 @@
 package rk.bench;
 
 import com.qel.internet.rk.common.CMNCluster;
-import com.qel.internet.rk.common.CMNPort;
-import com.qel.internet.rk.common.CMNServer;
 import jnr.ffi.LibraryLoader;
 import jnr.ffi.NativeType;
 import jnr.ffi.Pointer;
@@ -83,7 +81,7 @@ final class JnrStructures implements Alternative {
         final Padding unused176 = new Padding(NativeType.UCHAR, 16);
 
         ClusterRecord() {
-            super(Codes.ADD_CLUSTER);
+            super(ADD_CLUSTER);
         }
     }
 
@@ -104,79 +102,12 @@ final class JnrStructures implements Alternative {
         final Signed32 connectionsPerSecond = new Signed32();
 
         ClusterReport() {
-            super(Codes.READ_CLUSTER_REPORT);
-        }
-    }
-
-    static final class PortRecord extends Header {
-        final Signed32 clusterKey = new Signed32();
-        final Signed16 port = new Signed16();
-        final Padding unused22 = new Padding(NativeType.UCHAR, 6);
-        final Signed32 numberOfServers = new Signed32();
-        final Signed32 maxServers = new Signed32();
-        final Padding unused36 = new Padding(NativeType.UCHAR, 4);
-        final Signed32 stickyTimeHigh = new Signed32();
-        final Signed32 stickyTime = new Signed32();
-        final Signed16 protocol = new Signed16();
-        final Padding unused50 = new Padding(NativeType.UCHAR, 2);
-        final Signed32 stickyBits = new Signed32();
-        final Signed32 staleTimeoutHigh = new Signed32();
-        final Signed32 staleTimeout = new Signed32();
-        final Signed16 weightBound = new Signed16();
-        final Signed8 type = new Signed8();
-        final Padding unused67 = new Padding(NativeType.UCHAR, 1);
-        final Signed16 method = new Signed16();
-        final Signed8 replicate = new Signed8();
-        final Padding unused71 = new Padding(NativeType.UCHAR, 1);
-        final Signed16 crossPort = new Signed16();
-        final Padding unused74 = new Padding(NativeType.UCHAR, 2);
-        final Signed32 maxHalfOpen = new Signed32();
-        final Signed8 setMaxServers = new Signed8();
-        final Signed8 setStickyTime = new Signed8();
-        final Signed8 setProtocol = new Signed8();
-        final Signed8 setStickyBits = new Signed8();
-        final Signed8 setStaleTimeout = new Signed8();
-        final Signed8 setWeightBound = new Signed8();
-        final Signed8 setType = new Signed8();
-        final Signed8 setMethod = new Signed8();
-        final Signed8 setReplicate = new Signed8();
-        final Signed8 setCrossPort = new Signed8();
-        final Signed8 setMaxHalfOpen = new Signed8();
-        final Signed8 setSendReset = new Signed8();
-        final Signed8 sendReset = new Signed8();
-        final Padding unused93 = new Padding(NativeType.UCHAR, 3);
-
-        PortRecord() {
-            super(Codes.ADD_PORT);
-        }
-    }
-
-    static final class ServerReport extends Header {
-        final Signed32 clusterKey = new Signed32();
-        final Signed16 port = new Signed16();
-        final Padding unused22 = new Padding(NativeType.UCHAR, 22);
-        final Signed32 serverKey = new Signed32();
-        final Padding unused48 = new Padding(NativeType.UCHAR, 8);
-        final Signed32 total = new Signed32();
-        final Signed32 totalTcp = new Signed32();
-        final Signed32 totalUdp = new Signed32();
-        final Signed32 active = new Signed32();
-        final Signed32 finished = new Signed32();
-        final Signed32 complete = new Signed32();
-        final Signed16 savedWeight = new Signed16();
-        final Padding unused82 = new Padding(NativeType.UCHAR, 6);
-        final Signed32 bytesPerSecond = new Signed32();
-        final Signed32 connectionsPerSecond = new Signed32();
-
-        ServerReport() {
-            super(Codes.READ_SERVER_REPORT);
+            super(READ_CLUSTER_REPORT);
         }
     }
 
     private final ClusterRecord cluster = new ClusterRecord();
     private final ClusterReport clusterReport = new ClusterReport();
-    private final PortRecord port = new PortRecord();
-    private final ServerReport serverReport = new ServerReport();
 
     @Override
     public String name() {
@@ -294,103 +225,6 @@ final class JnrStructures implements Alternative {
         to.iConnectionsPerSecond = record.connectionsPerSecond.get();
         to.iClusterIdKey = record.key.get();
         to.Address = Values.textOf(record.address.get());
-        return 0;
-    }
-
-    @Override
-    public int addPort(CMNPort from) {
-        PortRecord record = port;
-        if (from.PortNumber < 0 || from.PortNumber > 65535) {
-            return Values.BAD_PORT;
-        }
-        record.clusterKey.set(Values.keyOf(from.ClusterId));
-        record.port.set(Values.networkPort(from.PortNumber));
-        record.setMaxServers.set(from.SetMaxNumberOfServers);
-        if (from.SetMaxNumberOfServers == 1) {
-            record.maxServers.set(from.MaxNumberOfServers);
-        }
-        record.setStaleTimeout.set(from.SetStaleTimeout);
-        if (from.SetStaleTimeout == 1) {
-            record.staleTimeout.set(from.StaleTimeout);
-            record.staleTimeoutHigh.set(record.staleTimeout.get() >> 31);
-        }
-        record.setStickyTime.set(from.SetStickyTime);
-        if (from.SetStickyTime == 1) {
-            record.stickyTime.set(from.StickyTime);
-            record.stickyTimeHigh.set(record.stickyTime.get() >> 31);
-        }
-        record.setStickyBits.set(from.SetStickyBits);
-        if (from.SetStickyBits == 1) {
-            record.stickyBits.set(from.iStickyBits);
-        }
-        record.setWeightBound.set(from.SetWeightBound);
-        if (from.SetWeightBound == 1) {
-            record.weightBound.set((short) from.WeightBound);
-        }
-        record.setType.set(from.SetType);
-        if (from.SetType == 1) {
-            record.type.set((byte) from.Type);
-        }
-        record.setMethod.set(from.SetMethod);
-        if (from.SetMethod == 1) {
-            record.method.set((short) from.iMethod);
-        }
-        record.setProtocol.set(from.SetPortProtocol);
-        if (from.SetPortProtocol == 1) {
-            record.protocol.set((short) from.iPortProtocol);
-        }
-        record.setReplicate.set(from.SetReplicate);
-        if (from.SetReplicate == 1) {
-            record.replicate.set((byte) from.Replicate);
-        }
-        record.setMaxHalfOpen.set(from.SetMaxHalfOpen);
-        if (from.SetMaxHalfOpen == 1) {
-            record.maxHalfOpen.set(from.iMaxHalfOpen);
-        }
-        record.setCrossPort.set(from.SetCrossPort);
-        if (from.SetCrossPort == 1) {
-            record.crossPort.set(Values.networkPort(from.iCrossPort));
-        }
-        record.setSendReset.set(from.SetSendReset);
-        if (from.SetSendReset == 1) {
-            record.sendReset.set(from.SendReset);
-        }
-        int status = record.exchange();
-        from.SetMaxNumberOfServers = record.setMaxServers.get();
-        from.SetStickyTime = record.setStickyTime.get();
-        from.SetPortProtocol = record.setProtocol.get();
-        from.SetStickyBits = record.setStickyBits.get();
-        from.SetStaleTimeout = record.setStaleTimeout.get();
-        from.SetWeightBound = record.setWeightBound.get();
-        from.SetType = record.setType.get();
-        from.SetMethod = record.setMethod.get();
-        from.SetReplicate = record.setReplicate.get();
-        from.SetMaxHalfOpen = record.setMaxHalfOpen.get();
-        from.SetCrossPort = record.setCrossPort.get();
-        from.SetSendReset = record.setSendReset.get();
-        return status == 0 ? 0 : REFUSED;
-    }
-
-    @Override
-    public int reportServer(CMNServer to) {
-        ServerReport record = serverReport;
-        if (to.Port < 0 || to.Port > 65535) {
-            return Values.BAD_PORT;
-        }
-        record.clusterKey.set(Values.keyOf(to.ClusterId));
-        record.port.set(Values.networkPort(to.Port));
-        record.serverKey.set(to.iServerIdKey);
-        if (record.exchange() != 0) {
-            return REFUSED;
-        }
-        to.TotalConnections = record.total.get();
-        to.TotalTCPConnections = record.totalTcp.get();
-        to.TotalUDPConnections = record.totalUdp.get();
-        to.ActiveConnections = record.active.get();
-        to.FINishedConnections = record.finished.get();
-        to.CompleteConnections = record.complete.get();
-        to._iSavedWeight = record.savedWeight.get();
-        to.iBytesPerSecond = record.bytesPerSecond.get();
         return 0;
     }
 

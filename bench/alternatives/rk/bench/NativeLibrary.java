@@ -2,8 +2,6 @@ package rk.bench;
 
 import com.qel.internet.rk.common.CMNCluster;
 import com.qel.internet.rk.common.CMNExecutorInterface;
-import com.qel.internet.rk.common.CMNPort;
-import com.qel.internet.rk.common.CMNServer;
 
 /** The library itself. */
 final class NativeLibrary implements Alternative {
@@ -26,16 +24,6 @@ final class NativeLibrary implements Alternative {
     @Override
     public int reportCluster(CMNCluster cluster) {
         return executor.getClusterReportNative(cluster);
-    }
-
-    @Override
-    public int addPort(CMNPort port) {
-        return executor.addPortNative(port);
-    }
-
-    @Override
-    public int reportServer(CMNServer server) {
-        return executor.getServerReportNative(server);
     }
 
     /** A command as long as the whole block, which the executor zeroes while it keeps blocks. */

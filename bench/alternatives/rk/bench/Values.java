@@ -2,10 +2,9 @@ package rk.bench;
 
 import java.nio.ByteOrder;
 
-/** What all the alternatives in Java share: keys, addresses and ports, as the records want them. */
+/** What all the alternatives in Java share: keys and addresses, as the records want them. */
 final class Values {
     static final int BAD_ADDRESS = -3;
-    static final int BAD_PORT = -10;
     static final int NO_IDENTIFIER = -88;
     static final int IDENTIFIER_TOO_LONG = -90;
 
@@ -75,10 +74,6 @@ final class Values {
         int word = networkOrder(networkWord);
         return new StringBuilder(15).append(word >>> 24).append('.').append(word >>> 16 & 0xFF).append('.')
                 .append(word >>> 8 & 0xFF).append('.').append(word & 0xFF).toString();
-    }
-
-    static short networkPort(int port) {
-        return LITTLE ? Short.reverseBytes((short) port) : (short) port;
     }
 
     private static int networkOrder(int word) {

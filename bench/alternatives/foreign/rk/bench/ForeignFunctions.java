@@ -10,8 +10,6 @@ import static java.lang.foreign.ValueLayout.JAVA_INT;
 import static java.lang.foreign.ValueLayout.JAVA_SHORT;
 
 import com.qel.internet.rk.common.CMNCluster;
-import com.qel.internet.rk.common.CMNPort;
-import com.qel.internet.rk.common.CMNServer;
 import java.lang.foreign.Arena;
 import java.lang.foreign.FunctionDescriptor;
 import java.lang.foreign.Linker;
@@ -78,7 +76,6 @@ final class ForeignFunctions implements Alternative {
     private static final long CLUSTER_SET_PRIMARY_HOST = offset(CLUSTER, "setPrimaryHost");
     private static final long CLUSTER_SET_PROPORTIONS = offset(CLUSTER, "setProportions");
     private static final long CLUSTER_SET_ADDRESS = offset(CLUSTER, "setAddress");
-    private static final long CLUSTER_NUMBER_OF_PORTS = offset(CLUSTER, "numberOfPorts");
     private static final long CLUSTER_KEY = offset(CLUSTER, "key");
     private static final long CLUSTER_ID = offset(CLUSTER, "id");
     private static final long CLUSTER_SET_NAT = offset(CLUSTER, "setNat");
@@ -104,69 +101,6 @@ final class ForeignFunctions implements Alternative {
     private static final long CLUSTER_REPORT_NEW_WHILE_QUIESCED = offset(CLUSTER_REPORT, "newWhileQuiesced");
     private static final long CLUSTER_REPORT_BYTES_PER_SECOND = offset(CLUSTER_REPORT, "bytesPerSecond");
     private static final long CLUSTER_REPORT_CONNECTIONS_PER_SECOND = offset(CLUSTER_REPORT, "connectionsPerSecond");
-
-    private static final StructLayout PORT = structLayout(HEADER, JAVA_INT.withName("clusterKey"),
-            JAVA_SHORT.withName("port"), paddingLayout(6), JAVA_INT.withName("numberOfServers"),
-            JAVA_INT.withName("maxServers"), paddingLayout(4), JAVA_INT.withName("stickyTimeHigh"),
-            JAVA_INT.withName("stickyTime"), JAVA_SHORT.withName("protocol"), paddingLayout(2),
-            JAVA_INT.withName("stickyBits"), JAVA_INT.withName("staleTimeoutHigh"), JAVA_INT.withName("staleTimeout"),
-            JAVA_SHORT.withName("weightBound"), JAVA_BYTE.withName("type"), paddingLayout(1),
-            JAVA_SHORT.withName("method"), JAVA_BYTE.withName("replicate"), paddingLayout(1),
-            JAVA_SHORT.withName("crossPort"), paddingLayout(2), JAVA_INT.withName("maxHalfOpen"),
-            JAVA_BYTE.withName("setMaxServers"), JAVA_BYTE.withName("setStickyTime"),
-            JAVA_BYTE.withName("setProtocol"), JAVA_BYTE.withName("setStickyBits"),
-            JAVA_BYTE.withName("setStaleTimeout"), JAVA_BYTE.withName("setWeightBound"),
-            JAVA_BYTE.withName("setType"), JAVA_BYTE.withName("setMethod"), JAVA_BYTE.withName("setReplicate"),
-            JAVA_BYTE.withName("setCrossPort"), JAVA_BYTE.withName("setMaxHalfOpen"),
-            JAVA_BYTE.withName("setSendReset"), JAVA_BYTE.withName("sendReset"), paddingLayout(3));
-    private static final long PORT_CLUSTER_KEY = offset(PORT, "clusterKey");
-    private static final long PORT_PORT = offset(PORT, "port");
-    private static final long PORT_NUMBER_OF_SERVERS = offset(PORT, "numberOfServers");
-    private static final long PORT_MAX_SERVERS = offset(PORT, "maxServers");
-    private static final long PORT_STICKY_TIME_HIGH = offset(PORT, "stickyTimeHigh");
-    private static final long PORT_STICKY_TIME = offset(PORT, "stickyTime");
-    private static final long PORT_PROTOCOL = offset(PORT, "protocol");
-    private static final long PORT_STICKY_BITS = offset(PORT, "stickyBits");
-    private static final long PORT_STALE_TIMEOUT_HIGH = offset(PORT, "staleTimeoutHigh");
-    private static final long PORT_STALE_TIMEOUT = offset(PORT, "staleTimeout");
-    private static final long PORT_WEIGHT_BOUND = offset(PORT, "weightBound");
-    private static final long PORT_TYPE = offset(PORT, "type");
-    private static final long PORT_METHOD = offset(PORT, "method");
-    private static final long PORT_REPLICATE = offset(PORT, "replicate");
-    private static final long PORT_CROSS_PORT = offset(PORT, "crossPort");
-    private static final long PORT_MAX_HALF_OPEN = offset(PORT, "maxHalfOpen");
-    private static final long PORT_SET_MAX_SERVERS = offset(PORT, "setMaxServers");
-    private static final long PORT_SET_STICKY_TIME = offset(PORT, "setStickyTime");
-    private static final long PORT_SET_PROTOCOL = offset(PORT, "setProtocol");
-    private static final long PORT_SET_STICKY_BITS = offset(PORT, "setStickyBits");
-    private static final long PORT_SET_STALE_TIMEOUT = offset(PORT, "setStaleTimeout");
-    private static final long PORT_SET_WEIGHT_BOUND = offset(PORT, "setWeightBound");
-    private static final long PORT_SET_TYPE = offset(PORT, "setType");
-    private static final long PORT_SET_METHOD = offset(PORT, "setMethod");
-    private static final long PORT_SET_REPLICATE = offset(PORT, "setReplicate");
-    private static final long PORT_SET_CROSS_PORT = offset(PORT, "setCrossPort");
-    private static final long PORT_SET_MAX_HALF_OPEN = offset(PORT, "setMaxHalfOpen");
-    private static final long PORT_SET_SEND_RESET = offset(PORT, "setSendReset");
-    private static final long PORT_SEND_RESET = offset(PORT, "sendReset");
-
-    private static final StructLayout SERVER_REPORT = structLayout(HEADER, JAVA_INT.withName("clusterKey"),
-            JAVA_SHORT.withName("port"), paddingLayout(22), JAVA_INT.withName("serverKey"), paddingLayout(8),
-            JAVA_INT.withName("total"), JAVA_INT.withName("totalTcp"), JAVA_INT.withName("totalUdp"),
-            JAVA_INT.withName("active"), JAVA_INT.withName("finished"), JAVA_INT.withName("complete"),
-            JAVA_SHORT.withName("savedWeight"), paddingLayout(6), JAVA_INT.withName("bytesPerSecond"),
-            JAVA_INT.withName("connectionsPerSecond"));
-    private static final long SERVER_REPORT_CLUSTER_KEY = offset(SERVER_REPORT, "clusterKey");
-    private static final long SERVER_REPORT_PORT = offset(SERVER_REPORT, "port");
-    private static final long SERVER_REPORT_SERVER_KEY = offset(SERVER_REPORT, "serverKey");
-    private static final long SERVER_REPORT_TOTAL = offset(SERVER_REPORT, "total");
-    private static final long SERVER_REPORT_TOTAL_TCP = offset(SERVER_REPORT, "totalTcp");
-    private static final long SERVER_REPORT_TOTAL_UDP = offset(SERVER_REPORT, "totalUdp");
-    private static final long SERVER_REPORT_ACTIVE = offset(SERVER_REPORT, "active");
-    private static final long SERVER_REPORT_FINISHED = offset(SERVER_REPORT, "finished");
-    private static final long SERVER_REPORT_COMPLETE = offset(SERVER_REPORT, "complete");
-    private static final long SERVER_REPORT_SAVED_WEIGHT = offset(SERVER_REPORT, "savedWeight");
-    private static final long SERVER_REPORT_BYTES_PER_SECOND = offset(SERVER_REPORT, "bytesPerSecond");
-    private static final long SERVER_REPORT_CONNECTIONS_PER_SECOND = offset(SERVER_REPORT, "connectionsPerSecond");
 
     private static long offset(StructLayout record, String field) {
         return record.byteOffset(groupElement(field));
@@ -265,7 +199,7 @@ final class ForeignFunctions implements Alternative {
         if (setByte(CLUSTER_SET_NAT, from.SetNatPtAddress) == 1) {
             MemorySegment.copy(from.natPtAddress, 0, BLOCK, JAVA_BYTE, CLUSTER_NAT, 4);
         }
-        int status = exchange(Codes.ADD_CLUSTER, CLUSTER);
+        int status = exchange(ADD_CLUSTER, CLUSTER);
         from.SetMaxNumberOfPorts = getByte(CLUSTER_SET_MAX_PORTS);
         from.SetPrimaryHost = getByte(CLUSTER_SET_PRIMARY_HOST);
         from.SetDefaultPortMaxServers = getByte(CLUSTER_SET_MAX_SERVERS);
@@ -286,7 +220,7 @@ final class ForeignFunctions implements Alternative {
     public int reportCluster(CMNCluster to) {
         Values.addressOf(to.Address);
         setInt(CLUSTER_REPORT_KEY, Values.keyOf(to.sClusterId));
-        if (exchange(Codes.READ_CLUSTER_REPORT, CLUSTER_REPORT) != 0) {
+        if (exchange(READ_CLUSTER_REPORT, CLUSTER_REPORT) != 0) {
             return REFUSED;
         }
         to.NumPorts = getInt(CLUSTER_REPORT_NUMBER_OF_PORTS);
@@ -302,89 +236,6 @@ final class ForeignFunctions implements Alternative {
         to.iConnectionsPerSecond = getInt(CLUSTER_REPORT_CONNECTIONS_PER_SECOND);
         to.iClusterIdKey = getInt(CLUSTER_REPORT_KEY);
         to.Address = Values.textOf(getInt(CLUSTER_REPORT_ADDRESS));
-        return 0;
-    }
-
-    @Override
-    public int addPort(CMNPort from) {
-        if (from.PortNumber < 0 || from.PortNumber > 65535) {
-            return Values.BAD_PORT;
-        }
-        setInt(PORT_CLUSTER_KEY, Values.keyOf(from.ClusterId));
-        setShort(PORT_PORT, Values.networkPort(from.PortNumber));
-        if (setByte(PORT_SET_MAX_SERVERS, from.SetMaxNumberOfServers) == 1) {
-            setInt(PORT_MAX_SERVERS, from.MaxNumberOfServers);
-        }
-        if (setByte(PORT_SET_STALE_TIMEOUT, from.SetStaleTimeout) == 1) {
-            setInt(PORT_STALE_TIMEOUT, from.StaleTimeout);
-            setInt(PORT_STALE_TIMEOUT_HIGH, from.StaleTimeout >> 31);
-        }
-        if (setByte(PORT_SET_STICKY_TIME, from.SetStickyTime) == 1) {
-            setInt(PORT_STICKY_TIME, from.StickyTime);
-            setInt(PORT_STICKY_TIME_HIGH, from.StickyTime >> 31);
-        }
-        if (setByte(PORT_SET_STICKY_BITS, from.SetStickyBits) == 1) {
-            setInt(PORT_STICKY_BITS, from.iStickyBits);
-        }
-        if (setByte(PORT_SET_WEIGHT_BOUND, from.SetWeightBound) == 1) {
-            setShort(PORT_WEIGHT_BOUND, from.WeightBound);
-        }
-        if (setByte(PORT_SET_TYPE, from.SetType) == 1) {
-            setByte(PORT_TYPE, from.Type);
-        }
-        if (setByte(PORT_SET_METHOD, from.SetMethod) == 1) {
-            setShort(PORT_METHOD, from.iMethod);
-        }
-        if (setByte(PORT_SET_PROTOCOL, from.SetPortProtocol) == 1) {
-            setShort(PORT_PROTOCOL, from.iPortProtocol);
-        }
-        if (setByte(PORT_SET_REPLICATE, from.SetReplicate) == 1) {
-            setByte(PORT_REPLICATE, from.Replicate);
-        }
-        if (setByte(PORT_SET_MAX_HALF_OPEN, from.SetMaxHalfOpen) == 1) {
-            setInt(PORT_MAX_HALF_OPEN, from.iMaxHalfOpen);
-        }
-        if (setByte(PORT_SET_CROSS_PORT, from.SetCrossPort) == 1) {
-            setShort(PORT_CROSS_PORT, Values.networkPort(from.iCrossPort));
-        }
-        if (setByte(PORT_SET_SEND_RESET, from.SetSendReset) == 1) {
-            setByte(PORT_SEND_RESET, from.SendReset);
-        }
-        int status = exchange(Codes.ADD_PORT, PORT);
-        from.SetMaxNumberOfServers = getByte(PORT_SET_MAX_SERVERS);
-        from.SetStickyTime = getByte(PORT_SET_STICKY_TIME);
-        from.SetPortProtocol = getByte(PORT_SET_PROTOCOL);
-        from.SetStickyBits = getByte(PORT_SET_STICKY_BITS);
-        from.SetStaleTimeout = getByte(PORT_SET_STALE_TIMEOUT);
-        from.SetWeightBound = getByte(PORT_SET_WEIGHT_BOUND);
-        from.SetType = getByte(PORT_SET_TYPE);
-        from.SetMethod = getByte(PORT_SET_METHOD);
-        from.SetReplicate = getByte(PORT_SET_REPLICATE);
-        from.SetMaxHalfOpen = getByte(PORT_SET_MAX_HALF_OPEN);
-        from.SetCrossPort = getByte(PORT_SET_CROSS_PORT);
-        from.SetSendReset = getByte(PORT_SET_SEND_RESET);
-        return status == 0 ? 0 : REFUSED;
-    }
-
-    @Override
-    public int reportServer(CMNServer to) {
-        if (to.Port < 0 || to.Port > 65535) {
-            return Values.BAD_PORT;
-        }
-        setInt(SERVER_REPORT_CLUSTER_KEY, Values.keyOf(to.ClusterId));
-        setShort(SERVER_REPORT_PORT, Values.networkPort(to.Port));
-        setInt(SERVER_REPORT_SERVER_KEY, to.iServerIdKey);
-        if (exchange(Codes.READ_SERVER_REPORT, SERVER_REPORT) != 0) {
-            return REFUSED;
-        }
-        to.TotalConnections = getInt(SERVER_REPORT_TOTAL);
-        to.TotalTCPConnections = getInt(SERVER_REPORT_TOTAL_TCP);
-        to.TotalUDPConnections = getInt(SERVER_REPORT_TOTAL_UDP);
-        to.ActiveConnections = getInt(SERVER_REPORT_ACTIVE);
-        to.FINishedConnections = getInt(SERVER_REPORT_FINISHED);
-        to.CompleteConnections = getInt(SERVER_REPORT_COMPLETE);
-        to._iSavedWeight = BLOCK.get(JAVA_SHORT, SERVER_REPORT_SAVED_WEIGHT);
-        to.iBytesPerSecond = getInt(SERVER_REPORT_BYTES_PER_SECOND);
         return 0;
     }
 
