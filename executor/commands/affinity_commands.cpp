@@ -138,15 +138,12 @@ uint32_t fillWithAll(AffinityRecord &record, const Port &port) {
 
 } // namespace
 
-int32_t readAffinities(ExecutorState &state, AffinityRecord &record) {
-    const Target target = findPortByAddress(state, {record.clusterAddress}, record.port);
-    if (target.reason != 0)
-        return target.reason;
+int32_t readAffinities(const Port &port, AffinityRecord &record) {
     const bool isDetailed = record.count != 0;
     record.command = 0;
-    fillHead(record, *target.port);
+    fillHead(record, port);
     auto *entries = entriesOf<AffinityEntry>(&record);
-    const uint32_t filled = fillWithAll(record, *target.port);
+    const uint32_t filled = fillWithAll(record, port);
     for (uint32_t index = 0; index < filled; ++index) {
         entries[index].clientAddress = htonl(entries[index].clientAddress);
         entries[index].serverAddress = htonl(entries[index].serverAddress);
@@ -156,15 +153,11 @@ int32_t readAffinities(ExecutorState &state, AffinityRecord &record) {
     return 0;
 }
 
-int32_t serverDirectedAffinity(ExecutorState &state, AffinityRecord &record) {
-    const Target target = findPortByAddress(state, {htonl(record.clusterAddress)}, record.port);
-    if (target.reason != 0)
-        return target.reason;
+int32_t serverDirectedAffinity(Executor &executor, Port &port, AffinityRecord &record) {
     const int32_t command = record.command;
     if (command != kBindClients && command != kReleaseClients && command != kReadClients)
         return kOutOfRange;
 
-    Port &port = *target.port;
     auto *entries = entriesOf<AffinityEntry>(&record);
     fillHead(record, port);
     if (command == kReadClients && record.count == 0) {
@@ -175,7 +168,7 @@ int32_t serverDirectedAffinity(ExecutorState &state, AffinityRecord &record) {
     }
     for (uint32_t index = 0; index < record.count; ++index) {
         const AffinityEntry request = entries[index];
-        const int32_t response = performOn(state.executor, port, command, request);
+        const int32_t response = performOn(executor, port, command, request);
         entries[index] = replyTo(request, port, response);
         if (response < 0 && record.response == 0)
             record.response = response;

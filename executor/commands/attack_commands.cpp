@@ -53,10 +53,10 @@ void addHalfOpen(HalfOpenRecord &record, const ClientConnections &client, bool i
 
 } // namespace
 
-int32_t readHalfOpenConnections(ExecutorState &state, HalfOpenRecord &record) {
-    const int32_t threshold = attackThreshold(state.executor);
+int32_t readHalfOpenConnections(const Executor &executor, HalfOpenRecord &record) {
+    const int32_t threshold = attackThreshold(executor);
     clearBody(record.header);
-    for (const auto &[clusterOrder, cluster] : state.executor.clusters.inOrder) {
+    for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
             for (auto item = port->connections.cbegin(); item != port->connections.cend();) {
                 const ClientConnections client = connectionsOfClient(*port, item);
@@ -68,19 +68,16 @@ int32_t readHalfOpenConnections(ExecutorState &state, HalfOpenRecord &record) {
     return 0;
 }
 
-int32_t readAttackingAddresses(ExecutorState &state, AttackingAddressesRecord &record) {
+int32_t readAttackingAddresses(const Executor &executor, const Port &port, AttackingAddressesRecord &record) {
     const NetworkAddress clusterAddress = record.address;
     const NetworkPort portNumber = record.port;
-    const Target target = findPortByAddress(state, clusterAddress, portNumber);
-    if (target.reason != 0)
-        return target.reason;
-    const int32_t threshold = attackThreshold(state.executor);
+    const int32_t threshold = attackThreshold(executor);
     clearBody(record.header);
     record.address = clusterAddress;
     record.port = portNumber;
-    const auto &connections = target.port->connections;
+    const auto &connections = port.connections;
     for (auto item = connections.cbegin(); item != connections.cend();) {
-        const ClientConnections client = connectionsOfClient(*target.port, item);
+        const ClientConnections client = connectionsOfClient(port, item);
         record.summary += client.halfOpen;
         if (client.halfOpen >= threshold) {
             if (record.count < kAttackingAddresses)
@@ -92,23 +89,23 @@ int32_t readAttackingAddresses(ExecutorState &state, AttackingAddressesRecord &r
     return 0;
 }
 
-int32_t setAttackProtection(ExecutorState &state, AttackProtectionRecord &record) {
+int32_t setAttackProtection(Executor &executor, const AttackProtectionRecord &record) {
     const bool isInRange = std::all_of(std::begin(record.parameters), std::end(record.parameters),
                                        [](uint32_t parameter) { return parameter <= kHighestAttackParameter; });
     if (!isInRange)
         return kOutOfRange;
     std::copy(std::begin(record.parameters), std::end(record.parameters),
-              std::begin(state.executor.attackProtection.parameters));
+              std::begin(executor.attackProtection.parameters));
     return 0;
 }
 
-int32_t readIcmp(ExecutorState &state, IcmpRecord &record) {
-    replyWith(state.executor.icmp, record);
+int32_t readIcmp(const Executor &executor, IcmpRecord &record) {
+    replyWith(executor.icmp, record);
     return 0;
 }
 
-int32_t writeIcmp(ExecutorState &state, IcmpRecord &record) {
-    replyWith(record, state.executor.icmp);
+int32_t writeIcmp(Executor &executor, const IcmpRecord &record) {
+    replyWith(record, executor.icmp);
     return 0;
 }
 

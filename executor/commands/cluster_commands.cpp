@@ -38,8 +38,7 @@ static void fillEntry(ClusterListEntry &entry, const Cluster &cluster) {
     storeText(entry.clusterId, textIn(cluster.settings.clusterId));
 }
 
-int32_t addCluster(ExecutorState &state, ClusterRecord &record) {
-    Executor &executor = state.executor;
+int32_t addCluster(Executor &executor, const ClusterRecord &record) {
     if (findItem(executor.clusters, record.clusterKey) != nullptr)
         return kClusterExists;
     if (numberOf(executor.clusters) >= executor.settings.maxNumberOfClusters)
@@ -64,42 +63,31 @@ int32_t addCluster(ExecutorState &state, ClusterRecord &record) {
     return 0;
 }
 
-int32_t removeCluster(ExecutorState &state, ClusterRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    Executor &executor = state.executor;
-    executor.clusterAddresses.erase(target.cluster->settings.address.word);
-    removeItem(executor.clusters, record.clusterKey, target.cluster->order);
+int32_t removeCluster(Executor &executor, Cluster &cluster, const ClusterRecord & /*record*/) {
+    executor.clusterAddresses.erase(cluster.settings.address.word);
+    removeItem(executor.clusters, cluster.settings.clusterKey, cluster.order);
     return 0;
 }
 
-int32_t listClusters(ExecutorState &state, ClusterListBlock &block) {
-    fillList<ClusterListEntry>(block, state.executor.clusters);
+int32_t listClusters(const Executor &executor, ClusterListBlock &block) {
+    fillList<ClusterListEntry>(block, executor.clusters);
     return 0;
 }
 
-int32_t readClusterSettings(ExecutorState &state, ClusterRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    replyWith(target.cluster->settings, record);
-    record.numberOfPorts = numberOf(target.cluster->ports);
+int32_t readClusterSettings(const Cluster &cluster, ClusterRecord &record) {
+    replyWith(cluster.settings, record);
+    record.numberOfPorts = numberOf(cluster.ports);
     return 0;
 }
 
-int32_t writeClusterSettings(ExecutorState &state, ClusterRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    Executor &executor = state.executor;
-    ClusterRecord &kept = target.cluster->settings;
+int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const ClusterRecord &record) {
+    ClusterRecord &kept = cluster.settings;
     ClusterRecord settings = kept;
     if (!applySettings(kClusterSettings, record.header, settings.header))
         return kOutOfRange;
     if (!isAddressUsable(executor, settings.address, kept.address))
         return kClusterAddress;
-    if (!areSettingsValid(settings, numberOf(target.cluster->ports)))
+    if (!areSettingsValid(settings, numberOf(cluster.ports)))
         return kOutOfRange;
 
     // The entry moves to the new address without memory being obtained.
@@ -110,24 +98,18 @@ int32_t writeClusterSettings(ExecutorState &state, ClusterRecord &record) {
     return 0;
 }
 
-int32_t readClusterReport(ExecutorState &state, ClusterReportRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
+int32_t readClusterReport(const Cluster &cluster, ClusterReportRecord &record) {
     ClusterReportRecord report{}; // nothing is forwarded, so the packet counters stay 0
-    report.clusterKey = record.clusterKey;
-    report.address = target.cluster->settings.address;
-    report.numberOfPorts = numberOf(target.cluster->ports);
-    report.connectionsPerSecond = target.cluster->connectionsPerSecond;
+    report.clusterKey = cluster.settings.clusterKey;
+    report.address = cluster.settings.address;
+    report.numberOfPorts = numberOf(cluster.ports);
+    report.connectionsPerSecond = cluster.connectionsPerSecond;
     replyWith(report, record);
     return 0;
 }
 
-int32_t setClusterCps(ExecutorState &state, ClusterReportRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    return keepRate(record.connectionsPerSecond, target.cluster->connectionsPerSecond);
+int32_t setClusterCps(Cluster &cluster, const ClusterReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, cluster.connectionsPerSecond);
 }
 
 } // namespace rk

@@ -1,7 +1,6 @@
 #include "executor/commands/command_log.h"
 
 #include "executor/state/reason_text.h"
-#include "executor/state/values.h"
 
 namespace rk {
 
@@ -15,52 +14,39 @@ bool isTraced(const ExecutorState &state, const CommandRow *row, int32_t reason)
     return isTraced(state, row->effect == kReads ? kTraceReads : kTraceChanges, row->family.traceBit);
 }
 
-} // namespace
-
-bool isLogged(const ExecutorState &state, const CommandRow *row, int32_t reason) {
-    return state.log != nullptr || isTraced(state, row, reason);
+std::string_view nameOf(const Cluster *cluster) {
+    return cluster == nullptr ? "" : textIn(cluster->settings.clusterId);
 }
 
-LogText describeSubject(ExecutorState &state, const CommandRow &row, const CommandHeader &block) {
-    LogText subject{};
-    row.describe(subject, block);
-    const CommandKeys keys = row.keysOf(block);
-    if (!keys.clusterKey)
-        return subject;
+std::string_view nameOf(const Server *server) {
+    return server == nullptr ? "" : textIn(server->settings.serverId);
+}
 
-    // An object has its name from the state; only an add brings it in the request, the others leave the bytes as any.
-    const Target cluster = findCluster(state, *keys.clusterKey);
-    std::string_view clusterId;
-    if (row.command == Command::addCluster)
-        clusterId = keys.clusterId;
-    else if (cluster.cluster != nullptr)
-        clusterId = textIn(cluster.cluster->settings.clusterId);
-    appendNameAndKey(subject, "cluster", clusterId, *keys.clusterKey);
+} // namespace
 
-    if (!keys.port)
-        return subject;
-    append(subject, " port=%d", hostOrder(*keys.port));
-
-    if (keys.serverKey) {
-        const Target server = findServer(state, *keys.clusterKey, *keys.port, *keys.serverKey);
-        std::string_view serverId;
-        if (row.command == Command::addServer)
-            serverId = keys.serverId;
-        else if (server.server != nullptr)
-            serverId = textIn(server.server->settings.serverId);
-        appendNameAndKey(subject, "server", serverId, *keys.serverKey);
+void describeSubject(LogText &text, const CommandRow &row, const CommandHeader &block, const CommandKeys &keys,
+                     const Target &target) {
+    if (keys.clusterKey)
+        appendNameAndKey(text, "cluster", keys.newClusterId.value_or(nameOf(target.cluster)), *keys.clusterKey);
+    if (keys.clusterAddress)
+        appendEndpoint(text, "cluster", *keys.clusterAddress, hostOrder(*keys.port));
+    else if (keys.port)
+        append(text, " port=%d", hostOrder(*keys.port));
+    if (keys.serverKey)
+        appendNameAndKey(text, "server", keys.newServerId.value_or(nameOf(target.server)), *keys.serverKey);
+    if (keys.ruleName) {
+        append(text, " rule=");
+        appendName(text, *keys.ruleName);
     }
-
-    // The servers of a port are listed with the same block as those of a rule, its name field unused.
-    if (keys.ruleName && row.command != Command::listServers) {
-        append(subject, " rule=");
-        appendName(subject, *keys.ruleName);
-    }
-    return subject;
+    row.describe(text, block);
 }
 
 void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject) {
-    LogText line{};
+    const bool isKept = isTraced(state, row, block.reason);
+    if (!isKept && state.log == nullptr)
+        return;
+
+    LogText line;
     appendTime(line);
     append(line, " %s", row == nullptr ? "unknownCommand" : row->name);
     if (row == nullptr)
@@ -71,7 +57,7 @@ void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader
     if (block.reason != 0)
         append(line, " reason=%d (%s)", block.reason, reasonText(block.command, block.reason));
 
-    if (isTraced(state, row, block.reason))
+    if (isKept)
         addLine(state.trace, line.text);
     if (state.log != nullptr) {
         std::fprintf(state.log, "%s\n", line.text);

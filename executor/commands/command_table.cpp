@@ -1,44 +1,52 @@
 #include "executor/commands/command_table.h"
 
+#include "executor/commands/command_words.h"
 #include "executor/commands/commands.h"
-#include "executor/state/values.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace rk {
 
 namespace {
 
-// The records give a key the same name wherever they have it.
+// What a procedure takes: references to objects, and at last to its record.
+template <typename Procedure> struct Parameters;
+template <typename... Each> struct Parameters<int32_t (*)(Each...)> {
+    using Record = std::remove_cvref_t<std::tuple_element_t<sizeof...(Each) - 1, std::tuple<Each...>>>;
+    static constexpr Needs needs = (kNeeds<std::remove_cvref_t<Each>> | ...);
+};
+template <auto procedure> using RecordOf = typename Parameters<decltype(procedure)>::Record;
+
+// The object of the target, or the record, that a parameter stands for.
+template <typename Parameter> Parameter argument(const Target &target, CommandHeader &block) {
+    using Type = std::remove_cvref_t<Parameter>;
+    if constexpr (std::is_same_v<Type, Executor>)
+        return *target.executor;
+    else if constexpr (std::is_same_v<Type, TraceLog>)
+        return *target.trace;
+    else if constexpr (std::is_same_v<Type, Cluster>)
+        return *target.cluster;
+    else if constexpr (std::is_same_v<Type, Port>)
+        return *target.port;
+    else if constexpr (std::is_same_v<Type, Server>)
+        return *target.server;
+    else if constexpr (std::is_same_v<Type, Rule>)
+        return *target.rule;
+    else
+        return reinterpret_cast<Parameter>(block);
+}
+
+template <typename... Each> int32_t call(int32_t (*procedure)(Each...), const Target &target, CommandHeader &block) {
+    return procedure(argument<Each>(target, block)...);
+}
+
+template <auto procedure> int32_t performOn(const Target &target, CommandHeader &block) {
+    return call(procedure, target, block);
+}
+
 template <typename Record> CommandKeys keysIn(const CommandHeader &block) {
-    const auto &record = reinterpret_cast<const Record &>(block);
-    CommandKeys keys;
-    if constexpr (requires { record.clusterKey; })
-        keys.clusterKey = record.clusterKey;
-    if constexpr (requires { keys.port = record.port; })
-        keys.port = record.port;
-    if constexpr (requires { record.serverKey; })
-        keys.serverKey = record.serverKey;
-    if constexpr (requires { record.ruleName; })
-        keys.ruleName = textIn(record.ruleName);
-    if constexpr (requires { record.clusterId; })
-        keys.clusterId = textIn(record.clusterId);
-    if constexpr (requires { record.serverId; })
-        keys.serverId = textIn(record.serverId);
-    return keys;
-}
-
-// The record that a command's procedure takes.
-template <typename Handler> struct RecordTaken;
-template <typename Record> struct RecordTaken<int32_t (*)(ExecutorState &, Record &)> { using Type = Record; };
-template <auto handler> using RecordOf = typename RecordTaken<decltype(handler)>::Type;
-
-template <auto handler> int32_t performOn(ExecutorState &state, CommandHeader &block) {
-    return handler(state, reinterpret_cast<RecordOf<handler> &>(block));
-}
-
-template <typename Block> int32_t countIn(const CommandHeader &block) {
-    return reinterpret_cast<const Block &>(block).count;
+    return keysOf(reinterpret_cast<const Record &>(block));
 }
 
 template <typename Record> void describeBlock(LogText &text, const CommandHeader &block) {
@@ -46,24 +54,45 @@ template <typename Record> void describeBlock(LogText &text, const CommandHeader
         describe(text, reinterpret_cast<const Record &>(block));
 }
 
+template <typename Block> int32_t countIn(const CommandHeader &block) {
+    return reinterpret_cast<const Block &>(block).count;
+}
+
 // A command with a record of fixed length.
-template <auto handler>
+template <auto procedure>
 constexpr CommandRow fixed(Command command, const char *name, CommandFamily family, Effect effect,
                            std::span<const Setting> settings = {}) {
-    using Record = RecordOf<handler>;
-    return {command,        family,
-            effect,         name,
-            sizeof(Record), 0,
-            nullptr,        performOn<handler>,
-            keysIn<Record>, describeBlock<Record>,
-            settings};
+    using Record = RecordOf<procedure>;
+    CommandRow row{};
+    row.command = command;
+    row.name = name;
+    row.family = family;
+    row.effect = effect;
+    row.length = sizeof(Record);
+    row.needs = Parameters<decltype(procedure)>::needs;
+    row.keysOf = keysIn<Record>;
+    row.describe = describeBlock<Record>;
+    row.perform = performOn<procedure>;
+    row.settings = settings;
+    return row;
 }
 
 // A command that travels in the whole of the shared block, whatever its record takes of it.
-template <auto handler>
+template <auto procedure>
 constexpr CommandRow wholeBlock(Command command, const char *name, CommandFamily family, Effect effect) {
-    CommandRow row = fixed<handler>(command, name, family, effect);
+    CommandRow row = fixed<procedure>(command, name, family, effect);
     row.length = kWireBytes;
+    return row;
+}
+
+// A command with a block that has entries behind it.
+template <auto procedure, typename Entry>
+constexpr CommandRow listed(Command command, const char *name, CommandFamily family, Effect effect,
+                            void (*refuseEntries)(CommandHeader &block, int32_t reason) = nullptr) {
+    CommandRow row = fixed<procedure>(command, name, family, effect);
+    row.entryLength = sizeof(Entry);
+    row.countOf = countIn<RecordOf<procedure>>;
+    row.refuseEntries = refuseEntries;
     return row;
 }
 
@@ -76,131 +105,115 @@ int32_t roomForAffinities(const CommandHeader &block) {
     return std::max(static_cast<int32_t>(count), kWireAffinities);
 }
 
-constexpr CommandRow directedAffinity() {
-    CommandRow row = fixed<serverDirectedAffinity>(Command::serverDirectedAffinity, "serverDirectedAffinity",
-                                                   kAffinityFamily, kChanges);
+constexpr CommandRow withRoomForAffinities(CommandRow row) {
     row.entryLength = sizeof(AffinityEntry);
     row.countOf = roomForAffinities;
     return row;
 }
 
-// A command with a block that has entries behind it.
-template <auto handler, typename Entry>
-constexpr CommandRow listed(Command command, const char *name, CommandFamily family, Effect effect) {
-    using Block = RecordOf<handler>;
-    return {command,
-            family,
-            effect,
-            name,
-            sizeof(Block),
-            sizeof(Entry),
-            countIn<Block>,
-            performOn<handler>,
-            keysIn<Block>,
-            describeBlock<Block>,
-            {}};
-}
+// Code, name in the log and procedure of a command have one name.
+#define RK_NAMED(command) Command::command, #command
+#define RK_FIXED(command, ...) fixed<command>(RK_NAMED(command), __VA_ARGS__)
+#define RK_WHOLE(command, ...) wholeBlock<command>(RK_NAMED(command), __VA_ARGS__)
+#define RK_LISTED(command, Entry, ...) listed<command, Entry>(RK_NAMED(command), __VA_ARGS__)
 
 constexpr CommandRow kCommandRows[] = {
-    fixed<readExecutorSettings>(Command::readExecutorSettings, "readExecutorSettings", kExecutorFamily, kReads),
-    fixed<writeExecutorSettings>(Command::writeExecutorSettings, "writeExecutorSettings", kExecutorFamily, kChanges,
-                                 kExecutorSettings),
-    fixed<readExecutorReport>(Command::readExecutorReport, "readExecutorReport", kExecutorFamily, kReads),
-    fixed<setExecutorCps>(Command::setExecutorCps, "setExecutorCps", kExecutorFamily, kChanges),
+    RK_FIXED(readExecutorSettings, kExecutorFamily, kReads),
+    RK_FIXED(writeExecutorSettings, kExecutorFamily, kChanges, kExecutorSettings),
+    RK_FIXED(readExecutorReport, kExecutorFamily, kReads),
+    RK_FIXED(setExecutorCps, kExecutorFamily, kChanges),
 
-    fixed<addCluster>(Command::addCluster, "addCluster", kClusterFamily, kChanges, kClusterSettings),
-    fixed<removeCluster>(Command::removeCluster, "removeCluster", kClusterFamily, kChanges),
-    listed<listClusters, ClusterListEntry>(Command::listClusters, "listClusters", kClusterFamily, kReads),
-    fixed<readClusterSettings>(Command::readClusterSettings, "readClusterSettings", kClusterFamily, kReads),
-    fixed<writeClusterSettings>(Command::writeClusterSettings, "writeClusterSettings", kClusterFamily, kChanges,
-                                kClusterSettings),
-    fixed<readClusterReport>(Command::readClusterReport, "readClusterReport", kClusterFamily, kReads),
-    fixed<setClusterCps>(Command::setClusterCps, "setClusterCps", kClusterFamily, kChanges),
+    RK_FIXED(addCluster, kClusterFamily, kChanges, kClusterSettings),
+    RK_FIXED(removeCluster, kClusterFamily, kChanges),
+    RK_LISTED(listClusters, ClusterListEntry, kClusterFamily, kReads),
+    RK_FIXED(readClusterSettings, kClusterFamily, kReads),
+    RK_FIXED(writeClusterSettings, kClusterFamily, kChanges, kClusterSettings),
+    RK_FIXED(readClusterReport, kClusterFamily, kReads),
+    RK_FIXED(setClusterCps, kClusterFamily, kChanges),
 
-    fixed<addPort>(Command::addPort, "addPort", kPortFamily, kChanges, kPortSettings),
-    fixed<removePort>(Command::removePort, "removePort", kPortFamily, kChanges),
-    listed<listPorts, PortListEntry>(Command::listPorts, "listPorts", kPortFamily, kReads),
-    fixed<readPortSettings>(Command::readPortSettings, "readPortSettings", kPortFamily, kReads),
-    fixed<writePortSettings>(Command::writePortSettings, "writePortSettings", kPortFamily, kChanges, kPortSettings),
-    fixed<readPortReport>(Command::readPortReport, "readPortReport", kPortFamily, kReads),
-    fixed<setPortCps>(Command::setPortCps, "setPortCps", kPortFamily, kChanges),
+    RK_FIXED(addPort, kPortFamily, kChanges, kPortSettings),
+    RK_FIXED(removePort, kPortFamily, kChanges),
+    RK_LISTED(listPorts, PortListEntry, kPortFamily, kReads),
+    RK_FIXED(readPortSettings, kPortFamily, kReads),
+    RK_FIXED(writePortSettings, kPortFamily, kChanges, kPortSettings),
+    RK_FIXED(readPortReport, kPortFamily, kReads),
+    RK_FIXED(setPortCps, kPortFamily, kChanges),
 
-    fixed<addServer>(Command::addServer, "addServer", kServerFamily, kChanges, kServerSettings),
-    fixed<removeServer>(Command::removeServer, "removeServer", kServerFamily, kChanges),
-    fixed<markServerDown>(Command::markServerDown, "markServerDown", kServerFamily, kChanges),
-    fixed<markServerUp>(Command::markServerUp, "markServerUp", kServerFamily, kChanges),
-    listed<listServers, ServerListEntry>(Command::listServers, "listServers", kServerFamily, kReads),
-    fixed<readServerSettings>(Command::readServerSettings, "readServerSettings", kServerFamily, kReads),
-    fixed<writeServerSettings>(Command::writeServerSettings, "writeServerSettings", kServerFamily, kChanges,
-                               kServerSettings),
-    fixed<readServerReport>(Command::readServerReport, "readServerReport", kServerFamily, kReads),
-    fixed<setServerCps>(Command::setServerCps, "setServerCps", kServerFamily, kChanges),
+    RK_FIXED(addServer, kServerFamily, kChanges, kServerSettings),
+    RK_FIXED(removeServer, kServerFamily, kChanges),
+    RK_FIXED(markServerDown, kServerFamily, kChanges),
+    RK_FIXED(markServerUp, kServerFamily, kChanges),
+    RK_LISTED(listServers, ServerListEntry, kServerFamily, kReads),
+    RK_FIXED(readServerSettings, kServerFamily, kReads),
+    RK_FIXED(writeServerSettings, kServerFamily, kChanges, kServerSettings),
+    RK_FIXED(readServerReport, kServerFamily, kReads),
+    RK_FIXED(setServerCps, kServerFamily, kChanges),
 
-    listed<writeServerWeights, ServerWeightEntry>(Command::writeServerWeights, "writeServerWeights", kServerFamily,
-                                                  kChanges),
-    listed<readServerWeights, ServerWeightEntry>(Command::readServerWeights, "readServerWeights", kServerFamily,
-                                                 kReads),
+    RK_LISTED(writeServerWeights, ServerWeightEntry, kServerFamily, kChanges, refuseServerWeights),
+    RK_LISTED(readServerWeights, ServerWeightEntry, kServerFamily, kReads),
 
-    fixed<addRule>(Command::addRule, "addRule", kRuleFamily, kChanges, kRuleSettings),
-    fixed<removeRule>(Command::removeRule, "removeRule", kRuleFamily, kChanges),
-    listed<listRules, RuleListEntry>(Command::listRules, "listRules", kRuleFamily, kReads),
-    fixed<readRuleSettings>(Command::readRuleSettings, "readRuleSettings", kRuleFamily, kReads),
-    fixed<writeRuleSettings>(Command::writeRuleSettings, "writeRuleSettings", kRuleFamily, kChanges, kRuleSettings),
-    fixed<readRuleReport>(Command::readRuleReport, "readRuleReport", kRuleFamily, kReads),
-    fixed<setRuleCps>(Command::setRuleCps, "setRuleCps", kRuleFamily, kChanges),
+    RK_FIXED(addRule, kRuleFamily, kChanges, kRuleSettings),
+    RK_FIXED(removeRule, kRuleFamily, kChanges),
+    RK_LISTED(listRules, RuleListEntry, kRuleFamily, kReads),
+    RK_FIXED(readRuleSettings, kRuleFamily, kReads),
+    RK_FIXED(writeRuleSettings, kRuleFamily, kChanges, kRuleSettings),
+    RK_FIXED(readRuleReport, kRuleFamily, kReads),
+    RK_FIXED(setRuleCps, kRuleFamily, kChanges),
 
-    fixed<addServerToRule>(Command::addServerToRule, "addServerToRule", kMembershipFamily, kChanges),
-    fixed<removeServerFromRule>(Command::removeServerFromRule, "removeServerFromRule", kMembershipFamily, kChanges),
-    listed<listRuleServers, ServerListEntry>(Command::listRuleServers, "listRuleServers", kMembershipFamily, kReads),
+    RK_FIXED(addServerToRule, kMembershipFamily, kChanges),
+    RK_FIXED(removeServerFromRule, kMembershipFamily, kChanges),
+    RK_LISTED(listRuleServers, ServerListEntry, kMembershipFamily, kReads),
 
-    fixed<readHighAvailability>(Command::readHighAvailability, "readHighAvailability", kHighAvailabilityFamily, kReads),
-    fixed<addBackup>(Command::addBackup, "addBackup", kHighAvailabilityFamily, kChanges),
-    fixed<deleteBackup>(Command::deleteBackup, "deleteBackup", kHighAvailabilityFamily, kChanges),
-    fixed<addReachTarget>(Command::addReachTarget, "addReachTarget", kHighAvailabilityFamily, kChanges),
-    fixed<deleteReachTarget>(Command::deleteReachTarget, "deleteReachTarget", kHighAvailabilityFamily, kChanges),
-    fixed<changeReachTarget>(Command::changeReachTarget, "changeReachTarget", kHighAvailabilityFamily, kChanges),
-    fixed<addHeartbeat>(Command::addHeartbeat, "addHeartbeat", kHighAvailabilityFamily, kChanges),
-    fixed<deleteHeartbeat>(Command::deleteHeartbeat, "deleteHeartbeat", kHighAvailabilityFamily, kChanges),
-    fixed<setHighAvailabilityTimers>(Command::setHighAvailabilityTimers, "setHighAvailabilityTimers",
-                                     kHighAvailabilityFamily, kChanges),
-    fixed<takeOver>(Command::takeOver, "takeOver", kHighAvailabilityFamily, kChanges),
+    RK_FIXED(readHighAvailability, kHaFamily, kReads),
+    RK_FIXED(addBackup, kHaFamily, kChanges),
+    RK_FIXED(deleteBackup, kHaFamily, kChanges),
+    RK_FIXED(addReachTarget, kHaFamily, kChanges),
+    RK_FIXED(deleteReachTarget, kHaFamily, kChanges),
+    RK_FIXED(changeReachTarget, kHaFamily, kChanges),
+    RK_FIXED(addHeartbeat, kHaFamily, kChanges),
+    RK_FIXED(deleteHeartbeat, kHaFamily, kChanges),
+    RK_FIXED(setHighAvailabilityTimers, kHaFamily, kChanges),
+    RK_FIXED(takeOver, kHaFamily, kChanges),
 
-    fixed<readInterfaces>(Command::readInterfaces, "readInterfaces", kInterfaceFamily, kReads),
+    RK_FIXED(readInterfaces, kInterfaceFamily, kReads),
 
-    wholeBlock<readLogHead>(Command::readLogHead, "readLogHead", kTraceLogFamily, kReads),
-    wholeBlock<readLogTail>(Command::readLogTail, "readLogTail", kTraceLogFamily, kReads),
-    fixed<clearLog>(Command::clearLog, "clearLog", kTraceLogFamily, kChanges),
+    RK_WHOLE(readLogHead, kTraceLogFamily, kReads),
+    RK_WHOLE(readLogTail, kTraceLogFamily, kReads),
+    RK_FIXED(clearLog, kTraceLogFamily, kChanges),
 
-    fixed<allocateConnection>(Command::allocateConnection, "allocateConnection", kConnectionFamily, kChanges),
-    fixed<releaseConnection>(Command::releaseConnection, "releaseConnection", kConnectionFamily, kChanges),
-    wholeBlock<readConnections>(Command::readConnections, "readConnections", kConnectionFamily, kReads),
+    RK_FIXED(allocateConnection, kConnectionFamily, kChanges),
+    RK_FIXED(releaseConnection, kConnectionFamily, kChanges),
+    RK_WHOLE(readConnections, kConnectionFamily, kReads),
 
-    wholeBlock<readAffinities>(Command::readAffinities, "readAffinities", kAffinityFamily, kReads),
-    directedAffinity(),
+    RK_WHOLE(readAffinities, kAffinityFamily, kReads),
+    withRoomForAffinities(RK_FIXED(serverDirectedAffinity, kAffinityFamily, kChanges)),
 
-    fixed<debugDump>(Command::debugDump, "debugDump", kDebugFamily, kReads),
-    fixed<dumpNetworkCards>(Command::dumpNetworkCards, "dumpNetworkCards", kDebugFamily, kReads),
-    fixed<dumpReturnAddresses>(Command::dumpReturnAddresses, "dumpReturnAddresses", kDebugFamily, kReads),
-    fixed<dumpConnectionLists>(Command::dumpConnectionLists, "dumpConnectionLists", kDebugFamily, kReads),
-    fixed<dumpAffinityLists>(Command::dumpAffinityLists, "dumpAffinityLists", kDebugFamily, kReads),
-    wholeBlock<readByteCounters>(Command::readByteCounters, "readByteCounters", kDebugFamily, kReads),
+    RK_FIXED(debugDump, kDebugFamily, kReads),
+    RK_FIXED(dumpNetworkCards, kDebugFamily, kReads),
+    RK_FIXED(dumpReturnAddresses, kDebugFamily, kReads),
+    RK_FIXED(dumpConnectionLists, kDebugFamily, kReads),
+    RK_FIXED(dumpAffinityLists, kDebugFamily, kReads),
+    RK_WHOLE(readByteCounters, kDebugFamily, kReads),
 
-    fixed<readHalfOpenConnections>(Command::readHalfOpenConnections, "readHalfOpenConnections", kAttackFamily, kReads),
-    wholeBlock<readAttackingAddresses>(Command::readAttackingAddresses, "readAttackingAddresses", kAttackFamily,
-                                       kReads),
-    fixed<setAttackProtection>(Command::setAttackProtection, "setAttackProtection", kAttackFamily, kChanges),
-    fixed<readIcmp>(Command::readIcmp, "readIcmp", kAttackFamily, kReads),
-    fixed<writeIcmp>(Command::writeIcmp, "writeIcmp", kAttackFamily, kChanges),
+    RK_FIXED(readHalfOpenConnections, kAttackFamily, kReads),
+    RK_WHOLE(readAttackingAddresses, kAttackFamily, kReads),
+    RK_FIXED(setAttackProtection, kAttackFamily, kChanges),
+    RK_FIXED(readIcmp, kAttackFamily, kReads),
+    RK_FIXED(writeIcmp, kAttackFamily, kChanges),
 };
+
+#undef RK_NAMED
+#undef RK_FIXED
+#undef RK_WHOLE
+#undef RK_LISTED
 
 } // namespace
 
 const CommandRow *findCommand(Command command) {
-    for (const CommandRow &row : kCommandRows) {
-        if (row.command == command)
-            return &row;
-    }
-    return nullptr;
+    const auto *const end = std::end(kCommandRows);
+    const auto *row = std::find_if(std::begin(kCommandRows), end,
+                                   [command](const CommandRow &item) { return item.command == command; });
+    return row == end ? nullptr : row;
 }
 
 } // namespace rk

@@ -1,5 +1,6 @@
-// The procedures of the commands, one file a family. Each gets a record whose length has been checked, performs the
-// command on it and returns 0, or a reason; with a reason (or an exception for lack of memory) the state is as it was.
+// The procedures of the commands, one file a family. Each gets the objects that it works on, which are those that the
+// request names, and the record, whose length has been checked. It returns 0, or the reason why the command is refused;
+// with a reason, or an exception for lack of memory, the state is as it was.
 #pragma once
 
 #include "executor/state/state.h"
@@ -8,42 +9,42 @@
 namespace rk {
 
 // executor_commands.cpp
-int32_t readExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record);
-int32_t writeExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record);
-int32_t readExecutorReport(ExecutorState &state, ExecutorReportRecord &record);
-int32_t setExecutorCps(ExecutorState &state, ExecutorReportRecord &record);
+int32_t readExecutorSettings(const Executor &executor, ExecutorSettingsRecord &record);
+int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &record);
+int32_t readExecutorReport(const Executor &executor, ExecutorReportRecord &record);
+int32_t setExecutorCps(Executor &executor, const ExecutorReportRecord &record);
 
 // Makes it a fresh executor with its default settings, started now.
 void startExecutor(ExecutorState &state);
 
 // cluster_commands.cpp
-int32_t addCluster(ExecutorState &state, ClusterRecord &record);
-int32_t removeCluster(ExecutorState &state, ClusterRecord &record);
-int32_t listClusters(ExecutorState &state, ClusterListBlock &block);
-int32_t readClusterSettings(ExecutorState &state, ClusterRecord &record);
-int32_t writeClusterSettings(ExecutorState &state, ClusterRecord &record);
-int32_t readClusterReport(ExecutorState &state, ClusterReportRecord &record);
-int32_t setClusterCps(ExecutorState &state, ClusterReportRecord &record);
+int32_t addCluster(Executor &executor, const ClusterRecord &record);
+int32_t removeCluster(Executor &executor, Cluster &cluster, const ClusterRecord &record);
+int32_t listClusters(const Executor &executor, ClusterListBlock &block);
+int32_t readClusterSettings(const Cluster &cluster, ClusterRecord &record);
+int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const ClusterRecord &record);
+int32_t readClusterReport(const Cluster &cluster, ClusterReportRecord &record);
+int32_t setClusterCps(Cluster &cluster, const ClusterReportRecord &record);
 
 // port_commands.cpp
-int32_t addPort(ExecutorState &state, PortRecord &record);
-int32_t removePort(ExecutorState &state, PortRecord &record);
-int32_t listPorts(ExecutorState &state, PortListBlock &block);
-int32_t readPortSettings(ExecutorState &state, PortRecord &record);
-int32_t writePortSettings(ExecutorState &state, PortRecord &record);
-int32_t readPortReport(ExecutorState &state, PortReportRecord &record);
-int32_t setPortCps(ExecutorState &state, PortReportRecord &record);
+int32_t addPort(Cluster &cluster, const PortRecord &record);
+int32_t removePort(Cluster &cluster, Port &port, const PortRecord &record);
+int32_t listPorts(const Cluster &cluster, PortListBlock &block);
+int32_t readPortSettings(const Port &port, PortRecord &record);
+int32_t writePortSettings(const Cluster &cluster, Port &port, const PortRecord &record);
+int32_t readPortReport(const Port &port, PortReportRecord &record);
+int32_t setPortCps(Port &port, const PortReportRecord &record);
 
 // server_commands.cpp
-int32_t addServer(ExecutorState &state, ServerRecord &record);
-int32_t removeServer(ExecutorState &state, ServerRecord &record);
-int32_t markServerDown(ExecutorState &state, ServerCommandRecord &record);
-int32_t markServerUp(ExecutorState &state, ServerCommandRecord &record);
-int32_t listServers(ExecutorState &state, ServerListBlock &block);
-int32_t readServerSettings(ExecutorState &state, ServerRecord &record);
-int32_t writeServerSettings(ExecutorState &state, ServerRecord &record);
-int32_t readServerReport(ExecutorState &state, ServerReportRecord &record);
-int32_t setServerCps(ExecutorState &state, ServerReportRecord &record);
+int32_t addServer(Executor &executor, Port &port, const ServerRecord &record);
+int32_t removeServer(Port &port, Server &server, const ServerRecord &record);
+int32_t markServerDown(Server &server, const ServerCommandRecord &record);
+int32_t markServerUp(Server &server, const ServerCommandRecord &record);
+int32_t listServers(const Port &port, ServerListBlock &block);
+int32_t readServerSettings(const Server &server, ServerRecord &record);
+int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord &record);
+int32_t readServerReport(const Server &server, ServerReportRecord &record);
+int32_t setServerCps(Server &server, const ServerReportRecord &record);
 
 // The address of a server as far as its settings tell it, else 0.0.0.0.
 NetworkAddress addressOf(const ServerRecord &settings);
@@ -52,65 +53,68 @@ NetworkAddress addressOf(const ServerRecord &settings);
 void fillEntry(ServerListEntry &entry, const Server &server);
 
 // weight_commands.cpp
-int32_t writeServerWeights(ExecutorState &state, ServerWeightsBlock &block);
-int32_t readServerWeights(ExecutorState &state, ServerWeightsBlock &block);
+int32_t writeServerWeights(Port &port, ServerWeightsBlock &block);
+int32_t readServerWeights(const Port &port, ServerWeightsBlock &block);
+
+// Sets the result of each entry of writeServerWeights whose port is not there.
+void refuseServerWeights(CommandHeader &header, int32_t reason);
 
 // rule_commands.cpp
-int32_t addRule(ExecutorState &state, RuleRecord &record);
-int32_t removeRule(ExecutorState &state, RuleRecord &record);
-int32_t listRules(ExecutorState &state, RuleListBlock &block);
-int32_t readRuleSettings(ExecutorState &state, RuleRecord &record);
-int32_t writeRuleSettings(ExecutorState &state, RuleRecord &record);
-int32_t readRuleReport(ExecutorState &state, RuleReportRecord &record);
-int32_t setRuleCps(ExecutorState &state, RuleReportRecord &record);
+int32_t addRule(Executor &executor, Port &port, const RuleRecord &record);
+int32_t removeRule(Port &port, Rule &rule, const RuleRecord &record);
+int32_t listRules(const Port &port, RuleListBlock &block);
+int32_t readRuleSettings(const Rule &rule, RuleRecord &record);
+int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record);
+int32_t readRuleReport(const Rule &rule, RuleReportRecord &record);
+int32_t setRuleCps(Rule &rule, const RuleReportRecord &record);
 
 // membership_commands.cpp
-int32_t addServerToRule(ExecutorState &state, RuleMembershipRecord &record);
-int32_t removeServerFromRule(ExecutorState &state, RuleMembershipRecord &record);
-int32_t listRuleServers(ExecutorState &state, ServerListBlock &block);
+int32_t addServerToRule(Executor &executor, const Server &server, Rule &rule, const RuleMembershipRecord &record);
+int32_t removeServerFromRule(const Server &server, Rule &rule, const RuleMembershipRecord &record);
+int32_t listRuleServers(const Rule &rule, ServerListBlock &block);
 
 // ha_commands.cpp
-int32_t readHighAvailability(ExecutorState &state, HaStatusRecord &record);
-int32_t addBackup(ExecutorState &state, HaControlRecord &record);
-int32_t deleteBackup(ExecutorState &state, CommandHeader &header);
-int32_t addReachTarget(ExecutorState &state, HaControlRecord &record);
-int32_t deleteReachTarget(ExecutorState &state, HaControlRecord &record);
-int32_t changeReachTarget(ExecutorState &state, HaControlRecord &record);
-int32_t addHeartbeat(ExecutorState &state, HaControlRecord &record);
-int32_t deleteHeartbeat(ExecutorState &state, HaControlRecord &record);
-int32_t setHighAvailabilityTimers(ExecutorState &state, CommandHeader &header);
-int32_t takeOver(ExecutorState &state, HaControlRecord &record);
+int32_t readHighAvailability(const Executor &executor, HaStatusRecord &record);
+int32_t addBackup(Executor &executor, const HaControlRecord &record);
+int32_t deleteBackup(Executor &executor, const CommandHeader &header);
+int32_t addReachTarget(Executor &executor, const HaControlRecord &record);
+int32_t deleteReachTarget(Executor &executor, const HaControlRecord &record);
+int32_t changeReachTarget(Executor &executor, const HaControlRecord &record);
+int32_t addHeartbeat(Executor &executor, const HaControlRecord &record);
+int32_t deleteHeartbeat(Executor &executor, const HaControlRecord &record);
+int32_t setHighAvailabilityTimers(Executor &executor, const CommandHeader &header);
+int32_t takeOver(Executor &executor, const HaControlRecord &record);
 
 // interface_commands.cpp
-int32_t readInterfaces(ExecutorState &state, InterfaceListRecord &record);
+int32_t readInterfaces(InterfaceListRecord &record);
 
 // log_commands.cpp
-int32_t readLogHead(ExecutorState &state, LogRequestRecord &record);
-int32_t readLogTail(ExecutorState &state, LogRequestRecord &record);
-int32_t clearLog(ExecutorState &state, ShortRecord &record);
+int32_t readLogHead(const TraceLog &trace, LogRequestRecord &record);
+int32_t readLogTail(const TraceLog &trace, LogRequestRecord &record);
+int32_t clearLog(TraceLog &trace, const ShortRecord &record);
 
 // connection_commands.cpp
-int32_t allocateConnection(ExecutorState &state, ConnectionRequestRecord &record);
-int32_t releaseConnection(ExecutorState &state, ConnectionRequestRecord &record);
-int32_t readConnections(ExecutorState &state, ConnectionQueryRecord &record);
+int32_t allocateConnection(Port &port, const ConnectionRequestRecord &record);
+int32_t releaseConnection(Executor &executor, Port &port, const ConnectionRequestRecord &record);
+int32_t readConnections(const Executor &executor, ConnectionQueryRecord &record);
 
 // affinity_commands.cpp
-int32_t readAffinities(ExecutorState &state, AffinityRecord &record);
-int32_t serverDirectedAffinity(ExecutorState &state, AffinityRecord &record);
+int32_t readAffinities(const Port &port, AffinityRecord &record);
+int32_t serverDirectedAffinity(Executor &executor, Port &port, AffinityRecord &record);
 
 // debug_commands.cpp
-int32_t debugDump(ExecutorState &state, DebugRequestRecord &record);
-int32_t dumpNetworkCards(ExecutorState &state, NetworkCardsRecord &record);
-int32_t dumpReturnAddresses(ExecutorState &state, ReturnAddressesRecord &record);
-int32_t dumpConnectionLists(ExecutorState &state, ConnectionListsRecord &record);
-int32_t dumpAffinityLists(ExecutorState &state, AffinityListsRecord &record);
-int32_t readByteCounters(ExecutorState &state, ByteCountersRecord &record);
+int32_t debugDump(Executor &executor, DebugRequestRecord &record);
+int32_t dumpNetworkCards(NetworkCardsRecord &record);
+int32_t dumpReturnAddresses(const Executor &executor, ReturnAddressesRecord &record);
+int32_t dumpConnectionLists(const Executor &executor, ConnectionListsRecord &record);
+int32_t dumpAffinityLists(const Executor &executor, AffinityListsRecord &record);
+int32_t readByteCounters(const Executor &executor, ByteCountersRecord &record);
 
 // attack_commands.cpp
-int32_t readHalfOpenConnections(ExecutorState &state, HalfOpenRecord &record);
-int32_t readAttackingAddresses(ExecutorState &state, AttackingAddressesRecord &record);
-int32_t setAttackProtection(ExecutorState &state, AttackProtectionRecord &record);
-int32_t readIcmp(ExecutorState &state, IcmpRecord &record);
-int32_t writeIcmp(ExecutorState &state, IcmpRecord &record);
+int32_t readHalfOpenConnections(const Executor &executor, HalfOpenRecord &record);
+int32_t readAttackingAddresses(const Executor &executor, const Port &port, AttackingAddressesRecord &record);
+int32_t setAttackProtection(Executor &executor, const AttackProtectionRecord &record);
+int32_t readIcmp(const Executor &executor, IcmpRecord &record);
+int32_t writeIcmp(Executor &executor, const IcmpRecord &record);
 
 } // namespace rk

@@ -17,15 +17,10 @@ uint64_t keyOf(const ConnectionRequestRecord &record) {
     return connectionKey(ntohl(record.third.word), static_cast<uint16_t>(record.fourth));
 }
 
-Target findPortOf(ExecutorState &state, const ConnectionRequestRecord &record) {
-    Target target = findPortByAddress(state, record.first, record.fifth);
-    if (target.reason != 0)
-        return target;
+bool isUsable(const ConnectionRequestRecord &record) {
     const bool hasClientPort = record.fourth >= 0 && record.fourth <= kHighestPortNumber;
     const bool hasState = record.second <= std::numeric_limits<uint8_t>::max();
-    if (!hasClientPort || !hasState || !isUnicast(record.third) || !isUnicast(record.sixth))
-        target.reason = kOutOfRange;
-    return target;
+    return hasClientPort && hasState && isUnicast(record.third) && isUnicast(record.sixth);
 }
 
 // Whether an address and a port are those that a query asks for; 0 asks for any. The query's port is a word that holds
@@ -61,38 +56,36 @@ ConnectionEntry entryOf(const Cluster &cluster, const Port &port, const Connecti
 
 } // namespace
 
-int32_t allocateConnection(ExecutorState &state, ConnectionRequestRecord &record) {
-    const Target target = findPortOf(state, record);
-    if (target.reason != 0)
-        return target.reason;
+int32_t allocateConnection(Port &port, const ConnectionRequestRecord &record) {
+    if (!isUsable(record))
+        return kOutOfRange;
     Connection connection;
     connection.clientAddress = ntohl(record.third.word);
     connection.clientPort = static_cast<uint16_t>(record.fourth);
     connection.serverAddress = record.sixth;
     connection.state = static_cast<uint8_t>(record.second);
     connection.stamp = currentTime();
-    const bool isNew = target.port->connections.emplace(keyOf(record), connection).second;
+    const bool isNew = port.connections.emplace(keyOf(record), connection).second;
     return isNew ? 0 : kConnectionExists;
 }
 
-int32_t releaseConnection(ExecutorState &state, ConnectionRequestRecord &record) {
-    const Target target = findPortOf(state, record);
-    if (target.reason != 0)
-        return target.reason;
-    const auto found = target.port->connections.find(keyOf(record));
-    if (found == target.port->connections.end() || found->second.serverAddress.word != record.sixth.word)
+int32_t releaseConnection(Executor &executor, Port &port, const ConnectionRequestRecord &record) {
+    if (!isUsable(record))
+        return kOutOfRange;
+    const auto found = port.connections.find(keyOf(record));
+    if (found == port.connections.end() || found->second.serverAddress.word != record.sixth.word)
         return kUnknownConnection;
-    target.port->connections.erase(found);
-    ++state.executor.counters.connectionsReleased;
+    port.connections.erase(found);
+    ++executor.counters.connectionsReleased;
     return 0;
 }
 
-int32_t readConnections(ExecutorState &state, ConnectionQueryRecord &record) {
+int32_t readConnections(const Executor &executor, ConnectionQueryRecord &record) {
     const ConnectionQueryRecord query = record; // the reply overwrites it
     auto &reply = reinterpret_cast<ConnectionListRecord &>(record);
     clearBody(reply.header);
     reply.now = currentTime();
-    for (const auto &[clusterOrder, cluster] : state.executor.clusters.inOrder) {
+    for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
             for (const auto &[key, connection] : port->connections) {
                 const ConnectionEntry entry = entryOf(*cluster, *port, connection);

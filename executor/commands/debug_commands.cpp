@@ -110,10 +110,10 @@ void fillEntry(AffinityListEntry &entry, const Cluster &cluster, const Port &por
 }
 
 // Fills an entry for each port, in order of the clusters and of the port numbers, as many as there is room for.
-template <typename Record> void fillPortLists(ExecutorState &state, Record &record) {
+template <typename Record> void fillPortLists(const Executor &executor, Record &record) {
     const uint32_t now = currentTime();
     clearBody(record.header);
-    for (const auto &[clusterOrder, cluster] : state.executor.clusters.inOrder) {
+    for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
             if (record.count == std::ssize(record.entries))
                 return;
@@ -168,8 +168,7 @@ bool addClusterToTree(Tree &tree, ByteCountersRecord &parent, const Cluster &clu
 
 } // namespace
 
-int32_t debugDump(ExecutorState &state, DebugRequestRecord &record) {
-    Executor &executor = state.executor;
+int32_t debugDump(Executor &executor, DebugRequestRecord &record) {
     if (record.subCommand == kResetCounters)
         executor.counters = Counters{};
     auto &reply = reinterpret_cast<DebugCountersRecord &>(record);
@@ -182,7 +181,7 @@ int32_t debugDump(ExecutorState &state, DebugRequestRecord &record) {
     return 0;
 }
 
-int32_t dumpNetworkCards(ExecutorState & /*state*/, NetworkCardsRecord &record) {
+int32_t dumpNetworkCards(NetworkCardsRecord &record) {
     ifaddrs *addresses = nullptr;
     if (getifaddrs(&addresses) != 0)
         return kInterfacesUnreadable;
@@ -199,8 +198,7 @@ int32_t dumpNetworkCards(ExecutorState & /*state*/, NetworkCardsRecord &record) 
     return 0;
 }
 
-int32_t dumpReturnAddresses(ExecutorState &state, ReturnAddressesRecord &record) {
-    const Executor &executor = state.executor;
+int32_t dumpReturnAddresses(const Executor &executor, ReturnAddressesRecord &record) {
     const bool hasBackup = executor.highAvailability.mode != kHaModeAlone;
     const NetworkAddress fsmAddress = hasBackup ? executor.settings.nfa : NetworkAddress{};
     clearBody(record.header);
@@ -215,21 +213,21 @@ int32_t dumpReturnAddresses(ExecutorState &state, ReturnAddressesRecord &record)
     return 0;
 }
 
-int32_t dumpConnectionLists(ExecutorState &state, ConnectionListsRecord &record) {
-    fillPortLists(state, record);
+int32_t dumpConnectionLists(const Executor &executor, ConnectionListsRecord &record) {
+    fillPortLists(executor, record);
     return 0;
 }
 
-int32_t dumpAffinityLists(ExecutorState &state, AffinityListsRecord &record) {
-    fillPortLists(state, record);
+int32_t dumpAffinityLists(const Executor &executor, AffinityListsRecord &record) {
+    fillPortLists(executor, record);
     return 0;
 }
 
-int32_t readByteCounters(ExecutorState &state, ByteCountersRecord &record) {
+int32_t readByteCounters(const Executor &executor, ByteCountersRecord &record) {
     clearBody(record.header);
     auto *bytes = reinterpret_cast<uint8_t *>(&record);
     Tree tree{bytes + sizeof record, bytes + record.header.length};
-    for (const auto &[order, cluster] : state.executor.clusters.inOrder) {
+    for (const auto &[order, cluster] : executor.clusters.inOrder) {
         if (!addClusterToTree(tree, record, *cluster))
             break;
     }

@@ -49,23 +49,22 @@ void startExecutor(ExecutorState &state) {
     addLine(state.trace, line.text);
 }
 
-int32_t readExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record) {
-    replyWith(state.executor.settings, record);
+int32_t readExecutorSettings(const Executor &executor, ExecutorSettingsRecord &record) {
+    replyWith(executor.settings, record);
     return 0;
 }
 
-int32_t writeExecutorSettings(ExecutorState &state, ExecutorSettingsRecord &record) {
-    ExecutorSettingsRecord settings = state.executor.settings;
+int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &record) {
+    ExecutorSettingsRecord settings = executor.settings;
     if (!applySettings(kExecutorSettings, record.header, settings.header))
         return kOutOfRange;
-    if (!areSettingsValid(settings, numberOf(state.executor.clusters)))
+    if (!areSettingsValid(settings, numberOf(executor.clusters)))
         return kOutOfRange;
-    state.executor.settings = settings;
+    executor.settings = settings;
     return 0;
 }
 
-int32_t readExecutorReport(ExecutorState &state, ExecutorReportRecord &record) {
-    const Executor &executor = state.executor;
+int32_t readExecutorReport(const Executor &executor, ExecutorReportRecord &record) {
     ExecutorReportRecord report{}; // nothing is forwarded, so the packet counters stay 0
     report.nfa = executor.settings.nfa;
     storeText(report.version, kVersion);
@@ -76,8 +75,8 @@ int32_t readExecutorReport(ExecutorState &state, ExecutorReportRecord &record) {
     return 0;
 }
 
-int32_t setExecutorCps(ExecutorState &state, ExecutorReportRecord &record) {
-    return keepRate(record.connectionsPerSecond, state.executor.connectionsPerSecond);
+int32_t setExecutorCps(Executor &executor, const ExecutorReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, executor.connectionsPerSecond);
 }
 
 } // namespace rk

@@ -56,15 +56,14 @@ ReachEntry *findReachTarget(HaStatusRecord &ha, NetworkAddress address) {
 
 } // namespace
 
-int32_t readHighAvailability(ExecutorState &state, HaStatusRecord &record) {
-    replyWith(state.executor.highAvailability, record);
+int32_t readHighAvailability(const Executor &executor, HaStatusRecord &record) {
+    replyWith(executor.highAvailability, record);
     // There is one state machine, so the request's address is not looked at.
-    record.address = state.executor.settings.nfa;
+    record.address = executor.settings.nfa;
     return 0;
 }
 
-int32_t addBackup(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t addBackup(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     if (hasBackup(ha))
         return kBackupExists;
@@ -84,8 +83,7 @@ int32_t addBackup(ExecutorState &state, HaControlRecord &record) {
     return 0;
 }
 
-int32_t deleteBackup(ExecutorState &state, CommandHeader & /*header*/) {
-    Executor &executor = state.executor;
+int32_t deleteBackup(Executor &executor, const CommandHeader & /*header*/) {
     HaStatusRecord &ha = executor.highAvailability;
     if (!hasBackup(ha))
         return kNoBackup;
@@ -96,8 +94,7 @@ int32_t deleteBackup(ExecutorState &state, CommandHeader & /*header*/) {
     return 0;
 }
 
-int32_t addReachTarget(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t addReachTarget(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     const NetworkAddress address{record.first};
     const NetworkAddress mask{record.second};
@@ -121,8 +118,7 @@ int32_t addReachTarget(ExecutorState &state, HaControlRecord &record) {
     return 0;
 }
 
-int32_t deleteReachTarget(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t deleteReachTarget(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     ReachEntry *target = findReachTarget(ha, {record.first});
     if (target == nullptr)
@@ -135,8 +131,7 @@ int32_t deleteReachTarget(ExecutorState &state, HaControlRecord &record) {
     return 0;
 }
 
-int32_t changeReachTarget(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t changeReachTarget(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     const uint32_t index = record.first;
     const uint32_t type = record.second;
@@ -155,8 +150,7 @@ int32_t changeReachTarget(ExecutorState &state, HaControlRecord &record) {
     return 0;
 }
 
-int32_t addHeartbeat(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t addHeartbeat(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     const NetworkAddress local{record.first};
     const NetworkAddress remote{record.second};
@@ -180,8 +174,7 @@ int32_t addHeartbeat(ExecutorState &state, HaControlRecord &record) {
     return 0;
 }
 
-int32_t deleteHeartbeat(ExecutorState &state, HaControlRecord &record) {
-    Executor &executor = state.executor;
+int32_t deleteHeartbeat(Executor &executor, const HaControlRecord &record) {
     HaStatusRecord &ha = executor.highAvailability;
     const uint32_t address = record.first;
     HeartbeatEntry *end = ha.heartbeats + ha.heartbeatCount;
@@ -198,8 +191,7 @@ int32_t deleteHeartbeat(ExecutorState &state, HaControlRecord &record) {
 }
 
 // The timers do not travel with the command: it only tells that they were set.
-int32_t setHighAvailabilityTimers(ExecutorState &state, CommandHeader & /*header*/) {
-    Executor &executor = state.executor;
+int32_t setHighAvailabilityTimers(Executor &executor, const CommandHeader & /*header*/) {
     if (!hasBackup(executor.highAvailability))
         return kNoBackup;
     count(executor, kCountCommands);
@@ -208,8 +200,7 @@ int32_t setHighAvailabilityTimers(ExecutorState &state, CommandHeader & /*header
 }
 
 // There is one state machine, so the request's address is not looked at.
-int32_t takeOver(ExecutorState &state, HaControlRecord & /*record*/) {
-    Executor &executor = state.executor;
+int32_t takeOver(Executor &executor, const HaControlRecord & /*record*/) {
     if (!hasBackup(executor.highAvailability))
         return kNoBackup;
     count(executor, kCountCommands);

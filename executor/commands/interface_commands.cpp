@@ -38,7 +38,7 @@ void fillRecord(InterfaceRecord &record, const ifaddrs &entry, const ifaddrs *li
 
 } // namespace
 
-int32_t readInterfaces(ExecutorState & /*state*/, InterfaceListRecord &record) {
+int32_t readInterfaces(InterfaceListRecord &record) {
     ifaddrs *addresses = nullptr;
     if (getifaddrs(&addresses) != 0)
         return kInterfacesUnreadable;

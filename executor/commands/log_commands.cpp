@@ -23,20 +23,20 @@ void replyWithText(std::string_view text, CommandHeader &block) {
 
 } // namespace
 
-int32_t readLogHead(ExecutorState &state, LogRequestRecord &record) {
-    replyWithText(textOf(state.trace).substr(0, roomFor(record.size)), record.header);
+int32_t readLogHead(const TraceLog &trace, LogRequestRecord &record) {
+    replyWithText(textOf(trace).substr(0, roomFor(record.size)), record.header);
     return 0;
 }
 
-int32_t readLogTail(ExecutorState &state, LogRequestRecord &record) {
-    const std::string_view text = textOf(state.trace);
+int32_t readLogTail(const TraceLog &trace, LogRequestRecord &record) {
+    const std::string_view text = textOf(trace);
     const std::size_t length = std::min(text.size(), roomFor(record.size));
     replyWithText(text.substr(text.size() - length), record.header);
     return 0;
 }
 
-int32_t clearLog(ExecutorState &state, ShortRecord & /*record*/) {
-    state.trace.length = 0;
+int32_t clearLog(TraceLog &trace, const ShortRecord & /*record*/) {
+    trace.length = 0;
     return 0;
 }
 

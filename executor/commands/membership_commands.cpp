@@ -5,53 +5,29 @@
 
 namespace rk {
 
-namespace {
-
-// The server and the rule that a request names.
-Target findServerAndRule(ExecutorState &state, const RuleMembershipRecord &record) {
-    Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target;
-    target.rule = findItem(target.port->rules, textIn(record.ruleName));
-    if (target.rule == nullptr)
-        target.reason = kUnknownRule;
-    return target;
-}
-
-} // namespace
-
 static void fillEntry(ServerListEntry &entry, const RuleMember &member) {
     fillEntry(entry, *member.server);
 }
 
-int32_t addServerToRule(ExecutorState &state, RuleMembershipRecord &record) {
-    const Target target = findServerAndRule(state, record);
-    if (target.reason != 0)
-        return target.reason;
-    if (findItem(target.rule->members, record.serverKey) != nullptr)
+int32_t addServerToRule(Executor &executor, const Server &server, Rule &rule, const RuleMembershipRecord &record) {
+    if (findItem(rule.members, server.settings.serverKey) != nullptr)
         return kServerInRule;
-    const int64_t order = state.executor.nextOrder;
-    addItem(target.rule->members, record.serverKey, order, RuleMember{target.server, order, record.argument});
-    ++state.executor.nextOrder;
+    const int64_t order = executor.nextOrder;
+    addItem(rule.members, server.settings.serverKey, order, RuleMember{&server, order, record.argument});
+    ++executor.nextOrder;
     return 0;
 }
 
-int32_t removeServerFromRule(ExecutorState &state, RuleMembershipRecord &record) {
-    const Target target = findServerAndRule(state, record);
-    if (target.reason != 0)
-        return target.reason;
-    const RuleMember *member = findItem(target.rule->members, record.serverKey);
+int32_t removeServerFromRule(const Server &server, Rule &rule, const RuleMembershipRecord & /*record*/) {
+    const RuleMember *member = findItem(rule.members, server.settings.serverKey);
     if (member == nullptr)
         return kServerNotInRule;
-    removeItem(target.rule->members, record.serverKey, member->order);
+    removeItem(rule.members, server.settings.serverKey, member->order);
     return 0;
 }
 
-int32_t listRuleServers(ExecutorState &state, ServerListBlock &block) {
-    const Target target = findRule(state, block.clusterKey, block.port, textIn(block.ruleName));
-    if (target.reason != 0)
-        return target.reason;
-    fillList<ServerListEntry>(block, target.rule->members);
+int32_t listRuleServers(const Rule &rule, ServerListBlock &block) {
+    fillList<ServerListEntry>(block, rule.members);
     return 0;
 }
 

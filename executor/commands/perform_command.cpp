@@ -2,7 +2,6 @@
 
 #include "executor/commands/command_log.h"
 #include "executor/commands/command_table.h"
-#include "rk/reasons.h"
 
 #include <exception>
 
@@ -19,9 +18,15 @@ bool isLengthRight(const CommandRow &row, const CommandHeader &block) {
     return count >= 0 && block.length == row.length + row.entryLength * static_cast<uint64_t>(count);
 }
 
-int32_t performRow(ExecutorState &state, const CommandRow &row, CommandHeader &block) {
+// Returns 0 or the reason.
+int32_t performRow(const CommandRow &row, const Target &target, CommandHeader &block) {
+    if (const int32_t reason = reasonForMissing(target, row.needs); reason != 0) {
+        if (row.refuseEntries != nullptr)
+            row.refuseEntries(block, reason);
+        return reason;
+    }
     try {
-        return row.perform(state, block);
+        return row.perform(target, block);
     } catch (const std::exception &) {
         return row.family.outOfMemory; // nothing else is thrown
     }
@@ -32,10 +37,13 @@ int32_t performRow(ExecutorState &state, const CommandRow &row, CommandHeader &b
 int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     const CommandRow *row = findCommand(block->command);
     const bool isReadable = row != nullptr && isLengthRight(*row, *block);
-    LogText subject{}; // described beforehand: what a command removes still has its name then
-    const bool isDescribed = isReadable && isLogged(state, row, 0);
-    if (isDescribed)
-        subject = describeSubject(state, *row, *block);
+    Target target;
+    LogText subject;
+    if (isReadable) {
+        const CommandKeys keys = row->keysOf(*block);
+        target = findTarget(state, keys);
+        describeSubject(subject, *row, *block, keys, target); // now, while what the command removes has a name
+    }
 
     int32_t reason = 0;
     if (!state.isStarted)
@@ -45,16 +53,13 @@ int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     else if (!isReadable)
         reason = kWrongLength;
     else
-        reason = performRow(state, *row, *block);
+        reason = performRow(*row, target, *block);
 
     if (reason != 0 && isReadable)
         clearFlags(row->settings, *block);
     block->result = reason == 0 ? 0 : -1;
     block->reason = reason;
-    if (isReadable && !isDescribed && isLogged(state, row, reason)) // a refused command has changed nothing
-        subject = describeSubject(state, *row, *block);
-    if (isLogged(state, row, reason))
-        logCommand(state, row, *block, subject);
+    logCommand(state, row, *block, subject);
     ++state.executor.counters.commands;
     return block->result;
 }

@@ -39,7 +39,7 @@ bool isCrossedTo(const Cluster &cluster, NetworkPort port) {
 }
 
 // Crossing is one step: a port that crosses to another has no port crossing to itself.
-int32_t checkCrossPort(Cluster &cluster, const PortRecord &settings) {
+int32_t checkCrossPort(const Cluster &cluster, const PortRecord &settings) {
     if (settings.crossPort.word == 0)
         return 0; // crosses to none
     if (settings.crossPort.word == settings.port.word)
@@ -79,11 +79,7 @@ static void fillEntry(PortListEntry &entry, const Port &port) {
     entry.port = port.settings.port;
 }
 
-int32_t addPort(ExecutorState &state, PortRecord &record) {
-    const Target target = findCluster(state, record.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    Cluster &cluster = *target.cluster;
+int32_t addPort(Cluster &cluster, const PortRecord &record) {
     const int32_t number = hostOrder(record.port);
     if (findItem(cluster.ports, number) != nullptr)
         return kPortExists;
@@ -102,56 +98,41 @@ int32_t addPort(ExecutorState &state, PortRecord &record) {
     return 0;
 }
 
-int32_t removePort(ExecutorState &state, PortRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    for (auto &[number, port] : target.cluster->ports.byKey) {
-        if (port.settings.crossPort.word == record.port.word)
-            port.settings.crossPort = {};
+int32_t removePort(Cluster &cluster, Port &port, const PortRecord & /*record*/) {
+    const NetworkPort removed = port.settings.port;
+    for (auto &[number, other] : cluster.ports.byKey) {
+        if (other.settings.crossPort.word == removed.word)
+            other.settings.crossPort = {};
     }
-    removeItem(target.cluster->ports, hostOrder(record.port), hostOrder(record.port));
+    removeItem(cluster.ports, hostOrder(removed), hostOrder(removed));
     return 0;
 }
 
-int32_t listPorts(ExecutorState &state, PortListBlock &block) {
-    const Target target = findCluster(state, block.clusterKey);
-    if (target.reason != 0)
-        return target.reason;
-    fillList<PortListEntry>(block, target.cluster->ports);
+int32_t listPorts(const Cluster &cluster, PortListBlock &block) {
+    fillList<PortListEntry>(block, cluster.ports);
     return 0;
 }
 
-int32_t readPortSettings(ExecutorState &state, PortRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    replyWith(target.port->settings, record);
-    record.numberOfServers = numberOf(target.port->servers);
+int32_t readPortSettings(const Port &port, PortRecord &record) {
+    replyWith(port.settings, record);
+    record.numberOfServers = numberOf(port.servers);
     return 0;
 }
 
-int32_t writePortSettings(ExecutorState &state, PortRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    PortRecord settings = target.port->settings;
+int32_t writePortSettings(const Cluster &cluster, Port &port, const PortRecord &record) {
+    PortRecord settings = port.settings;
     applySettings(kPortSettings, record.header, settings.header);
-    if (const int32_t reason = checkSettings(settings, numberOf(target.port->servers)); reason != 0)
+    if (const int32_t reason = checkSettings(settings, numberOf(port.servers)); reason != 0)
         return reason;
-    if (isSet(record.setWeightBound) && !areWeightsWithin(*target.port, settings.weightBound))
+    if (isSet(record.setWeightBound) && !areWeightsWithin(port, settings.weightBound))
         return kWeightBound;
-    if (const int32_t reason = checkCrossPort(*target.cluster, settings); reason != 0)
+    if (const int32_t reason = checkCrossPort(cluster, settings); reason != 0)
         return reason;
-    target.port->settings = settings;
+    port.settings = settings;
     return 0;
 }
 
-int32_t readPortReport(ExecutorState &state, PortReportRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    const Port &port = *target.port;
+int32_t readPortReport(const Port &port, PortReportRecord &record) {
     PortReportRecord report{}; // nothing is forwarded, so the traffic counters stay 0
     report.clusterKey = record.clusterKey;
     report.port = record.port;
@@ -169,11 +150,8 @@ int32_t readPortReport(ExecutorState &state, PortReportRecord &record) {
     return 0;
 }
 
-int32_t setPortCps(ExecutorState &state, PortReportRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    return keepRate(record.connectionsPerSecond, target.port->connectionsPerSecond);
+int32_t setPortCps(Port &port, const PortReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, port.connectionsPerSecond);
 }
 
 } // namespace rk

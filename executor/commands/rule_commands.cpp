@@ -64,11 +64,7 @@ static void fillEntry(RuleListEntry &entry, const Rule &rule) {
     storeText(entry.ruleName, textIn(rule.settings.ruleName));
 }
 
-int32_t addRule(ExecutorState &state, RuleRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    Port &port = *target.port;
+int32_t addRule(Executor &executor, Port &port, const RuleRecord &record) {
     if (!isTerminated(record.ruleName))
         return kOutOfRange;
     const std::string name(textIn(record.ruleName));
@@ -77,79 +73,61 @@ int32_t addRule(ExecutorState &state, RuleRecord &record) {
 
     Rule rule;
     rule.settings = newRuleSettings(port, record);
-    rule.uniqueId = state.executor.nextRuleId;
+    rule.uniqueId = executor.nextRuleId;
     const int32_t reason = changeSettings(port, nullptr, record, rule.settings);
     if (reason != 0)
         return reason;
     const int32_t priority = rule.settings.priority;
     addItem(port.rules, name, priority, std::move(rule));
-    ++state.executor.nextRuleId;
+    ++executor.nextRuleId;
     return 0;
 }
 
-int32_t removeRule(ExecutorState &state, RuleRecord &record) {
-    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
-    if (target.reason != 0)
-        return target.reason;
-    removeItem(target.port->rules, textIn(record.ruleName), target.rule->settings.priority);
+int32_t removeRule(Port &port, Rule &rule, const RuleRecord & /*record*/) {
+    removeItem(port.rules, textIn(rule.settings.ruleName), rule.settings.priority);
     return 0;
 }
 
-int32_t listRules(ExecutorState &state, RuleListBlock &block) {
-    const Target target = findPort(state, block.clusterKey, block.port);
-    if (target.reason != 0)
-        return target.reason;
-    fillList<RuleListEntry>(block, target.port->rules);
+int32_t listRules(const Port &port, RuleListBlock &block) {
+    fillList<RuleListEntry>(block, port.rules);
     return 0;
 }
 
-int32_t readRuleSettings(ExecutorState &state, RuleRecord &record) {
-    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
-    if (target.reason != 0)
-        return target.reason;
-    replyWith(target.rule->settings, record);
-    record.numberOfServers = numberOf(target.rule->members);
+int32_t readRuleSettings(const Rule &rule, RuleRecord &record) {
+    replyWith(rule.settings, record);
+    record.numberOfServers = numberOf(rule.members);
     return 0;
 }
 
-int32_t writeRuleSettings(ExecutorState &state, RuleRecord &record) {
-    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
-    if (target.reason != 0)
-        return target.reason;
-    RuleRecord &kept = target.rule->settings;
+int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record) {
+    RuleRecord &kept = rule.settings;
     RuleRecord settings = kept;
-    const int32_t reason = changeSettings(*target.port, target.rule, record, settings);
+    const int32_t reason = changeSettings(port, &rule, record, settings);
     if (reason != 0)
         return reason;
 
     // The rule moves to its new place without memory being obtained.
-    auto place = target.port->rules.inOrder.extract(kept.priority);
+    auto place = port.rules.inOrder.extract(kept.priority);
     place.key() = settings.priority;
-    target.port->rules.inOrder.insert(std::move(place));
+    port.rules.inOrder.insert(std::move(place));
     kept = settings;
     return 0;
 }
 
-int32_t readRuleReport(ExecutorState &state, RuleReportRecord &record) {
-    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
-    if (target.reason != 0)
-        return target.reason;
+int32_t readRuleReport(const Rule &rule, RuleReportRecord &record) {
     RuleReportRecord report{}; // nothing is forwarded, so the rule never fires
     report.clusterKey = record.clusterKey;
     report.port = record.port;
-    report.connectionsPerSecond = target.rule->connectionsPerSecond;
+    report.connectionsPerSecond = rule.connectionsPerSecond;
     storeText(report.ruleName, textIn(record.ruleName));
-    report.uniqueId = target.rule->uniqueId;
-    report.numberOfServers = numberOf(target.rule->members);
+    report.uniqueId = rule.uniqueId;
+    report.numberOfServers = numberOf(rule.members);
     replyWith(report, record);
     return 0;
 }
 
-int32_t setRuleCps(ExecutorState &state, RuleReportRecord &record) {
-    const Target target = findRule(state, record.clusterKey, record.port, textIn(record.ruleName));
-    if (target.reason != 0)
-        return target.reason;
-    return keepRate(record.connectionsPerSecond, target.rule->connectionsPerSecond);
+int32_t setRuleCps(Rule &rule, const RuleReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, rule.connectionsPerSecond);
 }
 
 } // namespace rk

@@ -67,13 +67,6 @@ ServerRecord newServerSettings(const Port &port, const ServerRecord &request) {
     return settings;
 }
 
-Target findServerOf(ExecutorState &state, const ServerCommandRecord &record) {
-    Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason == 0 && record.numberOfServers != 1)
-        target.reason = kOutOfRange;
-    return target;
-}
-
 // Clients are not bound to a server that is not there.
 void releaseClientsOf(Port &port, uint32_t serverKey) {
     auto &affinities = port.affinities;
@@ -91,11 +84,7 @@ NetworkAddress addressOf(const ServerRecord &settings) {
     return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
 }
 
-int32_t addServer(ExecutorState &state, ServerRecord &record) {
-    const Target target = findPort(state, record.clusterKey, record.port);
-    if (target.reason != 0)
-        return target.reason;
-    Port &port = *target.port;
+int32_t addServer(Executor &executor, Port &port, const ServerRecord &record) {
     if (findItem(port.servers, record.serverKey) != nullptr)
         return kServerExists;
     if (numberOf(port.servers) >= port.settings.maxServers)
@@ -105,44 +94,38 @@ int32_t addServer(ExecutorState &state, ServerRecord &record) {
 
     Server server;
     server.settings = newServerSettings(port, record);
-    server.order = state.executor.nextOrder;
+    server.order = executor.nextOrder;
     const int32_t reason = changeSettings(record, port.settings.weightBound, server.settings);
     if (reason != 0)
         return reason;
     addItem(port.servers, record.serverKey, server.order, server);
-    ++state.executor.nextOrder;
+    ++executor.nextOrder;
     return 0;
 }
 
-int32_t removeServer(ExecutorState &state, ServerRecord &record) {
-    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target.reason;
-    for (auto &[name, rule] : target.port->rules.byKey) {
-        if (const RuleMember *member = findItem(rule.members, record.serverKey); member != nullptr)
-            removeItem(rule.members, record.serverKey, member->order);
+int32_t removeServer(Port &port, Server &server, const ServerRecord & /*record*/) {
+    const uint32_t serverKey = server.settings.serverKey;
+    for (auto &[name, rule] : port.rules.byKey) {
+        if (const RuleMember *member = findItem(rule.members, serverKey); member != nullptr)
+            removeItem(rule.members, serverKey, member->order);
     }
-    releaseClientsOf(*target.port, record.serverKey);
-    removeItem(target.port->servers, record.serverKey, target.server->order);
+    releaseClientsOf(port, serverKey);
+    removeItem(port.servers, serverKey, server.order);
     return 0;
 }
 
-int32_t markServerDown(ExecutorState &state, ServerCommandRecord &record) {
-    const Target target = findServerOf(state, record);
-    if (target.reason != 0)
-        return target.reason;
-    Server &server = *target.server;
+int32_t markServerDown(Server &server, const ServerCommandRecord &record) {
+    if (record.numberOfServers != 1)
+        return kOutOfRange;
     server.savedWeight = weightWhenUp(server); // kept when it is down already
     server.settings.weight = 0;
     server.isDown = true;
     return 0;
 }
 
-int32_t markServerUp(ExecutorState &state, ServerCommandRecord &record) {
-    const Target target = findServerOf(state, record);
-    if (target.reason != 0)
-        return target.reason;
-    Server &server = *target.server;
+int32_t markServerUp(Server &server, const ServerCommandRecord &record) {
+    if (record.numberOfServers != 1)
+        return kOutOfRange;
     server.settings.weight = weightWhenUp(server); // kept when it is up already
     server.savedWeight = 0;
     server.isDown = false;
@@ -154,58 +137,43 @@ void fillEntry(ServerListEntry &entry, const Server &server) {
     storeText(entry.serverId, textIn(server.settings.serverId));
 }
 
-int32_t listServers(ExecutorState &state, ServerListBlock &block) {
-    const Target target = findPort(state, block.clusterKey, block.port);
-    if (target.reason != 0)
-        return target.reason;
-    fillList<ServerListEntry>(block, target.port->servers);
+int32_t listServers(const Port &port, ServerListBlock &block) {
+    fillList<ServerListEntry>(block, port.servers);
     return 0;
 }
 
-int32_t readServerSettings(ExecutorState &state, ServerRecord &record) {
-    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target.reason;
-    replyWith(target.server->settings, record);
+int32_t readServerSettings(const Server &server, ServerRecord &record) {
+    replyWith(server.settings, record);
     return 0;
 }
 
-int32_t writeServerSettings(ExecutorState &state, ServerRecord &record) {
-    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target.reason;
-    Server changed = *target.server;
+int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord &record) {
+    Server changed = server;
     changed.settings.weight = weightWhenUp(changed);
-    const int32_t reason = changeSettings(record, target.port->settings.weightBound, changed.settings);
+    const int32_t reason = changeSettings(record, port.settings.weightBound, changed.settings);
     if (reason != 0)
         return reason;
     if (changed.isDown) {
         changed.savedWeight = changed.settings.weight;
         changed.settings.weight = 0;
     }
-    *target.server = changed;
+    server = changed;
     return 0;
 }
 
-int32_t readServerReport(ExecutorState &state, ServerReportRecord &record) {
-    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target.reason;
+int32_t readServerReport(const Server &server, ServerReportRecord &record) {
     ServerReportRecord report{}; // nothing is forwarded, so the connection counters stay 0
     report.clusterKey = record.clusterKey;
     report.port = record.port;
     report.serverKey = record.serverKey;
-    report.savedWeight = target.server->savedWeight;
-    report.connectionsPerSecond = target.server->connectionsPerSecond;
+    report.savedWeight = server.savedWeight;
+    report.connectionsPerSecond = server.connectionsPerSecond;
     replyWith(report, record);
     return 0;
 }
 
-int32_t setServerCps(ExecutorState &state, ServerReportRecord &record) {
-    const Target target = findServer(state, record.clusterKey, record.port, record.serverKey);
-    if (target.reason != 0)
-        return target.reason;
-    return keepRate(record.connectionsPerSecond, target.server->connectionsPerSecond);
+int32_t setServerCps(Server &server, const ServerReportRecord &record) {
+    return keepRate(record.connectionsPerSecond, server.connectionsPerSecond);
 }
 
 } // namespace rk

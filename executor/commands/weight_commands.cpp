@@ -3,6 +3,8 @@
 #include "executor/state/values.h"
 #include "rk/reasons.h"
 
+#include <algorithm>
+
 namespace rk {
 
 namespace {
@@ -34,20 +36,22 @@ static void fillEntry(ServerWeightEntry &entry, const Server &server) {
     entry.quiescedDown = settings.quiesced != 0 ? 1 : 0;
 }
 
-int32_t writeServerWeights(ExecutorState &state, ServerWeightsBlock &block) {
-    const Target target = findPort(state, block.clusterKey, block.port);
+int32_t writeServerWeights(Port &port, ServerWeightsBlock &block) {
     auto *entries = entriesOf<ServerWeightEntry>(&block);
     for (int32_t index = 0; index < block.count; ++index)
-        entries[index].result = target.reason != 0 ? target.reason : changeWeight(*target.port, entries[index]);
-    return target.reason;
+        entries[index].result = changeWeight(port, entries[index]);
+    return 0;
 }
 
-int32_t readServerWeights(ExecutorState &state, ServerWeightsBlock &block) {
-    const Target target = findPort(state, block.clusterKey, block.port);
-    if (target.reason != 0)
-        return target.reason;
+void refuseServerWeights(CommandHeader &header, int32_t reason) {
+    auto &block = reinterpret_cast<ServerWeightsBlock &>(header);
+    auto *entries = entriesOf<ServerWeightEntry>(&block);
+    std::for_each(entries, entries + block.count, [reason](ServerWeightEntry &entry) { entry.result = reason; });
+}
+
+int32_t readServerWeights(const Port &port, ServerWeightsBlock &block) {
     const int32_t room = block.count;
-    fillList<ServerWeightEntry>(block, target.port->servers);
+    fillList<ServerWeightEntry>(block, port.servers);
     for (int32_t index = block.count; index < room; ++index)
         entriesOf<ServerWeightEntry>(&block)[index].result = kUnknownServer;
     return 0;

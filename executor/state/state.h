@@ -129,21 +129,6 @@ struct ExecutorState {
     Executor executor;
 };
 
-// An object and what is above it, or the reason why it is not found.
-struct Target {
-    int32_t reason = 0;
-    Cluster *cluster = nullptr;
-    Port *port = nullptr;
-    Server *server = nullptr;
-    Rule *rule = nullptr;
-};
-
-Target findCluster(ExecutorState &state, uint32_t clusterKey);
-Target findPort(ExecutorState &state, uint32_t clusterKey, NetworkPort port);
-Target findServer(ExecutorState &state, uint32_t clusterKey, NetworkPort port, uint32_t serverKey);
-Target findRule(ExecutorState &state, uint32_t clusterKey, NetworkPort port, std::string_view ruleName);
-Target findPortByAddress(ExecutorState &state, NetworkAddress clusterAddress, NetworkPort port);
-
 // Whether the trace log keeps what belongs to a level and to the commands of a family; `traceBit` 0 is never kept.
 bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit);
 
@@ -160,8 +145,7 @@ int16_t weightWhenUp(const Server &server);
 void setWeightWhenUp(Server &server, int16_t weight);
 
 // Null when there is no such item.
-template <typename Key, typename Item, typename Wanted>
-Item *findItem(OrderedItems<Key, Item> &items, const Wanted &key) {
+template <typename Items, typename Wanted> auto *findItem(Items &items, const Wanted &key) {
     const auto found = items.byKey.find(key);
     return found == items.byKey.end() ? nullptr : &found->second;
 }

@@ -279,7 +279,7 @@ TEST(DebugDumpOfTheOld, staleRecordsAreCounted) {
     sticky.stickyTime = {0, 100};
     sticky.staleTimeout = {0, 200};
     perform(sticky);
-    Port &kept = *findPort(state, kCluster, port(kPort)).port;
+    Port &kept = state.executor.clusters.byKey.at(kCluster).ports.byKey.at(kPort);
     const uint32_t now = currentTime();
     constexpr uint32_t kAges[] = {0, 50, 150, 250};
     uint32_t client = 1;

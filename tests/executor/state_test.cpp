@@ -18,6 +18,14 @@ void startWithPort(ExecutorState &state) {
     ASSERT_EQ(perform(state, portRequest(Command::addPort)), 0);
 }
 
+Cluster &clusterIn(ExecutorState &state) {
+    return state.executor.clusters.byKey.at(kCluster);
+}
+
+Port &portIn(ExecutorState &state, int portNumber = kPort) {
+    return clusterIn(state).ports.byKey.at(portNumber);
+}
+
 TEST(State, isNotStartedAtFirst) {
     ExecutorState state;
     EXPECT_EQ(perform(state, request<ExecutorReportRecord>(Command::readExecutorReport)), kNotStarted);
@@ -29,8 +37,8 @@ TEST(State, isEachExecutorsOwn) {
     startWithPort(one);
     startWithPort(other);
     ASSERT_EQ(perform(one, portRequest(Command::removePort)), 0);
-    EXPECT_EQ(numberOf(findCluster(one, kCluster).cluster->ports), 0);
-    EXPECT_EQ(numberOf(findCluster(other, kCluster).cluster->ports), 1);
+    EXPECT_EQ(numberOf(clusterIn(one).ports), 0);
+    EXPECT_EQ(numberOf(clusterIn(other).ports), 1);
 }
 
 TEST(State, keepsTheAffinityTypeThatAPortInherits) {
@@ -41,8 +49,8 @@ TEST(State, keepsTheAffinityTypeThatAPortInherits) {
     write.defaultPortAffinityType = 9;
     ASSERT_EQ(perform(state, write), 0);
     ASSERT_EQ(perform(state, portRequest(Command::addPort, 443)), 0);
-    EXPECT_EQ(findPort(state, kCluster, port(443)).port->affinityType, 9);
-    EXPECT_EQ(findPort(state, kCluster, port(kPort)).port->affinityType, 0);
+    EXPECT_EQ(portIn(state, 443).affinityType, 9);
+    EXPECT_EQ(portIn(state).affinityType, 0);
 }
 
 TEST(State, keepsTheArgumentOfAMember) {
@@ -53,11 +61,10 @@ TEST(State, keepsTheArgumentOfAMember) {
     RuleMembershipRecord member = memberRequest(Command::addServerToRule, "any", 1);
     member.argument = -7;
     ASSERT_EQ(perform(state, member), 0);
-    const Rule *rule = findRule(state, kCluster, port(kPort), "any").rule;
-    ASSERT_NE(rule, nullptr);
-    ASSERT_EQ(numberOf(rule->members), 1);
-    EXPECT_EQ(rule->members.byKey.at(1).argument, -7);
-    EXPECT_STREQ(rule->members.byKey.at(1).server->settings.serverId, "one");
+    const auto &members = portIn(state).rules.byKey.at("any").members.byKey;
+    ASSERT_EQ(members.size(), 1U);
+    EXPECT_EQ(members.at(1).argument, -7);
+    EXPECT_STREQ(members.at(1).server->settings.serverId, "one");
 }
 
 } // namespace
