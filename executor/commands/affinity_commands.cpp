@@ -1,5 +1,5 @@
-// Affinity records: which server a client of a port is bound to. As nothing is forwarded, clients are bound by the
-// commands of serverDirectedAffinity only.
+// Affinity records: which server a client of a port is bound to. As nothing is forwarded, only serverDirectedAffinity
+// binds clients.
 #include "executor/commands/commands.h"
 #include "executor/state/values.h"
 #include "rk/reasons.h"
@@ -13,12 +13,12 @@ namespace rk {
 
 namespace {
 
-// What serverDirectedAffinity is to do.
+// The commands of serverDirectedAffinity.
 constexpr int32_t kBindClients = 1;
 constexpr int32_t kReleaseClients = 2;
 constexpr int32_t kReadClients = 3;
 
-// The bits of a client's address by which it sticks to a server.
+// The leading bits of a client's address, which decide the server that it sticks to.
 uint32_t clientMask(const Port &port) {
     const int32_t bits = port.settings.stickyBits;
     return bits == 0 ? 0 : ~uint32_t{0} << (kHighestStickyBits - bits);
@@ -29,7 +29,7 @@ uint32_t roomIn(const AffinityRecord &record) {
     return static_cast<uint32_t>((record.header.length - sizeof record) / sizeof(AffinityEntry));
 }
 
-// Fills the head of a reply, but for the count.
+// Fills the head of a reply, except the count.
 void fillHead(AffinityRecord &record, const Port &port) {
     record.response = 0;
     std::memset(record.unused_24, 0, sizeof record.unused_24);
@@ -75,7 +75,7 @@ int32_t bindClient(Executor &executor, Port &port, const AffinityEntry &request)
     try {
         addItem(port.affinities, request.clientAddress, affinity.order, affinity);
     } catch (const std::bad_alloc &) {
-        return kOutOfMemory; // of this entry: the others stand for themselves
+        return kOutOfMemory; // of this entry only
     }
     ++executor.nextOrder;
     return 0;
@@ -89,7 +89,7 @@ int32_t releaseClient(Port &port, uint32_t clientAddress) {
     return 0;
 }
 
-// The reply to one entry of a request: its client as it is bound now, and what became of the entry.
+// The reply to one entry of a request: how its client is bound now, and what became of the entry.
 AffinityEntry replyTo(const AffinityEntry &request, Port &port, int32_t response) {
     const Affinity *affinity = findItem(port.affinities, request.clientAddress);
     AffinityEntry reply{};

@@ -1,5 +1,5 @@
-// Attack protection and the ICMP response record. As nothing is forwarded, half-open connections are those that were
-// made by hand with that state.
+// Attack protection and the ICMP response record. As nothing is forwarded, the half-open connections are those that
+// were made by hand in that state.
 #include "executor/commands/commands.h"
 #include "executor/state/settings.h"
 #include "executor/state/values.h"
@@ -12,13 +12,13 @@ namespace rk {
 
 namespace {
 
-// The first parameter: as many half-open connections to one port make a client's address an attacking one. At least
-// one, so that without a parameter every address with half-open connections counts.
+// The half-open connections to one port that make a client's address an attacking one: the first parameter. When that
+// is 0, one is enough.
 int32_t attackThreshold(const Executor &executor) {
     return static_cast<int32_t>(std::max<uint32_t>(executor.attackProtection.parameters[0], 1));
 }
 
-// The connections of one client to a port: they are neighbours, as the client's address is first in their key.
+// The connections of one client to a port. They are neighbours, as their keys begin with the client's address.
 struct ClientConnections {
     std::map<uint64_t, Connection>::const_iterator begin;
     std::map<uint64_t, Connection>::const_iterator end;

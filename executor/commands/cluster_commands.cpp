@@ -15,7 +15,7 @@ bool areSettingsValid(const ClusterRecord &settings, int32_t numberOfPorts) {
            settings.portSpecificProportion >= 0 && settings.systemProportion >= 0;
 }
 
-// Whether a cluster can have `address`; `own` is the one it has so far, 0 for a new cluster.
+// Whether a cluster can have `address`. `own` is its present one, 0 for a new cluster.
 bool isAddressUsable(const Executor &executor, NetworkAddress address, NetworkAddress own) {
     return isUnicast(address) && (address.word == own.word || !executor.clusterAddresses.contains(address.word));
 }
@@ -90,7 +90,7 @@ int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const Cluster
     if (!areSettingsValid(settings, numberOf(cluster.ports)))
         return kOutOfRange;
 
-    // The entry moves to the new address without memory being obtained.
+    // Moves the entry to the new address. This takes no memory, so it cannot fail.
     auto address = executor.clusterAddresses.extract(kept.address.word);
     address.value() = settings.address.word;
     executor.clusterAddresses.insert(std::move(address));

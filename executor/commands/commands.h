@@ -14,7 +14,7 @@ int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &
 int32_t readExecutorReport(const Executor &executor, ExecutorReportRecord &record);
 int32_t setExecutorCps(Executor &executor, const ExecutorReportRecord &record);
 
-// Makes it a fresh executor with its default settings, started now.
+// Makes it a fresh executor with default settings, started now.
 void startExecutor(ExecutorState &state);
 
 // cluster_commands.cpp
@@ -46,10 +46,10 @@ int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord
 int32_t readServerReport(const Server &server, ServerReportRecord &record);
 int32_t setServerCps(Server &server, const ServerReportRecord &record);
 
-// The address of a server as far as its settings tell it, else 0.0.0.0.
+// The address of a server, as far as its settings tell one; else 0.0.0.0.
 NetworkAddress addressOf(const ServerRecord &settings);
 
-// The entry of a server in a list of a port's or of a rule's servers.
+// Fills the entry of a server in a list of a port's or of a rule's servers.
 void fillEntry(ServerListEntry &entry, const Server &server);
 
 // weight_commands.cpp

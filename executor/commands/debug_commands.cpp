@@ -18,10 +18,10 @@ namespace rk {
 
 namespace {
 
-// Sub-commands up to 29 and 99 only ask for the counters; of those that are actions, the executor has this one.
+// Sub-commands up to 29, and 99, only ask for the counters. Of the others, which also act, the executor knows this one.
 constexpr int32_t kResetCounters = 30;
 
-// Miscellaneous counters that the executor keeps, by their place in the record.
+// The miscellaneous counters that the executor keeps, by their place in the record.
 constexpr int kMiscConnections = 11;
 constexpr int kMiscConnectionsReleased = 12;
 constexpr int kMiscCommands = 28;
@@ -37,7 +37,7 @@ uint32_t numberOfConnections(const Executor &executor) {
     return static_cast<uint32_t>(number);
 }
 
-// The number at the end of an interface's name, as the 1 of eth1; 0 when there is none.
+// The number at the end of an interface's name: 1 of eth1. 0 when there is none.
 uint32_t unitOf(std::string_view name) {
     const std::size_t letters = name.find_last_not_of("0123456789") + 1;
     uint32_t unit = 0;
@@ -45,7 +45,7 @@ uint32_t unitOf(std::string_view name) {
     return unit;
 }
 
-// `handle` is any socket; 0 when the system does not tell.
+// 0 when the system does not tell. `handle` is any socket.
 int32_t mtuOf(int handle, std::string_view name) {
     ifreq question{};
     storeText(question.ifr_name, name);
@@ -57,7 +57,7 @@ void fillEntry(NetworkCardEntry &entry, const ifaddrs &address, int handle) {
     entry.address = ipv4In(address.ifa_addr);
     entry.mask = ntohl(ipv4In(address.ifa_netmask).word);
     entry.network = ntohl(entry.address.word) & entry.mask;
-    entry.subnet = entry.network; // networks are not divided by class any more
+    entry.subnet = entry.network; // classes no longer divide networks
     entry.subnetMask = entry.mask;
     storeText(entry.name, name);
     entry.unit = unitOf(name);
@@ -65,7 +65,7 @@ void fillEntry(NetworkCardEntry &entry, const ifaddrs &address, int handle) {
     entry.mtu = mtuOf(handle, name);
 }
 
-// Counts a reference to a return address, in an entry of its own if there is room for one.
+// Counts a reference to a return address. A new address gets an entry if there is room for one.
 void addReference(ReturnAddressesRecord &record, NetworkAddress address, NetworkAddress fsmAddress) {
     ReturnAddressEntry *end = record.entries + record.count;
     ReturnAddressEntry *entry = std::find_if(
@@ -80,7 +80,7 @@ void addReference(ReturnAddressesRecord &record, NetworkAddress address, Network
     ++entry->references;
 }
 
-// Whether what was stamped then has had its time; a time of 0 has no end.
+// Whether something is older than its time allows. A time of 0 has no end.
 bool isStale(uint32_t now, uint32_t stamp, SplitInt64 time) {
     return time.low > 0 && now - stamp > static_cast<uint32_t>(time.low);
 }
@@ -129,8 +129,8 @@ struct Tree {
     const uint8_t *end;
 };
 
-// The place of the next entry, all zero; null when there is no room for it.
-template <typename Entry> Entry *nextEntry(Tree &tree) {
+// Takes the place of the next entry, all zero; null when there is no room for it.
+template <typename Entry> Entry *takeEntry(Tree &tree) {
     if (static_cast<std::size_t>(tree.end - tree.next) < sizeof(Entry))
         return nullptr;
     auto *entry = reinterpret_cast<Entry *>(tree.next);
@@ -138,15 +138,15 @@ template <typename Entry> Entry *nextEntry(Tree &tree) {
     return entry;
 }
 
-// Each count grows with the entries, so that the counts agree with the tree when there is no room for all. False when
-// there was none.
+// Each count grows with its entries, so that counts and tree agree even when there is no room for all. False when there
+// was none.
 bool addPortToTree(Tree &tree, ByteCountersCluster &parent, const Port &port) {
-    auto *portEntry = nextEntry<ByteCountersPort>(tree);
+    auto *portEntry = takeEntry<ByteCountersPort>(tree);
     if (portEntry == nullptr)
         return false;
     ++parent.numberOfPorts;
     for (const auto &[order, server] : port.servers.inOrder) {
-        auto *serverEntry = nextEntry<ByteCountersServer>(tree);
+        auto *serverEntry = takeEntry<ByteCountersServer>(tree);
         if (serverEntry == nullptr)
             return false;
         ++portEntry->numberOfServers;
@@ -156,7 +156,7 @@ bool addPortToTree(Tree &tree, ByteCountersCluster &parent, const Port &port) {
 }
 
 bool addClusterToTree(Tree &tree, ByteCountersRecord &parent, const Cluster &cluster) {
-    auto *clusterEntry = nextEntry<ByteCountersCluster>(tree);
+    auto *clusterEntry = takeEntry<ByteCountersCluster>(tree);
     if (clusterEntry == nullptr)
         return false;
     ++parent.numberOfClusters;

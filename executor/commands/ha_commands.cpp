@@ -1,4 +1,5 @@
-// High availability: backup, heartbeats, reach targets. The state follows what is configured; no partner is ever heard.
+// High availability: backup, heartbeats, reach targets. The state follows the configuration, as no partner is ever
+// heard.
 #include "executor/commands/commands.h"
 #include "executor/state/settings.h"
 #include "executor/state/values.h"
@@ -15,7 +16,7 @@ bool hasBackup(const HaStatusRecord &ha) {
     return ha.mode == kHaModePaired;
 }
 
-// Counts for the state machines that the role makes run; before there is a role, for the primary one.
+// Counts for the state machines that run in this role; the primary one when there is no backup.
 void count(Executor &executor, FsmCounter counter) {
     const uint8_t role = executor.highAvailability.role;
     if (role != kHaRoleBackup)
@@ -31,7 +32,7 @@ void enterState(Executor &executor, uint8_t newState) {
     count(executor, kCountStateChanges);
 }
 
-// Brings what depends on backup and heartbeats in line with them.
+// Sets what depends on backup and heartbeats.
 void followConfiguration(Executor &executor) {
     HaStatusRecord &ha = executor.highAvailability;
     const bool isWaiting = hasBackup(ha) && ha.heartbeatCount > 0;
@@ -58,7 +59,6 @@ ReachEntry *findReachTarget(HaStatusRecord &ha, NetworkAddress address) {
 
 int32_t readHighAvailability(const Executor &executor, HaStatusRecord &record) {
     replyWith(executor.highAvailability, record);
-    // There is one state machine, so the request's address is not looked at.
     record.address = executor.settings.nfa;
     return 0;
 }

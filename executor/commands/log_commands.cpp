@@ -9,7 +9,7 @@ namespace rk {
 
 namespace {
 
-// How many characters a reader who asks for `size` bytes gets at most: one byte is for the terminator.
+// The characters that a request for `size` bytes gets at most: one byte is for the terminator.
 std::size_t roomFor(int32_t size) {
     if (size < 1)
         return 0;

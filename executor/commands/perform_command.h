@@ -5,9 +5,9 @@
 
 namespace rk {
 
-// Performs the command in `block` and writes result, reason and reply into it. Of the block, only the header is touched
-// before its length word has proved right, and nothing beyond that length at any time: the caller answers for the
-// length word's bytes being there. Returns the result, 0 or -1. No exception leaves it.
+// Performs the command in `block` and writes result, reason and reply into it. Returns the result, 0 or -1; no
+// exception leaves it. It touches only the header before the length word has proved right, and never anything beyond
+// that length; the caller answers for those bytes being there.
 int32_t performCommand(ExecutorState &state, CommandHeader *block);
 
 } // namespace rk

@@ -38,7 +38,7 @@ bool isCrossedTo(const Cluster &cluster, NetworkPort port) {
                        [port](const auto &item) { return item.second.settings.crossPort.word == port.word; });
 }
 
-// Crossing is one step: a port that crosses to another has no port crossing to itself.
+// A crossing is one step: no port crosses to a port that itself crosses to another.
 int32_t checkCrossPort(const Cluster &cluster, const PortRecord &settings) {
     if (settings.crossPort.word == 0)
         return 0; // crosses to none
@@ -52,7 +52,7 @@ int32_t checkCrossPort(const Cluster &cluster, const PortRecord &settings) {
     return 0;
 }
 
-// The weights of the servers stay within the bound, those that wait for their servers to be up as well.
+// Whether all weights of servers are within the bound, also those that wait for their servers to be up.
 bool areWeightsWithin(const Port &port, int16_t bound) {
     return std::all_of(port.servers.byKey.begin(), port.servers.byKey.end(),
                        [bound](const auto &item) { return weightWhenUp(item.second) <= bound; });

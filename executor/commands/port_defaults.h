@@ -1,5 +1,5 @@
-// The defaults for new ports. The executor's settings have them for the clusters to come, a cluster's for its ports to
-// come; the fields have the same names in both records.
+// The defaults for new ports. A new cluster gets those of the executor, a new port those of its cluster; the fields
+// have the same names in both records.
 #pragma once
 
 #include "executor/state/values.h"
@@ -16,7 +16,7 @@ template <typename From, typename To> void inheritPortDefaults(const From &from,
     to.defaultPortReplicate = from.defaultPortReplicate;
 }
 
-// Whether a port can be made with these defaults.
+// Whether a port can have these defaults.
 template <typename Record> bool arePortDefaultsValid(const Record &settings) {
     return settings.defaultPortMaxServers >= 0 && isTime(settings.defaultPortStaleTimeout) &&
            isTime(settings.defaultPortStickyTime) && isWeightBound(settings.defaultPortWeightBound) &&

@@ -17,7 +17,7 @@ bool isRangeInOrder(const RuleRecord &settings) {
     return ntohl(static_cast<uint32_t>(settings.beginRange)) <= ntohl(static_cast<uint32_t>(settings.endRange));
 }
 
-// `own` is the rule that has the settings so far, null for a new one.
+// `own` is the rule whose settings these are to be, null for a new one.
 int32_t checkSettings(const Port &port, const Rule *own, const RuleRecord &settings) {
     if (settings.ruleType < 0 || settings.ruleType > kHighestRuleType)
         return kOutOfRange;
@@ -28,12 +28,12 @@ int32_t checkSettings(const Port &port, const Rule *own, const RuleRecord &setti
     if (!isRangeInOrder(settings))
         return kRuleRange;
     if ((settings.serviceBitsClear & settings.serviceBitsSet) != 0)
-        return kOutOfRange; // no packet has a bit both ways
+        return kOutOfRange; // no packet has a bit that is both
     return 0;
 }
 
-// Brings what a request changes into `settings`, which are to be thrown away when there is a reason. The hash
-// identifier has no flag: every request carries it.
+// Brings what a request changes into `settings`; when there is a reason, the caller drops them. The hash identifier has
+// no flag: every request carries it.
 int32_t changeSettings(const Port &port, const Rule *own, const RuleRecord &request, RuleRecord &settings) {
     if (!isTerminated(request.hashId) || !applySettings(kRuleSettings, request.header, settings.header))
         return kOutOfRange;
@@ -41,7 +41,7 @@ int32_t changeSettings(const Port &port, const Rule *own, const RuleRecord &requ
     return checkSettings(port, own, settings);
 }
 
-// A rule without a priority comes after those that are there. Negative when no priority is left for that.
+// The priority that puts a new rule behind those that are there; negative when none is left.
 int32_t nextPriority(const Port &port) {
     if (port.rules.inOrder.empty())
         return 1;
@@ -106,7 +106,7 @@ int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record) {
     if (reason != 0)
         return reason;
 
-    // The rule moves to its new place without memory being obtained.
+    // Moves the rule to its new place. This takes no memory, so it cannot fail.
     auto place = port.rules.inOrder.extract(kept.priority);
     place.key() = settings.priority;
     port.rules.inOrder.insert(std::move(place));

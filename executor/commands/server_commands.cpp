@@ -20,7 +20,7 @@ bool areListenersUsable(const ServerRecord &request) {
                        });
 }
 
-// The listener without what stands in its unused bytes and behind its texts.
+// The listener with zeros in its unused bytes and behind its texts.
 ListenerEntry cleanListener(const ListenerEntry &request) {
     ListenerEntry listener{};
     listener.address = request.address;
@@ -33,7 +33,7 @@ ListenerEntry cleanListener(const ListenerEntry &request) {
     return listener;
 }
 
-// Brings what a request changes into `settings`, which are to be thrown away when there is a reason.
+// Brings what a request changes into `settings`; when there is a reason, the caller drops them.
 int32_t changeSettings(const ServerRecord &request, int16_t weightBound, ServerRecord &settings) {
     if (isSet(request.setListeners) && !areListenersUsable(request))
         return kOutOfRange;
@@ -67,7 +67,7 @@ ServerRecord newServerSettings(const Port &port, const ServerRecord &request) {
     return settings;
 }
 
-// Clients are not bound to a server that is not there.
+// Releases the clients that are bound to a server, which is about to be removed.
 void releaseClientsOf(Port &port, uint32_t serverKey) {
     auto &affinities = port.affinities;
     std::erase_if(affinities.inOrder, [serverKey](const auto &item) { return item.second->serverKey == serverKey; });
@@ -76,7 +76,7 @@ void releaseClientsOf(Port &port, uint32_t serverKey) {
 
 } // namespace
 
-// A server has no address of its own but what its first listener or its identifier tells. 0 when neither does.
+// The record has no field for it: the first listener tells it, else the identifier, when that is an address.
 NetworkAddress addressOf(const ServerRecord &settings) {
     if (settings.numberOfListeners > 0)
         return settings.listeners[0].address;
@@ -117,7 +117,7 @@ int32_t removeServer(Port &port, Server &server, const ServerRecord & /*record*/
 int32_t markServerDown(Server &server, const ServerCommandRecord &record) {
     if (record.numberOfServers != 1)
         return kOutOfRange;
-    server.savedWeight = weightWhenUp(server); // kept when it is down already
+    server.savedWeight = weightWhenUp(server); // once more changes nothing
     server.settings.weight = 0;
     server.isDown = true;
     return 0;
@@ -126,7 +126,7 @@ int32_t markServerDown(Server &server, const ServerCommandRecord &record) {
 int32_t markServerUp(Server &server, const ServerCommandRecord &record) {
     if (record.numberOfServers != 1)
         return kOutOfRange;
-    server.settings.weight = weightWhenUp(server); // kept when it is up already
+    server.settings.weight = weightWhenUp(server); // once more changes nothing
     server.savedWeight = 0;
     server.isDown = false;
     return 0;

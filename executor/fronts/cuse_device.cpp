@@ -18,7 +18,7 @@ namespace rk {
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 10'000; // the kernel speaks at once
+constexpr int kPatienceMilliseconds = 10'000; // ample: the kernel asks at once
 
 void answerIoctl(fuse_req_t request, int command, void *argument, fuse_file_info * /*file*/, unsigned int /*flags*/,
                  const void *in, size_t inBytes, size_t outBytes) {
@@ -42,7 +42,7 @@ void answerIoctl(fuse_req_t request, int command, void *argument, fuse_file_info
 
 fuse_session *newSession(const std::string &name, ExecutorState &state) {
     const std::string nameLine = "DEVNAME=" + name;
-    const char *lines[] = {nameLine.c_str()}; // copied by the session
+    const char *lines[] = {nameLine.c_str()}; // the session copies them
     cuse_info info{};
     info.dev_info_argc = 1;
     info.dev_info_argv = lines;
@@ -53,11 +53,11 @@ fuse_session *newSession(const std::string &name, ExecutorState &state) {
     char *arguments[] = {program, nullptr};
     fuse_args args = FUSE_ARGS_INIT(1, arguments);
     fuse_session *session = cuse_lowlevel_new(&args, &info, &operations, &state);
-    fuse_opt_free_args(&args); // a copy, made while they were read
+    fuse_opt_free_args(&args); // reading them made a copy
     return session;
 }
 
-// Answers one message of the kernel, if there is one still. False when the kernel ended the session.
+// Answers one message of the kernel, if it still waits. False when the kernel has ended the session.
 bool answerMessage(fuse_session *session, fuse_buf &message) {
     const int bytes = fuse_session_receive_buf(session, &message);
     if (bytes > 0)
@@ -65,8 +65,8 @@ bool answerMessage(fuse_session *session, fuse_buf &message) {
     return bytes > 0 || bytes == -EINTR || bytes == -EAGAIN;
 }
 
-// The first message asks what the device is to be; the kernel makes it while it takes the answer, and ends the session
-// when it cannot.
+// Answers the first message, which asks for the device's name. The kernel makes the device from the answer, and ends
+// the session when it cannot. False when there is no device.
 bool introduce(const CuseDevice &device) {
     pollfd wanted{device.channel, POLLIN, 0};
     fuse_buf message{};

@@ -1,4 +1,4 @@
-// A character device of this process, by the kernel's CUSE.
+// The character device /dev/NAME, which this process serves through the kernel's CUSE.
 #pragma once
 
 #include "executor/state/state.h"
@@ -10,18 +10,19 @@ struct fuse_session;
 namespace rk {
 
 struct CuseDevice {
-    fuse_session *session = nullptr; // null: there is no device
+    fuse_session *session = nullptr; // null: there is no device, and `mistake` says why
     int channel = -1;                // the open /dev/cuse, which belongs to the session
-    std::string mistake;             // why there is none
+    std::string mistake;
 };
 
-// Makes the device /dev/NAME, at which `state` answers. It is there when this returns; `state` is to outlive it.
+// Makes the device /dev/NAME; `state`, which has to outlive it, answers the commands. The device is there when this
+// returns.
 CuseDevice openDevice(const std::string &name, ExecutorState &state);
 
 // Answers what comes to the device until `stopDescriptor` can be read. False when the kernel took the device away.
 bool serveDevice(const CuseDevice &device, int stopDescriptor);
 
-// Removes the device; callers that wait in an ioctl get an error.
+// Removes the device. Callers that wait in an ioctl get an error.
 void closeDevice(CuseDevice &device);
 
 } // namespace rk

@@ -11,7 +11,7 @@ namespace rk {
 namespace {
 
 constexpr char kDeviceFolder[] = "/dev/";
-constexpr std::size_t kLongestDeviceName = 63; // what the kernel lists of a device's name
+constexpr std::size_t kLongestDeviceName = 63; // the kernel's own lists cut longer ones
 
 enum OptionCode : int { kDeviceName = 256, kForeground, kLog, kHelp, kVersion }; // above any short option's
 
@@ -24,8 +24,7 @@ constexpr option kOptions[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-// A name that stands for itself below /dev: no way to another folder, nothing that a shell or the kernel reads
-// otherwise.
+// A plain name below /dev: no path to another folder, nothing that has a meaning to a shell or to the kernel.
 bool isDeviceName(const std::string &name) {
     constexpr char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
     return !name.empty() && name.size() <= kLongestDeviceName && std::strchr(letters, name[0]) != nullptr &&
@@ -105,7 +104,7 @@ reason was written to standard error; 2 the command line is wrong.
 DeviceOptions parseDeviceOptions(int count, char *const *arguments) {
     DeviceOptions options;
     options.deviceName = kExecutorDevice + sizeof kDeviceFolder - 1;
-    optind = 0; // starts afresh
+    optind = 0; // makes getopt_long start again
     opterr = 0;
     int found = 0;
     while (options.action == DeviceAction::serve &&

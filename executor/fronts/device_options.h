@@ -1,4 +1,4 @@
-// What qelxwd and its user tell each other: the command line, and words on mistakes.
+// The command line of qelxwd, and its words for mistakes.
 #pragma once
 
 #include <string>
@@ -12,17 +12,17 @@ struct DeviceOptions {
     std::string deviceName; // below /dev
     bool isForeground = false;
     std::string logFile; // empty: no log
-    std::string mistake; // of a command line that is refused: what is wrong with it
+    std::string mistake; // what is wrong with a command line that is refused
 };
 
-inline constexpr char kDeviceChannel[] = "/dev/cuse"; // where the kernel takes orders for devices
+inline constexpr char kDeviceChannel[] = "/dev/cuse"; // through which the kernel makes devices
 
 extern const char kDeviceHelp[];
 
-// Reads the command line of a program; `arguments` is ended by a null, as that of main, and its order is changed.
+// Reads the command line. `arguments` ends with a null, as main's does; their order may change.
 DeviceOptions parseDeviceOptions(int count, char *const *arguments);
 
-// What to tell a user who cannot open kDeviceChannel, by the errno value of the attempt.
+// Why kDeviceChannel cannot be opened, for the user. `error` is the errno value of the attempt.
 std::string describeChannelError(int error);
 
 } // namespace rk

@@ -25,7 +25,7 @@ DeviceReply retryWith(std::size_t inBytes, std::size_t outBytes) {
     return reply;
 }
 
-// The block is a copy: it is aligned as records are, and nothing that the caller changes meanwhile can be seen.
+// Works on a copy: it is aligned as records are, and the caller cannot change it meanwhile.
 DeviceReply performCopy(ExecutorState &state, const void *in, std::size_t bytes) {
     DeviceReply reply;
     try {
@@ -54,7 +54,7 @@ void answerDeviceRequest(ExecutorState &state, uint32_t request, const void *in,
     }
     std::memcpy(&header, in, sizeof header);
     const bool isPossible = header.length >= sizeof header && header.length <= kMostDeviceBytes;
-    // Not so when another thread of the caller wrote to the header after the round before.
+    // False when another thread of the caller has changed the length word since the round before.
     const bool isWhole = inBytes == header.length && outBytes == header.length;
     if (isPossible && outBytes == 0)
         reply = retryWith(header.length, header.length);

@@ -1,8 +1,8 @@
 // What the executor's device answers to an ioctl, apart from how it gets there.
 //
-// The request's number does not tell how long the block at its argument is, so a command comes in three rounds: the
-// first brings nothing and learns that there is a header; the second brings the header, whose length word tells how
-// long the block is; the third brings the block, is performed, and takes as many bytes back.
+// The request's number does not tell how long the block at its argument is, so a command takes three rounds. The first
+// brings nothing and is told to come again with the header. The second brings the header, whose length word tells how
+// long the block is. The third brings the block, is performed, and takes as many bytes back.
 #pragma once
 
 #include "executor/state/state.h"
@@ -11,7 +11,7 @@
 
 namespace rk {
 
-// What one ioctl can carry, in and out: the kernel sets 32 pages aside for it, which cannot be changed.
+// What one ioctl can carry, in and out: the 32 pages that the kernel sets aside for it. There is no way to get more.
 inline constexpr std::size_t kMostDeviceBytes = 32UL * 4096;
 
 enum class DeviceAnswer : uint8_t {
@@ -29,8 +29,8 @@ struct DeviceReply {
 };
 
 // Answers one round of an ioctl. `in` are the `inBytes` bytes that it brought, of any alignment, null when there are
-// none; `outBytes` is the room for a reply at its argument. Whatever the executor makes of a command, refusals
-// included, is in the block that goes back. Errors, all of which leave the executor as it was:
+// none; `outBytes` is the room for a reply at its argument. The executor's answer, a refusal as well, is in the block
+// that goes back. Errors, which leave the executor as it was:
 // - ENOTTY: the request is another one than the executor's
 // - EINVAL: the length word is below the header's size or above kMostDeviceBytes, or was changed between two rounds
 // - ENOMEM: there is no memory for the block

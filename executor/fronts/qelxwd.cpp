@@ -21,14 +21,14 @@ int fail(const std::string &mistake) {
     return kFailed;
 }
 
-// A descriptor that can be read when a signal asks to stop; such signals do nothing else from now on.
+// A descriptor that can be read when a signal asks to stop. From now on, these signals do nothing else.
 int catchStopSignals() {
     sigset_t stopping;
     sigemptyset(&stopping);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         sigaddset(&stopping, signal);
     sigprocmask(SIG_BLOCK, &stopping, nullptr);
-    std::signal(SIGPIPE, SIG_IGN); // who read the messages may be gone
+    std::signal(SIGPIPE, SIG_IGN); // whoever read standard error may be gone
     return signalfd(-1, &stopping, SFD_CLOEXEC);
 }
 

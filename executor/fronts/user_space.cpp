@@ -28,7 +28,7 @@ void closeLog() {
     state.log = nullptr;
 }
 
-// Appends, keeps what is there. Null when that cannot be done. A relative path begins at the installation directory.
+// Opens a log to append to; null when it cannot. A relative path begins at the installation directory.
 std::FILE *openLog(const char *path) {
     const bool isRelative = path[0] != '/';
     const std::string base = isRelative && !state.installPath.empty() ? state.installPath + "/" : "";
@@ -65,7 +65,7 @@ int32_t EXC_UsrExecutorProcessInit() {
     return kDone;
 }
 
-// Leaves nothing behind: a running executor is stopped, the log closed.
+// Stops a running executor as well, and closes the log.
 int32_t EXC_UsrExecutorProcessTerm() {
     if (!state.isProcessReady)
         return kRefused;
@@ -79,7 +79,7 @@ int32_t EXC_UsrExecutorStarted() {
     return state.isStarted ? 1 : 0;
 }
 
-// Of the two below: a path that cannot be used leaves the one before in force. The path is copied or used up.
+// In the two below, a path that cannot be used leaves the one before in force. The caller keeps the path.
 int32_t EXC_UsrExecutorSetLog(const char *path) {
     if (path == nullptr)
         return 0;

@@ -1,4 +1,4 @@
-// Texts of the logs, put together without any memory being obtained, so that a log can tell of a lack of it.
+// Lines of the logs. They need no memory from the heap, so that a log can tell that there is none.
 #pragma once
 
 #include "rk/wire_types.h"
@@ -7,7 +7,7 @@
 
 namespace rk {
 
-// Longer than any line can get: all texts in it come from fields of records.
+// Longer than any line: the texts in a line come from fields of records.
 struct LogText {
     char text[1024] = "";
     std::size_t length = 0;
@@ -16,7 +16,8 @@ struct LogText {
 // Appends as much as there is room for.
 [[gnu::format(printf, 2, 3)]] void append(LogText &text, const char *format, ...);
 
-// A name comes from a caller: what would break the line becomes a question mark.
+// Appends a name that comes from a caller. Control characters become question marks, so that they cannot break the
+// line.
 void appendName(LogText &text, std::string_view name);
 
 // Each appends " KIND=" and a value: web(0x000000c4), 10.0.0.1, 10.0.0.1:80.

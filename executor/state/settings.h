@@ -12,8 +12,8 @@
 
 namespace rk {
 
-// One value of a record and the flag that governs it. Objects are kept as records of the same layout, so a change is a
-// copy from the request to the same place of the kept record.
+// One value of a record and the flag that governs it. An object is kept in the record that requests have, so a change
+// copies from the request to the same place of the kept record.
 struct Setting {
     std::size_t flag; // where the flag byte stands
     std::size_t value;
@@ -118,17 +118,17 @@ inline bool isSet(uint8_t flag) {
     return flag == 1;
 }
 
-// Copies from `request` to `kept` each value whose flag is exactly 1. False when a text is longer than its field; then
-// `kept` is half changed and to be thrown away. The records are those that `settings` tells of.
+// Copies each value whose flag is exactly 1 from `request` to `kept`, both records that `settings` is about. False when
+// a text has no end in its field: `kept` is then half changed, and the caller drops it.
 bool applySettings(std::span<const Setting> settings, const CommandHeader &request, CommandHeader &kept);
 
-// Clears each flag of `record` that is exactly 1, so that the caller sees that nothing was applied.
+// Clears each flag of `record` that is exactly 1: it tells the client that nothing was applied.
 void clearFlags(std::span<const Setting> settings, CommandHeader &record);
 
-// Keeps a rate that a caller has measured, unless it is negative. Returns 0 or the reason.
+// Keeps a rate that a client has measured, unless it is negative. Returns 0 or the reason.
 int32_t keepRate(int32_t rate, int32_t &kept);
 
-// Puts the kept record in the place of a request, whose header stays.
+// Replaces a request by the kept record; the header stays.
 template <typename Record> void replyWith(const Record &kept, Record &record) {
     const CommandHeader header = record.header;
     record = kept;

@@ -1,5 +1,5 @@
-// The executor's state: plain records. Settings are kept in the layout in which they travel, with header, flags and
-// unused bytes 0, so that reading them is a copy.
+// The executor's state: plain records. Settings are kept in the layout in which they travel, so that reading them is a
+// copy; header, flags and unused bytes are 0.
 #pragma once
 
 #include "executor/state/trace_log.h"
@@ -20,7 +20,7 @@
 namespace rk {
 
 // Objects that are found by their key and listed by another order. An object stays where it is until it is removed.
-// Can be moved but not copied: the order of a copy would point into the original.
+// It can be moved but not copied: the copy's order would point to the original's items.
 template <typename Key, typename Item> struct OrderedItems {
     OrderedItems() = default;
     OrderedItems(OrderedItems &&) noexcept = default;
@@ -41,7 +41,7 @@ struct Server {
 struct RuleMember {
     const Server *server = nullptr;
     int64_t order = 0;    // order of addition to the rule
-    int32_t argument = 0; // the caller's, kept for whatever chooses among the servers
+    int32_t argument = 0; // the caller's; whatever chooses among the servers may use it
 };
 
 struct Rule {
@@ -55,7 +55,7 @@ struct Connection {
     uint32_t clientAddress = 0; // in host byte order
     uint16_t clientPort = 0;    // in host byte order
     NetworkAddress serverAddress{};
-    uint8_t state = 0;  // the caller's; kConnectionHalfOpen is the only flag that the executor knows
+    uint8_t state = 0;  // the caller's; the executor knows only the flag kConnectionHalfOpen
     uint32_t stamp = 0; // when it was made: seconds since 1970
 };
 
@@ -69,14 +69,15 @@ struct Affinity {
 
 struct Port {
     PortRecord settings{};
-    uint16_t affinityType = 0; // the cluster's default at the time; no command reads it, it is for whatever forwards
+    uint16_t affinityType =
+        0; // the cluster's default when the port was added; for whatever forwards, no command reads it
     int32_t connectionsPerSecond = 0;
     OrderedItems<uint32_t, Server> servers; // by server key
     OrderedItems<std::string, Rule> rules;  // by name, in order of priority
 
     std::map<uint64_t, Connection> connections;  // by client address and port, and in order of them
     OrderedItems<uint32_t, Affinity> affinities; // by client address
-    int32_t affinitiesReused = 0;                // times that a client was bound again while it had a record
+    int32_t affinitiesReused = 0;                // how often a client that was bound was bound again
 };
 
 struct Cluster {
@@ -88,7 +89,7 @@ struct Cluster {
 
 // Counters of a state machine, by their place in its record.
 enum FsmCounter : uint8_t {
-    kCountCommands = 0,     // commands on high availability that were performed, but for reading it
+    kCountCommands = 0,     // performed commands on high availability, reads not counted
     kCountHeartbeats = 2,   // heartbeats added
     kCountReachChanges = 4, // reach targets added, changed or deleted
     kCountTakeOvers = 6,    // take-overs that made it active
@@ -129,10 +130,10 @@ struct ExecutorState {
     Executor executor;
 };
 
-// Whether the trace log keeps what belongs to a level and to the commands of a family; `traceBit` 0 is never kept.
+// Whether the trace log keeps lines of this level on commands with this bit in the filter; 0: it never does.
 bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit);
 
-// The place of a connection among those of a port. Addresses and ports are in host byte order.
+// The key of a connection among those of a port. Address and port are in host byte order.
 uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort);
 
 bool isHalfOpen(const Connection &connection);
@@ -140,7 +141,7 @@ bool isHalfOpen(const Connection &connection);
 // The number of connections that a bound client has to its server.
 uint32_t activeConnections(const Port &port, const Affinity &affinity);
 
-// The weight that a server has when it is up. One that is set while the server is down waits for that.
+// The weight that a server has when it is up. While the server is down, a new weight waits for that.
 int16_t weightWhenUp(const Server &server);
 void setWeightWhenUp(Server &server, int16_t weight);
 
@@ -154,8 +155,8 @@ template <typename Key, typename Item> int32_t numberOf(const OrderedItems<Key, 
     return static_cast<int32_t>(items.byKey.size());
 }
 
-// Adds an item whose key and order are not in use. Throws std::bad_alloc with the items as they were: all memory is
-// obtained first, and merge only links what is there.
+// Adds an item whose key and order are not in use. When it throws std::bad_alloc, the items are as they were: it
+// obtains all memory first, and merge only links what is there.
 template <typename Key, typename Item>
 void addItem(OrderedItems<Key, Item> &items, const Key &key, int64_t order, Item item) {
     OrderedItems<Key, Item> added;
@@ -172,8 +173,8 @@ void removeItem(OrderedItems<Key, Item> &items, const Wanted &key, int64_t order
     items.byKey.erase(items.byKey.find(key));
 }
 
-// Fills as many entries of a list as there is room for, with a procedure `fillEntry(Entry &, const Item &)`. Entries
-// without an item are zero, so that a caller who reads them all finds empty ones.
+// Fills as many entries of a list as there is room for, by `fillEntry(Entry &, const Item &)`, and sets the count to
+// that. The other entries become zero, so that a caller who reads them all finds empty ones.
 template <typename Entry, typename Block, typename Key, typename Item>
 void fillList(Block &block, const OrderedItems<Key, Item> &items) {
     Entry *entry = entriesOf<Entry>(&block);

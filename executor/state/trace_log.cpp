@@ -7,7 +7,7 @@ namespace rk {
 void addLine(TraceLog &trace, std::string_view line) {
     const std::size_t length = trace.length + line.size() + 1;
     if (length > sizeof trace.text) {
-        // Whole lines go, so the text always begins with one.
+        // Whole lines go, so that the text always begins with a whole one.
         const std::size_t tooMuch = length - sizeof trace.text;
         const std::size_t dropped = textOf(trace).find('\n', tooMuch - 1) + 1;
         trace.length -= dropped;

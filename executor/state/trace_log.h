@@ -1,4 +1,4 @@
-// The trace log: what happened, as lines of text that the executor keeps in memory.
+// The trace log: lines of text on what happened, which the executor keeps in memory.
 #pragma once
 
 #include "rk/command_header.h"

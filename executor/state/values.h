@@ -1,5 +1,4 @@
-// Which values the settings may have, what new objects start with, and the small conversions between record fields and
-// plain numbers and texts.
+// Which values settings may have, what new objects start with, and how fields of records become numbers and texts.
 #pragma once
 
 #include "rk/command_header.h"
@@ -8,7 +7,7 @@
 
 namespace rk {
 
-// What a fresh executor starts with. New clusters and ports inherit the defaults among these.
+// What a fresh executor starts with. New clusters and ports inherit the defaults for them.
 inline constexpr int32_t kDefaultTraceLevel = 1; // refusals and starts
 inline constexpr int32_t kDefaultMaxClusters = 100;
 inline constexpr int32_t kDefaultClusterMaxPorts = 64;
@@ -33,8 +32,7 @@ inline constexpr int32_t kHighestRuleType = 9;
 inline constexpr uint32_t kHighestAttackParameter = 65535;
 inline constexpr std::size_t kLongestIdentifier = 64; // characters
 
-// High availability. The roles and strategies are those that a client asks for; a role of 0 is that of no backup too,
-// which the mode tells apart.
+// High availability. Roles and strategies are the client's numbers. The role is 0 without a backup too: the mode tells.
 inline constexpr uint32_t kHaModeAlone = 0; // there is no backup
 inline constexpr uint32_t kHaModePaired = 1;
 inline constexpr uint8_t kHaRolePrimary = 0;
@@ -73,29 +71,29 @@ inline constexpr int32_t kProtocolHttp = 1;
 inline constexpr int32_t kProtocolTls = 2;
 
 // Forwarding methods: how a packet gets to the server.
-inline constexpr int32_t kMethodLinkLevel = 1;   // handed on unchanged, to the server's hardware address
+inline constexpr int32_t kMethodLinkLevel = 1;   // unchanged, to the server's hardware address
 inline constexpr int32_t kMethodTranslation = 2; // with addresses translated
-inline constexpr int32_t kMethodContent = 3;     // by an own connection, after the request has been read
+inline constexpr int32_t kMethodContent = 3;     // over a second connection, made once the request has been read
 
-// The bound of executor and cluster defaults as well as of ports: 1 to kHighestWeightBound.
+// Whether a weight bound, a default one as well, is from 1 to kHighestWeightBound.
 bool isWeightBound(int16_t bound);
 bool isPortType(int32_t type);
 bool isProtocol(int32_t protocol);
 bool isMethod(int32_t method);
 
-// A time from 0 to what a Java int can hold.
+// Whether a time is from 0 to the highest that a Java int holds.
 bool isTime(SplitInt64 time);
 
 // Whether packets can be sent to `address` at all: not 0.0.0.0, 255.255.255.255 or multicast.
 bool isUnicast(NetworkAddress address);
 
-// Whether the ones of `mask` stand in front of its zeros.
+// Whether all ones of `mask` come before its zeros.
 bool isNetmask(NetworkAddress mask);
 
 // Seconds since 1970, as the records carry them.
 uint32_t currentTime();
 
-// Sets all that a block has behind its header to zero. Its length has been checked.
+// Sets a block to zero from its header on, as far as its length word says.
 void clearBody(CommandHeader &block);
 
 SplitInt64 splitInt64(int32_t value);
@@ -107,12 +105,12 @@ template <std::size_t size> std::string_view textIn(const char (&field)[size]) {
     return textIn(field, size);
 }
 
-// Whether a field has a terminator: one without would lose its last character when it is kept.
+// Whether the text in a field has a terminator, and so can be kept whole.
 template <std::size_t size> bool isTerminated(const char (&field)[size]) {
     return textIn(field).size() < size;
 }
 
-// Keeps `text` in `field`, zeros behind it. Cuts what does not fit with a terminator.
+// Puts `text` into `field` and zeros behind it. A text that leaves no room for a terminator is cut.
 void storeText(char *field, std::size_t size, std::string_view text);
 template <std::size_t size> void storeText(char (&field)[size], std::string_view text) {
     storeText(field, size, text);
