@@ -7,7 +7,7 @@ if (($# != 1)); then
 fi
 cd "$1"
 class=java/com.qel.internet.rk/com/qel/internet/rk/common/CMNExecutorInterface.java
-mapfile -t methods < <(sed -n 's/.*public native [A-Za-z]* \([A-Za-z]*Native\)(.*/\1/p' "$class")
+mapfile -t methods < <(sed -n 's/.*public synchronized native [A-Za-z]* \([A-Za-z]*Native\)(.*/\1/p' "$class")
 ((${#methods[@]} > 0)) || { echo "no native method in $class"; exit 1; }
 status=0
 for method in "${methods[@]}"; do

@@ -7,7 +7,7 @@ import java.util.regex.Pattern;
 /** Turns the class of the native methods into one whose methods ask NativeStandIn: MakeStandIn SOURCE TARGET. */
 final class MakeStandIn {
     private static final Pattern LOADING = Pattern.compile("static \\{\\s*NativeLibrary\\.load\\(\\);\\s*\\}");
-    private static final Pattern METHOD = Pattern.compile("public native (\\S+) (\\w+)\\(([^)]*)\\);");
+    private static final Pattern METHOD = Pattern.compile("public synchronized native (\\S+) (\\w+)\\(([^)]*)\\);");
 
     public static void main(String[] arguments) throws IOException {
         String source = LOADING.matcher(Files.readString(Path.of(arguments[0]))).replaceFirst("");

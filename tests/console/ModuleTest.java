@@ -32,8 +32,12 @@ final class ModuleTest {
 
     private static void statusesHaveMeanings() {
         expect("0", CMNStatus.describe(0), "success");
-        expect("one meaning", CMNStatus.describe(-4), "the cluster exists already");
-        expect("one meaning in a family", CMNStatus.describe(-4, Family.CLUSTER), "the cluster exists already");
+        expect("one meaning", CMNStatus.describe(-5), "the cluster does not exist");
+        expect("one meaning in a family", CMNStatus.describe(-5, Family.CLUSTER), "the cluster does not exist");
+        expect("-4, for which keys may be the reason", CMNStatus.describe(-4, Family.CLUSTER),
+                "the cluster exists already, or another one whose identifier has the same key");
+        expect("-18, for which keys may be the reason", CMNStatus.describe(-18, Family.SERVER),
+                "the server exists already, or another one whose identifier has the same key");
         expect("-57 of ports", CMNStatus.describe(-57, Family.PORT),
                 "the server limit is negative, or below the number of servers that the port has");
         expect("-57 of rules", CMNStatus.describe(-57, Family.RULE), "the rule does not exist");

@@ -11,9 +11,10 @@ package com.qel.internet.rk.common;
  * it is started with {@code --enable-native-access=com.qel.internet.rk}.
  *
  * <h2>One call at a time</h2>
- * All commands travel through one block of memory and one channel, shared by the whole process, and nothing locks
- * them: <b>no two native methods of this class may run at the same time, on whatever threads and objects.</b> The
- * caller serialises its calls.
+ * All commands travel through one block of memory and one channel, shared by the whole process, and the library locks
+ * neither: no two native methods may run at the same time. They are {@code synchronized}, so threads that share one
+ * object take turns. <b>Make one object of this class and share it in the whole process:</b> two objects have two
+ * locks, and calls on both at once get wrong answers or end the VM.
  *
  * <h2>Kernel and user space</h2>
  * Commands go to the executor in the kernel, through the device {@code /dev/qelxw}, which the first of them opens.
@@ -37,6 +38,14 @@ package com.qel.internet.rk.common;
  * executor refused the command or cannot be reached, a positive error number when the device's {@code ioctl} failed,
  * in user space whatever the executor returned. -99 stands for a refusal that has no status of its own, -28 for a lack
  * of memory.
+ *
+ * <h2>When there is no executor</h2>
+ * A status that is not the channel's stands for the reason that the executor gave. Without an executor nobody gives
+ * one, and the last reason given before still stands: the status is that of an old refusal, or -99 when there was none.
+ * {@link #allocateConnectionNative} and {@link #serverDirectedAffinityNative} return the reason itself, which may be 0
+ * then, as for success. {@link #isLoadedNative} tells whether the kernel executor's device can be opened,
+ * {@link #userExecutorStartedNative} whether the executor in user space runs, and {@link #getExecutorReportNative},
+ * which returns the channel's status, whether the executor answers: ask before these two methods, and after -99.
  */
 public class CMNExecutorInterface {
     static {
@@ -54,7 +63,7 @@ public class CMNExecutorInterface {
      *
      * @return 1 if so, 0 if not
      */
-    public native int isLoadedNative();
+    public synchronized native int isLoadedNative();
 
     /**
      * Tells whether the kernel executor's device can be opened for reading, with a descriptor of its own: the channel
@@ -62,28 +71,28 @@ public class CMNExecutorInterface {
      *
      * @return 1 if so, 0 if not
      */
-    public native int linuxUpNative();
+    public synchronized native int linuxUpNative();
 
     /**
      * Tells whether the executor runs on another platform, which this library never does.
      *
      * @return always 0
      */
-    public native int solarisUpNative();
+    public synchronized native int solarisUpNative();
 
     /**
      * Tells whether the executor runs on another platform, which this library never does.
      *
      * @return always 0
      */
-    public native int HPUpNative();
+    public synchronized native int HPUpNative();
 
     /**
      * Gives the prefix of the executor's scripts.
      *
      * @return always the empty text
      */
-    public native String ScriptPrefixNative();
+    public synchronized native String ScriptPrefixNative();
 
     /**
      * Closes the kernel executor's device, if it is open. Nothing is sent; the next command to the kernel executor
@@ -91,14 +100,14 @@ public class CMNExecutorInterface {
      *
      * @return always {@code "EOK"}
      */
-    public native String stopExecutorNative();
+    public synchronized native String stopExecutorNative();
 
     /**
      * Does nothing.
      *
      * @return always {@code "MADE IT INSIDE native updateKernel\n"}
      */
-    public native String updateKernelNative();
+    public synchronized native String updateKernelNative();
 
     /**
      * Asks whether there may be this many clusters. The executor has the last word, when they are added.
@@ -106,7 +115,7 @@ public class CMNExecutorInterface {
      * @param clusters how many
      * @return always 0: any number
      */
-    public native int checkMaxClustersNative(int clusters);
+    public synchronized native int checkMaxClustersNative(int clusters);
 
     /**
      * Asks whether there may be this many ports. The executor has the last word, when they are added.
@@ -114,7 +123,7 @@ public class CMNExecutorInterface {
      * @param ports how many
      * @return always 0: any number
      */
-    public native int checkMaxPortsNative(int ports);
+    public synchronized native int checkMaxPortsNative(int ports);
 
     /**
      * Asks whether there may be this many servers. The executor has the last word, when they are added.
@@ -122,7 +131,7 @@ public class CMNExecutorInterface {
      * @param servers how many
      * @return always 0: any number
      */
-    public native int checkMaxServersNative(int servers);
+    public synchronized native int checkMaxServersNative(int servers);
 
     // User-space executor
 
@@ -131,49 +140,49 @@ public class CMNExecutorInterface {
      *
      * @param mode only its low byte counts: 0 for the kernel executor, any other value for the user-space executor
      */
-    public native void setKVAServerModalityNative(int mode);
+    public synchronized native void setKVAServerModalityNative(int mode);
 
     /**
      * Does nothing: the user-space executor is linked to the library.
      *
      * @return always 0
      */
-    public native int loadUserExecutorNative();
+    public synchronized native int loadUserExecutorNative();
 
     /**
      * Starts the user-space executor.
      *
      * @return 0, or the executor's own status
      */
-    public native int startUserExecutorNative();
+    public synchronized native int startUserExecutorNative();
 
     /**
      * Stops the user-space executor.
      *
      * @return 0, or the executor's own status
      */
-    public native int stopUserExecutorNative();
+    public synchronized native int stopUserExecutorNative();
 
     /**
      * Sets up what the user-space executor needs once in a process; before {@link #startUserExecutorNative}.
      *
      * @return 0, or the executor's own status
      */
-    public native int userExecutorProcessInitNative();
+    public synchronized native int userExecutorProcessInitNative();
 
     /**
      * Cleans up what {@link #userExecutorProcessInitNative} has set up; after {@link #stopUserExecutorNative}.
      *
      * @return 0, or the executor's own status
      */
-    public native int userExecutorProcessTermNative();
+    public synchronized native int userExecutorProcessTermNative();
 
     /**
      * Tells whether the user-space executor runs.
      *
      * @return whether it does
      */
-    public native boolean userExecutorStartedNative();
+    public synchronized native boolean userExecutorStartedNative();
 
     /**
      * Sets the user-space executor's log file. The executor may keep the text, so its memory is never released.
@@ -181,7 +190,7 @@ public class CMNExecutorInterface {
      * @param path the file; null is handed on as no path
      * @return whether the executor took it
      */
-    public native boolean userExecutorSetLogNative(String path);
+    public synchronized native boolean userExecutorSetLogNative(String path);
 
     /**
      * Sets the user-space executor's installation folder. The executor may keep the text, so its memory is never
@@ -190,27 +199,28 @@ public class CMNExecutorInterface {
      * @param path the folder; null is handed on as no path
      * @return whether the executor took it
      */
-    public native boolean userExecutorSetInstallPathNative(String path);
+    public synchronized native boolean userExecutorSetInstallPathNative(String path);
 
     // Identifier keys
 
     /**
      * Computes the key by which the executor knows an identifier. Upper and lower case give the same key, and so do
-     * some identifiers that are alike, 10.0.0.103 and 10.0.0.120 for example: compare the keys of identifiers that are
-     * made from addresses or numbers, as an executor takes the second of two with one key for the first.
+     * many identifiers that differ in neighbouring digits, 10.0.0.103 and 10.0.0.120 for example. The executor takes
+     * the second of two with one key for the first: compare the keys of identifiers that are made from numbers or
+     * addresses before they are used.
      *
      * @param identifier identifier of a cluster or server
      * @param second     not used
      * @return the key
      */
-    public native int calcClusterIdKeyNative(String identifier, String second);
+    public synchronized native int calcClusterIdKeyNative(String identifier, String second);
 
     /**
      * Keeps whether cluster identifiers are addresses. Keys do not depend on it.
      *
      * @param flag 1 if they are, 0 if not
      */
-    public native void setKeyIsIpAddrNative(int flag);
+    public synchronized native void setKeyIsIpAddrNative(int flag);
 
     // Executor
 
@@ -222,7 +232,7 @@ public class CMNExecutorInterface {
      * @return 0; -21 when {@code NFA} does not parse, -49 when {@code ClientGateway} does not parse
      *         ({@code SetClientGateway} is then 1), and nothing is sent in both cases; the channel's status otherwise
      */
-    public native int setExecutorStatusNative(Object executorStatus);
+    public synchronized native int setExecutorStatusNative(Object executorStatus);
 
     /**
      * Reads the executor's settings. No field is changed when that fails; {@code iCookieExpireInterval} and the flags
@@ -231,7 +241,7 @@ public class CMNExecutorInterface {
      * @param executorStatus takes the settings, as in {@link CMNExecutorStatus}
      * @return 0, or the channel's status
      */
-    public native int getExecutorStatusNative(Object executorStatus);
+    public synchronized native int getExecutorStatusNative(Object executorStatus);
 
     /**
      * Reads the executor's counters. No field is changed when that fails.
@@ -239,7 +249,7 @@ public class CMNExecutorInterface {
      * @param executorReport takes the counters, as in {@link CMNExecutorReport}
      * @return 0, or the channel's status
      */
-    public native int getExecutorReportNative(Object executorReport);
+    public synchronized native int getExecutorReportNative(Object executorReport);
 
     /**
      * Sets the executor's connections-per-second counter.
@@ -247,7 +257,7 @@ public class CMNExecutorInterface {
      * @param executorReport has {@code iConnectionsPerSecond}, as in {@link CMNExecutorReport}
      * @return 0, or the channel's status
      */
-    public native int setExecutorCPSNative(Object executorReport);
+    public synchronized native int setExecutorCPSNative(Object executorReport);
 
     // Clusters
 
@@ -258,10 +268,10 @@ public class CMNExecutorInterface {
      * @param cluster has {@code sClusterId}, {@code Address} and the settings, as in {@link CMNCluster}
      * @return 0; -88 when the identifier is null; -90 when it is longer than 64 characters; -3 when
      *         {@code SetIPAddress} is 1 and {@code Address} does not parse (nothing is sent, no flag written back), or
-     *         when the address is not usable for a cluster; -4 when the cluster exists; -29 when there are as many
-     *         clusters as there may be; -5, -28, -99
+     *         when the address is not usable for a cluster; -4 when the cluster exists, or another one whose identifier
+     *         has the same key; -29 when there are as many clusters as there may be; -5, -28, -99
      */
-    public native int addClusterNative(Object cluster);
+    public synchronized native int addClusterNative(Object cluster);
 
     /**
      * Changes settings of a cluster: those whose flags are 1. The flags are written back as the executor left them,
@@ -270,7 +280,7 @@ public class CMNExecutorInterface {
      * @param cluster has {@code sClusterId}, {@code iClusterIdKey} (its key) and the settings, as in {@link CMNCluster}
      * @return 0; -3 as when adding; -5 when the cluster does not exist; -4, -28, -29, -99
      */
-    public native int setClusterStatusNative(Object cluster);
+    public synchronized native int setClusterStatusNative(Object cluster);
 
     /**
      * Removes a cluster, and all that hangs below it.
@@ -278,7 +288,7 @@ public class CMNExecutorInterface {
      * @param cluster has {@code sClusterId}, as in {@link CMNCluster}
      * @return 0; -5 when the cluster does not exist; -99
      */
-    public native int removeClusterNative(Object cluster);
+    public synchronized native int removeClusterNative(Object cluster);
 
     /**
      * Reads the settings of a cluster and its number of ports. No field is changed when that fails.
@@ -286,7 +296,7 @@ public class CMNExecutorInterface {
      * @param cluster has {@code sClusterId} and takes the settings, as in {@link CMNCluster}
      * @return 0; -5 when the cluster does not exist; -99
      */
-    public native int getClusterStatusNative(Object cluster);
+    public synchronized native int getClusterStatusNative(Object cluster);
 
     /**
      * Reads the counters of a cluster, its address, key and number of ports. No field is changed when that fails.
@@ -294,7 +304,7 @@ public class CMNExecutorInterface {
      * @param cluster has {@code sClusterId} and takes the counters, as in {@link CMNCluster}
      * @return 0; -5 when the cluster does not exist; -99
      */
-    public native int getClusterReportNative(Object cluster);
+    public synchronized native int getClusterReportNative(Object cluster);
 
     /**
      * Sets the connections-per-second counter of a cluster.
@@ -302,7 +312,7 @@ public class CMNExecutorInterface {
      * @param cluster has {@code iClusterIdKey} and {@code iConnectionsPerSecond}, as in {@link CMNCluster}
      * @return 0, or the channel's status
      */
-    public native int setClusterCPSNative(Object cluster);
+    public synchronized native int setClusterCPSNative(Object cluster);
 
     /**
      * Lists the clusters: appends their identifiers, each with a plus sign before it.
@@ -310,7 +320,7 @@ public class CMNExecutorInterface {
      * @param list a {@link StringBuffer}; gets nothing when that fails
      * @return 0; -28; -99; the channel's status when the number of clusters cannot be read
      */
-    public native int getClustersListNative(Object list);
+    public synchronized native int getClustersListNative(Object list);
 
     // Ports
 
@@ -326,7 +336,7 @@ public class CMNExecutorInterface {
      *         possible; -65 sticky bits, -66 sticky time, -67 weight bound, -73 stale time-out out of range; -68 cross
      *         port not possible; -74 protocol unknown; -75 half-open limit negative; -84 type unknown; -28; -99
      */
-    public native int addPortNative(Object port);
+    public synchronized native int addPortNative(Object port);
 
     /**
      * Changes settings of a port: those whose flags are 1. Flags are written back, and a lack of memory waited for, as
@@ -335,7 +345,7 @@ public class CMNExecutorInterface {
      * @param port has {@code ClusterId}, {@code PortNumber} and the settings, as in {@link CMNPort}
      * @return as {@link #addPortNative}
      */
-    public native int setPortStatusNative(Object port);
+    public synchronized native int setPortStatusNative(Object port);
 
     /**
      * Removes a port, with its servers and rules.
@@ -344,7 +354,7 @@ public class CMNExecutorInterface {
      * @return 0; -3 when {@code ClusterAddress} does not parse (null is not looked at); -10 when the port number is
      *         outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -99
      */
-    public native int removePortNative(Object port);
+    public synchronized native int removePortNative(Object port);
 
     /**
      * Reads the settings of a port and its number of servers. No field is changed when that fails.
@@ -353,7 +363,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when the port number is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist;
      *         -99
      */
-    public native int getPortStatusNative(Object port);
+    public synchronized native int getPortStatusNative(Object port);
 
     /**
      * Reads the counters of a port, its number of servers, protocol and method. No field is changed when that fails.
@@ -361,7 +371,7 @@ public class CMNExecutorInterface {
      * @param port has {@code ClusterId} and {@code PortNumber} and takes the counters, as in {@link CMNPort}
      * @return as {@link #getPortStatusNative}
      */
-    public native int getPortReportNative(Object port);
+    public synchronized native int getPortReportNative(Object port);
 
     /**
      * Sets the connections-per-second counter of a port.
@@ -369,7 +379,7 @@ public class CMNExecutorInterface {
      * @param port has {@code ClusterId}, {@code PortNumber} and {@code iConnectionsPerSecond}, as in {@link CMNPort}
      * @return 0; -10 when the port number is outside 0 to 65535; the channel's status otherwise
      */
-    public native int setPortCPSNative(Object port);
+    public synchronized native int setPortCPSNative(Object port);
 
     /**
      * Lists the ports of a cluster: appends their numbers in decimal, each with a plus sign before it.
@@ -379,7 +389,7 @@ public class CMNExecutorInterface {
      * @return 0; -5 when the cluster does not exist; -28; -99; the channel's status when the number of ports cannot be
      *         read
      */
-    public native int getPortsListNative(String clusterId, Object list);
+    public synchronized native int getPortsListNative(String clusterId, Object list);
 
     // Servers
 
@@ -395,11 +405,12 @@ public class CMNExecutorInterface {
      *         outside 0 to 65535; -17 when {@code getListener} gives none, or no address; -78 when a listener is not
      *         usable (its port outside 0 to 65535, for one), or there are more than two; -20 when the weight is
      *         negative or above the port's weight bound; -76 when the return address, -49 when the router address does
-     *         not parse; -5 when the cluster, -12 when the port does not exist; -18 when the server exists; -32 when
-     *         the port has as many servers as it may have; -43 when it is collocated and has a router address; -58 when
-     *         {@code _iCPSMaximum} is negative; -28; -99
+     *         not parse; -5 when the cluster, -12 when the port does not exist; -18 when the server exists, or
+     *         another one of the port whose identifier has the same key; -32 when the port has as many servers as it
+     *         may have; -43 when it is collocated and has a router address; -58 when {@code _iCPSMaximum} is negative;
+     *         -28; -99
      */
-    public native int addServerNative(Object server);
+    public synchronized native int addServerNative(Object server);
 
     /**
      * Changes settings of a server: those whose flags are 1, and listeners as in {@link #addServerNative}. The length
@@ -409,7 +420,7 @@ public class CMNExecutorInterface {
      *               settings, as in {@link CMNServer}
      * @return as {@link #addServerNative}; -19 when the server does not exist
      */
-    public native int setServerStatusNative(Object server);
+    public synchronized native int setServerStatusNative(Object server);
 
     /**
      * Removes a server.
@@ -418,7 +429,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when {@code Port} is outside 0 to 65535; -5 when the cluster, -12 when the port, -19 when the
      *         server does not exist; -99
      */
-    public native int removeServerNative(Object server);
+    public synchronized native int removeServerNative(Object server);
 
     /**
      * Marks a server up: it takes connections again, with the weight that it had.
@@ -426,7 +437,7 @@ public class CMNExecutorInterface {
      * @param server has {@code ClusterId}, {@code Port} and {@code iServerIdKey}, as in {@link CMNServer}
      * @return as {@link #removeServerNative}
      */
-    public native int setServerUpNative(Object server);
+    public synchronized native int setServerUpNative(Object server);
 
     /**
      * Marks a server down: it takes no connections.
@@ -434,7 +445,7 @@ public class CMNExecutorInterface {
      * @param server has {@code ClusterId}, {@code Port} and {@code iServerIdKey}, as in {@link CMNServer}
      * @return as {@link #removeServerNative}
      */
-    public native int setServerDownNative(Object server);
+    public synchronized native int setServerDownNative(Object server);
 
     /**
      * Does nothing: hosts are marked down server by server.
@@ -442,7 +453,7 @@ public class CMNExecutorInterface {
      * @param host not looked at
      * @return always 0
      */
-    public native int setHostDownNative(Object host);
+    public synchronized native int setHostDownNative(Object host);
 
     /**
      * Does nothing: hosts are marked up server by server.
@@ -450,7 +461,7 @@ public class CMNExecutorInterface {
      * @param host not looked at
      * @return always 0
      */
-    public native int setHostUpNative(Object host);
+    public synchronized native int setHostUpNative(Object host);
 
     /**
      * Does nothing: hosts are removed server by server.
@@ -458,7 +469,7 @@ public class CMNExecutorInterface {
      * @param host not looked at
      * @return always 0
      */
-    public native int removeHostNative(Object host);
+    public synchronized native int removeHostNative(Object host);
 
     /**
      * Sets the connections-per-second counter of a server.
@@ -468,7 +479,7 @@ public class CMNExecutorInterface {
      * @return 0; -99 when the key or the count is negative; -10 when {@code Port} is outside 0 to 65535; the channel's
      *         status otherwise
      */
-    public native int setServerCPSNative(Object server);
+    public synchronized native int setServerCPSNative(Object server);
 
     /**
      * Reads the counters of a server. No field is changed when that fails.
@@ -477,7 +488,7 @@ public class CMNExecutorInterface {
      *               {@link CMNServer}
      * @return as {@link #removeServerNative}
      */
-    public native int getServerReportNative(Object server);
+    public synchronized native int getServerReportNative(Object server);
 
     /**
      * Reads the settings of a server. Each of its listeners, at most two, goes into the object that
@@ -492,7 +503,7 @@ public class CMNExecutorInterface {
      *         numbers of listeners, both above 1; -78 when {@code getListener} fails; -5 when the cluster, -12 when the
      *         port, -19 when the server does not exist; -99
      */
-    public native int getServerStatusNative(Object server);
+    public synchronized native int getServerStatusNative(Object server);
 
     /**
      * Lists the servers of a port: appends their identifiers, each with a plus sign before it.
@@ -504,7 +515,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when the port is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -28;
      *         -99; the channel's status when the number of servers cannot be read
      */
-    public native int getServersListNative(String clusterId, int port, Object list, int[] keys);
+    public synchronized native int getServersListNative(String clusterId, int port, Object list, int[] keys);
 
     // Server weights
 
@@ -518,7 +529,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when {@code iPortNumber} is outside 0 to 65535; -5 when the cluster, -12 when the port does not
      *         exist; -28; -99
      */
-    public native int getServerWeightsNative(Object weights, int count);
+    public synchronized native int getServerWeightsNative(Object weights, int count);
 
     /**
      * Changes the weights of servers of a port in one exchange. Weights travel as their low 16 bits. The servers' own
@@ -531,7 +542,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when {@code iPortNumber} is outside 0 to 65535; -5 when the cluster, -12 when the port does not
      *         exist; -28; -99
      */
-    public native int setServerWeightsNative(Object weights, int count);
+    public synchronized native int setServerWeightsNative(Object weights, int count);
 
     // Rules
 
@@ -550,7 +561,7 @@ public class CMNExecutorInterface {
      *         the type was asked for and the rule does not exist; -58 when the priority is out of range, or another
      *         rule of the port has it; -82 when the range is not valid for the type; -28; -99
      */
-    public native int addRuleNative(Object rule);
+    public synchronized native int addRuleNative(Object rule);
 
     /**
      * Changes settings of a rule: those whose flags are 1. Without {@code SetRuleType} the executor is asked for the
@@ -560,7 +571,7 @@ public class CMNExecutorInterface {
      *             {@link CMNRule}
      * @return as {@link #addRuleNative}
      */
-    public native int setRuleStatusNative(Object rule);
+    public synchronized native int setRuleStatusNative(Object rule);
 
     /**
      * Removes a rule.
@@ -569,7 +580,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when the port number is outside 0 to 65535; -51 when the name is null or longer than 20
      *         characters; -5 when the cluster, -12 when the port, -57 when the rule does not exist; -99
      */
-    public native int removeRuleNative(Object rule);
+    public synchronized native int removeRuleNative(Object rule);
 
     /**
      * Reads the settings of a rule and its number of servers; {@code ServiceTOS} is empty except for type 7. No field
@@ -579,7 +590,7 @@ public class CMNExecutorInterface {
      *             {@link CMNRule}
      * @return as {@link #removeRuleNative}
      */
-    public native int getRuleStatusNative(Object rule);
+    public synchronized native int getRuleStatusNative(Object rule);
 
     /**
      * Reads the counters of a rule, its number and its number of servers. No field is changed when that fails.
@@ -588,7 +599,7 @@ public class CMNExecutorInterface {
      *             {@link CMNRule}
      * @return as {@link #removeRuleNative}
      */
-    public native int getRuleReportNative(Object rule);
+    public synchronized native int getRuleReportNative(Object rule);
 
     /**
      * Sets the connections-per-second counter of a rule. Neither the port number, of which the low 16 bits are sent,
@@ -598,7 +609,7 @@ public class CMNExecutorInterface {
      *             {@link CMNRule}
      * @return 0, or the channel's status
      */
-    public native int setRuleCPSNative(Object rule);
+    public synchronized native int setRuleCPSNative(Object rule);
 
     /**
      * Lists the rules of a port: appends their names, each with a plus sign before it.
@@ -609,7 +620,7 @@ public class CMNExecutorInterface {
      * @return 0; -10 when the port is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -28;
      *         -99; the channel's status when the number of rules cannot be read
      */
-    public native int getRulesListNative(String clusterId, int port, Object list);
+    public synchronized native int getRulesListNative(String clusterId, int port, Object list);
 
     // Servers of a rule
 
@@ -623,7 +634,7 @@ public class CMNExecutorInterface {
      *         characters; -5 when the cluster, -12 when the port, -19 when the server, -57 when the rule does not
      *         exist; -60 when the server is in the rule already; -28; -99
      */
-    public native int addServertoRuleNative(Object rule, Object server, int argument);
+    public synchronized native int addServertoRuleNative(Object rule, Object server, int argument);
 
     /**
      * Takes a server out of a rule.
@@ -635,7 +646,7 @@ public class CMNExecutorInterface {
      *         characters; -5 when the cluster, -12 when the port, -19 when the server, -57 when the rule does not
      *         exist; -59 when the server is not in the rule; -28; -99
      */
-    public native int removeServerfromRuleNative(Object rule, Object server, int argument);
+    public synchronized native int removeServerfromRuleNative(Object rule, Object server, int argument);
 
     /**
      * Lists the servers of a rule: appends their identifiers, each with a plus sign before it.
@@ -647,7 +658,7 @@ public class CMNExecutorInterface {
      *         characters; -5 when the cluster, -12 when the port, -57 when the rule does not exist; -28; -99, also when
      *         {@code NumServers} is negative
      */
-    public native int getRuleServersListNative(Object rule, Object list);
+    public synchronized native int getRuleServersListNative(Object rule, Object list);
 
     // High availability
 
@@ -658,7 +669,7 @@ public class CMNExecutorInterface {
      *                 arrays of at least 32 elements, as in {@link CMNHAStatus}
      * @return 0, or the channel's status
      */
-    public native int getHAInfoNative(Object haStatus);
+    public synchronized native int getHAInfoNative(Object haStatus);
 
     /**
      * Sets up the relation to the high-availability partner.
@@ -668,14 +679,14 @@ public class CMNExecutorInterface {
      * @param port      port number in decimal, 1 to 65535
      * @return 0, also when the executor refuses; -10 when the port is out of range or no number
      */
-    public native int backupAddNative(int argument1, int argument2, String port);
+    public synchronized native int backupAddNative(int argument1, int argument2, String port);
 
     /**
      * Removes the relation to the high-availability partner.
      *
      * @return always 0, also when the executor refuses
      */
-    public native int backupDelNative();
+    public synchronized native int backupDelNative();
 
     /**
      * Adds a reach target, an address that has to stay reachable.
@@ -685,7 +696,7 @@ public class CMNExecutorInterface {
      * @param argument passed on to the executor as it is
      * @return 0; -47 when the address, -46 when the mask does not parse; -34 when the executor refuses
      */
-    public native int addReachNative(String address, String mask, int argument);
+    public synchronized native int addReachNative(String address, String mask, int argument);
 
     /**
      * Removes a reach target.
@@ -693,7 +704,7 @@ public class CMNExecutorInterface {
      * @param address its address
      * @return 0; -47 when the address does not parse, or the executor refuses
      */
-    public native int delReachNative(String address);
+    public synchronized native int delReachNative(String address);
 
     /**
      * Changes a reach target.
@@ -703,7 +714,7 @@ public class CMNExecutorInterface {
      * @param argument3 passed on to the executor as it is
      * @return 0; -99 when the executor refuses
      */
-    public native int chgReachNative(int argument1, int argument2, int argument3);
+    public synchronized native int chgReachNative(int argument1, int argument2, int argument3);
 
     /**
      * Adds a heartbeat between two addresses.
@@ -713,7 +724,7 @@ public class CMNExecutorInterface {
      * @return 0; -46 when the first, -47 when the second address does not parse; -44 or -45, the executor's own
      *         reasons; -35 when it refuses for another reason
      */
-    public native int addHBNative(String firstAddress, String secondAddress);
+    public synchronized native int addHBNative(String firstAddress, String secondAddress);
 
     /**
      * Removes a heartbeat.
@@ -721,7 +732,7 @@ public class CMNExecutorInterface {
      * @param address its address
      * @return 0; -47 when the address does not parse, or the executor refuses
      */
-    public native int delHBNative(String address);
+    public synchronized native int delHBNative(String address);
 
     /**
      * Checks seven timers, and tells the executor to take its own: the values themselves are not sent.
@@ -735,8 +746,8 @@ public class CMNExecutorInterface {
      * @param timer7 likewise
      * @return 0; -6 when one is negative or no number; -17 when the executor refuses
      */
-    public native int setTimersNative(String timer1, String timer2, String timer3, String timer4, String timer5,
-            String timer6, String timer7);
+    public synchronized native int setTimersNative(String timer1, String timer2, String timer3, String timer4,
+            String timer5, String timer6, String timer7);
 
     /**
      * Makes this load balancer take over from its partner.
@@ -744,7 +755,7 @@ public class CMNExecutorInterface {
      * @param address the address
      * @return 0; -1 when the address does not parse; -36 when the executor refuses
      */
-    public native int takeoverNative(String address);
+    public synchronized native int takeoverNative(String address);
 
     // Interface list
 
@@ -756,14 +767,14 @@ public class CMNExecutorInterface {
      * @param which   0 for the interface's address, else for its local address
      * @return the address, in host byte order; 0 when no interface is on that subnet
      */
-    public native int getNicAddrNative(int address, int which);
+    public synchronized native int getNicAddrNative(int address, int which);
 
     /**
      * Reads the executor's list of network interfaces anew. The list is empty when that fails.
      *
      * @param unused not looked at
      */
-    public native void setInterfacesNative(Object unused);
+    public synchronized native void setInterfacesNative(Object unused);
 
     /**
      * Does nothing.
@@ -772,7 +783,7 @@ public class CMNExecutorInterface {
      * @param unused2 not looked at
      * @return always -1
      */
-    public native int getInterfaceListNative(Object unused1, Object unused2);
+    public synchronized native int getInterfaceListNative(Object unused1, Object unused2);
 
     // Cluster address aliasing
 
@@ -786,7 +797,7 @@ public class CMNExecutorInterface {
      * @return 0; -62 when there is no interface on the subnet, no free alias number, or a text that is no name or
      *         address; the status of the command that failed otherwise
      */
-    public native int configureAddressNative(Object addressConfig);
+    public synchronized native int configureAddressNative(Object addressConfig);
 
     /**
      * Removes a cluster address from the alias that carries it.
@@ -795,7 +806,7 @@ public class CMNExecutorInterface {
      * @return 0; -63 when no alias carries the address, or the text is no address; the status of the command that
      *         failed otherwise
      */
-    public native int unconfigureAddressNative(Object addressConfig);
+    public synchronized native int unconfigureAddressNative(Object addressConfig);
 
     /**
      * Tells whether an alias carries a cluster address.
@@ -803,7 +814,7 @@ public class CMNExecutorInterface {
      * @param addressConfig has {@code Address}, as in {@link CMNAddressConfig}
      * @return 0 if so, -63 if not
      */
-    public native int clusterConfigureStatusNative(Object addressConfig);
+    public synchronized native int clusterConfigureStatusNative(Object addressConfig);
 
     /**
      * Tells which interface carries a cluster address as an alias.
@@ -812,7 +823,7 @@ public class CMNExecutorInterface {
      *                      and its name without the alias number, as in {@link CMNAddressConfig}
      * @return 0; -63 when no alias carries the address, or the interface's mask is not known
      */
-    public native int getAddressConfigureInfoNative(Object addressConfig);
+    public synchronized native int getAddressConfigureInfoNative(Object addressConfig);
 
     // Trace log
 
@@ -822,7 +833,7 @@ public class CMNExecutorInterface {
      * @param level the level
      * @return the warning that these commands are for debugging
      */
-    public native String xloglevelNative(int level);
+    public synchronized native String xloglevelNative(int level);
 
     /**
      * Sets the executor's trace filter. Failures are not reported.
@@ -830,7 +841,7 @@ public class CMNExecutorInterface {
      * @param filter the filter
      * @return the warning that these commands are for debugging
      */
-    public native String xlogfilterNative(int filter);
+    public synchronized native String xlogfilterNative(int filter);
 
     /**
      * Reads the oldest part of the executor's trace log.
@@ -839,7 +850,7 @@ public class CMNExecutorInterface {
      * @param second passed on to the executor as it is
      * @return the warning that these commands are for debugging, then the log's text; null when out of memory
      */
-    public native String xlogheadNative(int size, int second);
+    public synchronized native String xlogheadNative(int size, int second);
 
     /**
      * Reads the newest part of the executor's trace log.
@@ -847,14 +858,14 @@ public class CMNExecutorInterface {
      * @param size how many bytes; 0 for 10000
      * @return the warning that these commands are for debugging, then the log's text; null when out of memory
      */
-    public native String xlogtailNative(int size);
+    public synchronized native String xlogtailNative(int size);
 
     /**
      * Empties the executor's trace log. Failures are not reported.
      *
      * @return the warning that these commands are for debugging
      */
-    public native String xlogclearNative();
+    public synchronized native String xlogclearNative();
 
     // Connection records
 
@@ -867,9 +878,9 @@ public class CMNExecutorInterface {
      * @param a4 a number
      * @param a5 a port
      * @param a6 an address, in host byte order
-     * @return 0, or the executor's own reason
+     * @return 0, or the executor's own reason; 0 too when there is no executor to give a reason
      */
-    public native int allocateConnectionNative(int a1, int a2, int a3, int a4, int a5, int a6);
+    public synchronized native int allocateConnectionNative(int a1, int a2, int a3, int a4, int a5, int a6);
 
     /**
      * Removes a connection record by hand.
@@ -882,7 +893,7 @@ public class CMNExecutorInterface {
      * @param a6 an address, in host byte order
      * @return 0, or the channel's status
      */
-    public native int deallocateConnectionNative(int a1, int a2, int a3, int a4, int a5, int a6);
+    public synchronized native int deallocateConnectionNative(int a1, int a2, int a3, int a4, int a5, int a6);
 
     /**
      * Prints connection records. Writes a warning to the process's standard output.
@@ -896,7 +907,8 @@ public class CMNExecutorInterface {
      * @param detail 0 for the counts alone, else a row for each record too
      * @return the text; {@code "Error with kernel.\n"} when the executor refuses; null when out of memory
      */
-    public native String getConnectionInfoNative(int q1, int q2, int q3, int q4, int q5, int q6, int detail);
+    public synchronized native String getConnectionInfoNative(int q1, int q2, int q3, int q4, int q5, int q6,
+            int detail);
 
     // Affinity records
 
@@ -908,7 +920,7 @@ public class CMNExecutorInterface {
      * @param detail         0 for the counts alone, else a row for each record too
      * @return the text; {@code "Error with kernel.\n"} when the executor refuses; null when out of memory
      */
-    public native String getAffinityInfoNative(int clusterAddress, int port, int detail);
+    public synchronized native String getAffinityInfoNative(int clusterAddress, int port, int detail);
 
     /**
      * Makes, asks for or otherwise drives affinity records.
@@ -919,9 +931,9 @@ public class CMNExecutorInterface {
      *                arrays; as in {@link CMNAffinityRequest}. The executor may have more records than were sent: the
      *                arrays need room for them
      * @return 0; -101 when there are more than 3000, -102 when out of memory, the executor's own reason when it
-     *         refuses; these three are in {@code iResponse} too
+     *         refuses; these three are in {@code iResponse} too. 0 as well when there is no executor to give a reason
      */
-    public native int serverDirectedAffinityNative(Object request);
+    public synchronized native int serverDirectedAffinityNative(Object request);
 
     // Debug dump
 
@@ -938,7 +950,7 @@ public class CMNExecutorInterface {
      * @return the text; {@code "OK\n"} for an action; {@code "Error with kernel.\n"} when the executor refuses; null
      *         when out of memory
      */
-    public native String xmiscNative(int subCommand, int argument1, int argument2, int argument3);
+    public synchronized native String xmiscNative(int subCommand, int argument1, int argument2, int argument3);
 
     // Attack protection and ICMP
 
@@ -950,7 +962,7 @@ public class CMNExecutorInterface {
      *                 byte order and port, and a flag, as in {@link CMNAttackListener}; not called when that fails
      * @return 0, or the channel's status
      */
-    public native int getHalfOpenInfoNative(Object listener);
+    public synchronized native int getHalfOpenInfoNative(Object listener);
 
     /**
      * Reads the addresses that seem to attack a port.
@@ -963,7 +975,7 @@ public class CMNExecutorInterface {
      * @param port     the port
      * @return 0, or the channel's status
      */
-    public native int getAttackingAddrsNative(Object listener, int address, int port);
+    public synchronized native int getAttackingAddrsNative(Object listener, int address, int port);
 
     /**
      * Sets the parameters of the attack protection, of which the low 16 bits each are sent.
@@ -978,7 +990,7 @@ public class CMNExecutorInterface {
      * @param p8 likewise
      * @return 0, or the channel's status
      */
-    public native int xDOSAttackNative(int p1, int p2, int p3, int p4, int p5, int p6, int p7, int p8);
+    public synchronized native int xDOSAttackNative(int p1, int p2, int p3, int p4, int p5, int p6, int p7, int p8);
 
     /**
      * Reads whether an ICMP response came, and from where.
@@ -987,7 +999,7 @@ public class CMNExecutorInterface {
      *             {@link CMNIcmp}
      * @return 0, or the channel's status
      */
-    public native int getIcmpInfoNative(Object icmp);
+    public synchronized native int getIcmpInfoNative(Object icmp);
 
     /**
      * Sets what {@link #getIcmpInfoNative} reads.
@@ -996,5 +1008,5 @@ public class CMNExecutorInterface {
      *             {@link CMNIcmp}
      * @return 0, or the channel's status
      */
-    public native int setIcmpInfoNative(Object icmp);
+    public synchronized native int setIcmpInfoNative(Object icmp);
 }

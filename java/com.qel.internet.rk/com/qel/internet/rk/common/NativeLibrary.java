@@ -32,7 +32,10 @@ final class NativeLibrary {
         String file = System.mapLibraryName(NAME);
         StringBuilder text = new StringBuilder();
         text.append("The native library ").append(file).append(" cannot be loaded: ").append(message).append(". ");
-        if (message.contains("libuexc")) {
+        if (message.contains("another classloader")) {
+            text.append("A Java VM loads a native library for one class loader only: put the jar of the module where"
+                    + " one class loader has it for all, such as the class path or a server's shared folder.");
+        } else if (message.contains("libuexc")) {
             text.append("It needs libuexc.so, the user-space executor: put a libuexc.so that offers EXC_UserInput and"
                     + " the EXC_Usr operations beside ").append(file)
                     .append(", or name its folder in LD_LIBRARY_PATH before the Java VM starts.");
