@@ -54,14 +54,25 @@ TEST(Connection, RowsAreParsedForPrograms) {
     secondNow.replace(0, 6, "{\"#\":0");
     thirdNow.replace(0, 6, "{\"#\":1");
     EXPECT_EQ(withoutAges(out),
-              std::string(kBanner) +
-                  "{\"Number of connection records\":3,\"Num nps\":0,\"records\":["
-                  "{\"#\":0,\"ClientAddr:Port\":\"10.5.0.1:40001\",\"ClusAddr:Port\":\"10.0.0.10:80\","
-                  "\"ServerAddr\":\"10.0.0.101\",\"State\":0,\"PrevState\":\"ESTBD\",\"CurrState\":\"ESTBD\","
-                  "\"age(sec)\":,\"mark\":\"M\"}," +
-                  second + "," + third + "]}\n{\"status\":0}\n" + kBanner +
-                  "{\"Number of connection records\":2,\"Num nps\":0,\"records\":[" + secondNow + "," + thirdNow +
-                  "]}\n");
+              "{\"Number of connection records\":3,\"Num nps\":0,\"records\":["
+              "{\"#\":0,\"ClientAddr:Port\":\"10.5.0.1:40001\",\"ClusAddr:Port\":\"10.0.0.10:80\","
+              "\"ServerAddr\":\"10.0.0.101\",\"State\":0,\"PrevState\":\"ESTBD\",\"CurrState\":\"ESTBD\","
+              "\"age(sec)\":,\"mark\":\"M\"}," +
+                  second + "," + third +
+                  "]}\n{\"status\":0}\n"
+                  "{\"Number of connection records\":2,\"Num nps\":0,\"records\":[" +
+                  secondNow + "," + thirdNow + "]}\n");
+}
+
+TEST(Connection, WarningOfTheLibraryIsForPeopleAlone) {
+    const std::string report = "Number of connection records = 3\nNum nps = 0\n";
+    const std::string document = "{\"Number of connection records\":3,\"Num nps\":0,\"records\":[]}\n";
+    EXPECT_EQ(outputBehind("connection list --counts\nconnection list --counts --json\n"
+                           "json on\nconnection list --counts\njson off\nconnection list --counts\n"),
+              kBanner + report + document + document + kBanner + report);
+    const ConsoleRun command = runCommand({"--json", "connection", "list", "--counts"});
+    EXPECT_EQ(command.out, "{\"Number of connection records\":0,\"Num nps\":0,\"records\":[]}\n");
+    EXPECT_EQ(command.err, "");
 }
 
 TEST(Connection, TextIsTheLibrarysForPeopleAndSelectionsChoose) {

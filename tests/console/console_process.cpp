@@ -161,4 +161,10 @@ std::vector<std::string> linesOf(const std::string &text) {
     return lines;
 }
 
+std::vector<std::string> linesWith(const std::string &text, const std::string &part) {
+    std::vector<std::string> lines = linesOf(text);
+    std::erase_if(lines, [&](const std::string &line) { return line.find(part) == std::string::npos; });
+    return lines;
+}
+
 } // namespace rk

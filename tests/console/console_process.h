@@ -57,4 +57,7 @@ std::string member(const std::string &json, const std::string &name);
 
 std::vector<std::string> linesOf(const std::string &text);
 
+// Those that have a part in them.
+std::vector<std::string> linesWith(const std::string &text, const std::string &part);
+
 } // namespace rk

@@ -46,6 +46,22 @@ TEST(Interactive, CompletesCommandsOptionsAndNames) {
     EXPECT_NE(history.find("cluster add web-farm --address 10.0.0.1"), std::string::npos) << history;
 }
 
+TEST(Interactive, ProgramsDocumentsAreCleanAndExpectedRefusalsNeedNoBlank) {
+    TerminalSession session = openTerminal({{}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "connection list --json\r");
+    ASSERT_TRUE(waitFor(session, "\"records\":[]}")) << session.seen;
+    EXPECT_EQ(session.seen.find("UNSUPPORTED"), std::string::npos) << session.seen;
+    type(session, "connection list\r");
+    ASSERT_TRUE(waitFor(session, "Num nps = 0")) << session.seen;
+    EXPECT_NE(session.seen.find("UNSUPPORTED"), std::string::npos) << session.seen;
+    type(session, "!clus\tstatus mail\r");
+    ASSERT_TRUE(waitFor(session, "cluster status: status -5")) << session.seen;
+    EXPECT_NE(session.seen.find("!cluster status mail"), std::string::npos) << session.seen;
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
 TerminalSession openWithPager(const std::string &pager) {
     return openTerminal({{}, "", {"TERM=xterm", "PAGER=" + pager, "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
 }

@@ -22,6 +22,8 @@ TEST(Libraries, MissingLibraryIsNamedWithWhatToDo) {
     EXPECT_EQ(run.err.find("The native library libcmnexecutor.so cannot be loaded: "), 0U) << run.err;
     EXPECT_NE(run.err.find(folder), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("-Djava.library.path=FOLDER"), std::string::npos) << run.err;
+    EXPECT_TRUE(run.err.ends_with("The console takes the folder of its native libraries from RK_LIBRARY_PATH.\n"))
+        << run.err;
 }
 
 TEST(Libraries, MissingUserSpaceExecutorIsNamedWithWhatToDo) {
@@ -41,6 +43,26 @@ TEST(Libraries, UserSpaceExecutorThatLacksAnOperationIsNamedWithWhatToDo) {
     EXPECT_EQ(run.exitStatus, 3);
     EXPECT_NE(run.err.find("EXC_UsrExecutorTerm"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("The libuexc.so that was found is not a whole one"), std::string::npos) << run.err;
+}
+
+TEST(Libraries, JavaVmThatIsNoProgramIsNamedWithWhatToDo) {
+    const std::string folder = makeFolder();
+    for (const std::string &java : {folder, folder + "/java", std::string("no-such-java")}) {
+        const ConsoleRun run = runConsole({{"cluster", "list"}, "", {"RK_JAVA=" + java}});
+        EXPECT_EQ(run.exitStatus, 3);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, "rk-console: RK_JAVA names '" + java +
+                               "', which is no program: name the program of a Java VM, 17 or newer\n");
+    }
+}
+
+// What the library prints is then not told apart, and all else is as ever.
+TEST(Libraries, ConsoleRunsWhereNoTemporaryFileCanBeMade) {
+    const ConsoleRun run =
+        runConsole({{}, "cluster list --json\nconnection list --counts\n", {"TMPDIR=/no/such/folder"}});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.err, "");
+    EXPECT_TRUE(run.out.ends_with("TESTED.\n\nNumber of connection records = 0\nNum nps = 0\n")) << run.out;
 }
 
 TEST(Libraries, NewestJavaVmRunsTheConsoleWithoutAWarning) {

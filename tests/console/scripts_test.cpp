@@ -15,7 +15,7 @@ TEST(Scripts, FirstBadLineEndsTheScriptAndWhatWentBeforeStands) {
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(run.out, "ok\n");
     EXPECT_EQ(run.err, "line 4: cluster add: status -4: the cluster exists already\n");
-    EXPECT_EQ(linesOf(readFile(log)).size(), 2U) << "line 5 was sent";
+    EXPECT_EQ(linesWith(readFile(log), " addCluster ").size(), 2U) << "line 5 was sent";
 }
 
 TEST(Scripts, LineThatMakesNoSenseEndsTheScriptWithTheUsageStatus) {
@@ -94,6 +94,13 @@ TEST(Scripts, FileThatCannotBeReadIsNamed) {
     const ConsoleRun binary = runScript("cluster list\n\xff\xfe\n");
     EXPECT_EQ(binary.exitStatus, 2);
     EXPECT_EQ(binary.err, "the script - cannot be read: it is not UTF-8\n");
+}
+
+TEST(Scripts, ExpectedRefusalNeedsNoBlankBehindItsMark) {
+    const ConsoleRun run = runScript("!cluster status mail\n!cluster list\n!\n", {"--keep-going"});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_EQ(linesOf(run.err)[0], "line 1: cluster status: status -5: the cluster does not exist");
+    EXPECT_EQ(linesOf(run.err)[1], "line 2: cluster list: was to be refused, and was not");
 }
 
 TEST(Scripts, JsonAndHelpWorkOnALine) {

@@ -66,13 +66,13 @@ TEST(System, LogTellsOfEachCommand) {
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_NE(run.err.find("system user log: cannot write the log file " + folder + "/none/x.log\n"), std::string::npos)
         << run.err;
-    const std::vector<std::string> lines = linesOf(readFile(first));
+    const std::vector<std::string> lines = linesWith(readFile(first), "Cluster cluster=");
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_NE(lines[0].find("addCluster cluster=web"), std::string::npos) << lines[0];
     EXPECT_NE(lines[0].find("result=0"), std::string::npos) << lines[0];
     EXPECT_NE(lines[1].find("removeCluster"), std::string::npos) << lines[1];
     EXPECT_NE(lines[1].find("reason=-5 (unknown cluster)"), std::string::npos) << lines[1];
-    const std::vector<std::string> further = linesOf(readFile(second));
+    const std::vector<std::string> further = linesWith(readFile(second), "Cluster cluster=");
     ASSERT_EQ(further.size(), 1U);
     EXPECT_NE(further[0].find("removeCluster cluster=web"), std::string::npos) << further[0];
 }
@@ -99,6 +99,31 @@ TEST(System, KernelModeWithoutTheDeviceSaysWhatToDo) {
     EXPECT_EQ(run.err, "line 3: cluster list: status -1: " + meaning + "\n" + "{\"status\":-1,\"meaning\":\"" +
                            meaning + "\",\"command\":\"executor status\",\"line\":4}\n" +
                            "line 10: executor status: status -1: " + meaning + "\n");
+}
+
+// Of these the library returns the executor's reason, or nothing: without an executor they would look successful.
+TEST(System, CommandsWithoutAStatusOfTheirOwnAskWhetherThereIsAnExecutor) {
+    const std::string commands = "connection allocate 10.0.0.10 80 10.5.0.1 40001 10.0.0.101\n"
+                                 "affinity add 10.0.0.10 80 10.5.0.1=10.0.0.101\n"
+                                 "affinity remove 10.0.0.10 80 10.5.0.1\n"
+                                 "affinity query 10.0.0.10 80\n"
+                                 "ha backup add 0 0 12345\n"
+                                 "ha backup delete\n"
+                                 "interface refresh\n";
+    const ConsoleRun stopped = runScript("system user stop\n" + commands, {"--keep-going"});
+    EXPECT_EQ(stopped.out, "ok\n");
+    const std::string notStarted = "the user-space executor does not run: start it with 'system user start'";
+    EXPECT_EQ(linesWith(stopped.err, notStarted).size(), 7U) << stopped.err;
+    if (deviceExists())
+        GTEST_SKIP() << "/dev/qelxw exists on this machine";
+    const ConsoleRun kernel = runScript(commands, {"--kernel", "--keep-going"});
+    EXPECT_EQ(kernel.exitStatus, 1);
+    EXPECT_EQ(kernel.out, "");
+    EXPECT_EQ(linesWith(kernel.err, "status -1: the executor refused the command, or cannot be reached (the executor "
+                                    "device /dev/qelxw cannot be opened: load the executor, or use --user)")
+                  .size(),
+              7U)
+        << kernel.err;
 }
 
 } // namespace

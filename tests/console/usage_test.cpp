@@ -19,6 +19,13 @@ TEST(Usage, HelpAndVersionNeedNoLibrary) {
     EXPECT_EQ(commandHelp.exitStatus, 0);
     EXPECT_NE(commandHelp.out.find("--proportions=N,N,N,N"), std::string::npos) << commandHelp.out;
 
+    const ConsoleRun helpCommand = runConsole({{"help", "cluster", "add"}, "", nothing});
+    EXPECT_EQ(helpCommand.exitStatus, 0) << helpCommand.err;
+    EXPECT_EQ(helpCommand.out, commandHelp.out);
+    const ConsoleRun helpAlone = runConsole({{"help"}, "", nothing});
+    EXPECT_EQ(helpAlone.exitStatus, 0) << helpAlone.err;
+    EXPECT_EQ(helpAlone.out, help.out);
+
     const ConsoleRun version = runConsole({{"--version"}, "", nothing});
     EXPECT_EQ(version.exitStatus, 0);
     EXPECT_EQ(version.out, "rk-console " PROJECT_VERSION "\n");
@@ -56,6 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{{"clsuter", "list"}, "there is no command 'clsuter' (did you mean cluster?)\nTry: --help\n"},
         Mistake{{"--user", "cluster", "add", "web"},
                 "cluster add: Missing required option: '--address=ADDRESS'\nTry: cluster add --help\n"},
+        Mistake{{"help", "cluster", "sub"}, "help: there is no command cluster sub\nTry: help --help\n"},
         Mistake{{"cluster"},
                 "cluster: a command is missing: one of add, set, remove, status, report, list, cps\n"
                 "Try: cluster --help\n"},

@@ -3,6 +3,7 @@ package com.qel.internet.rk.console;
 import static com.qel.internet.rk.console.Property.read;
 
 import com.qel.internet.rk.common.CMNAffinityRequest;
+import com.qel.internet.rk.common.CMNCluster;
 import com.qel.internet.rk.common.CMNStatus;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.List;
@@ -75,12 +76,40 @@ final class AffinityCommands {
         for (int i = 0; i < Math.min(texts.size(), CMNAffinityRequest.CAPACITY); i++) {
             take(texts.get(i), request, i, command == BIND);
         }
+        session.requireExecutor();
+        if (command == BIND) {
+            refuseClashes(session, typed.matchedPositionalValue(1, ""), request);
+        }
         Refusal.check(Family.REASON, session.natives().serverDirectedAffinityNative(request));
         session.output.object(request, RESPONSE, Rows.ofArrays("entries", request, request.iNumAffinities, RECORD));
         if (request.iResponse != 0) {
             throw new Refusal(request.iResponse, "not done for every client, see their responses: "
                     + CMNStatus.describe(request.iResponse, Family.REASON));
         }
+    }
+
+    /** The executor finds a server by the key of its dotted address: it is to be the server of that name. */
+    private static void refuseClashes(Session session, String port, CMNAffinityRequest request) {
+        String cluster = clusterAt(session, Kind.HOST_ORDER_ADDRESS.format(request.iClusterAddr));
+        if (cluster != null) {
+            for (int i = 0; i < Math.min(request.iNumAffinities, CMNAffinityRequest.CAPACITY); i++) {
+                KeyClash.refuse(session, Map.of(Identity.CLUSTER, cluster, Identity.PORT, port,
+                        Identity.SERVER, Kind.HOST_ORDER_ADDRESS.format(request.aiServerAddr[i])));
+            }
+        }
+    }
+
+    /** {@return the identifier of the cluster that has an address; null when none has} */
+    private static String clusterAt(Session session, String address) {
+        for (String name : Names.ofKind(session, Identity.CLUSTER, Map.of())) {
+            CMNCluster cluster = new CMNCluster();
+            cluster.sClusterId = name;
+            Refusal.check(Family.CLUSTER, session.natives().getClusterStatusNative(cluster));
+            if (address.equals(cluster.Address)) {
+                return name;
+            }
+        }
+        return null;
     }
 
     /** Takes one record, as in {@code 10.0.0.9=10.0.0.101}, or without a server. */

@@ -54,7 +54,7 @@ final class ClusterCommands {
                 Identity.cluster("sClusterId", "iClusterIdKey"));
         clusters.add("Add a cluster.", STATUS, CMNExecutorInterface::addClusterNative, "--address");
         clusters.set("Change settings of a cluster.", STATUS, CMNExecutorInterface::setClusterStatusNative);
-        clusters.act("remove", "Remove a cluster, and all that hangs below it.", STATUS,
+        clusters.remove("Remove a cluster, and all that hangs below it.", STATUS,
                 CMNExecutorInterface::removeClusterNative);
         clusters.show("status", "Show the settings of a cluster.", STATUS,
                 CMNExecutorInterface::getClusterStatusNative);

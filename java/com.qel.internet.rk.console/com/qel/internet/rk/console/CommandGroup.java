@@ -1,6 +1,8 @@
 package com.qel.internet.rk.console;
 
+import java.util.HashMap;
 import java.util.List;
+import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.Model.PositionalParamSpec;
@@ -82,6 +84,15 @@ final class CommandGroup {
                 .type(String.class)
                 .required(required)
                 .build());
+    }
+
+    /** {@return what was typed for the arguments, by their labels} */
+    static Map<String, String> given(ParseResult typed, Identity... arguments) {
+        Map<String, String> given = new HashMap<>();
+        for (int i = 0; i < arguments.length; i++) {
+            given.put(arguments[i].label(), typed.matchedPositionalValue(i, ""));
+        }
+        return given;
     }
 
     /** Puts what was typed for the arguments into an object. */

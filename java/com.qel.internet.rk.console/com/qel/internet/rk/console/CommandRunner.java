@@ -73,6 +73,8 @@ final class CommandRunner {
             return failed(line, command, error.getCause());
         } catch (RuntimeException | Error error) {
             return failed(line, command, error);
+        } finally {
+            session.output.passOn();
         }
     }
 

@@ -12,6 +12,7 @@ final class CommandTree {
 
     /** Adds every family to the root. {@return the root} */
     static CommandLine add(CommandLine root, Session session) {
+        root.addSubcommand(new HelpCommand(root, session.output));
         root.addSubcommand(new CommandLine(ExecutorCommands.create(session)));
         root.addSubcommand(new CommandLine(ClusterCommands.create(session)));
         root.addSubcommand(new CommandLine(PortCommands.create(session)));

@@ -42,8 +42,10 @@ final class ConnectionCommands {
     /** {@return the commands} */
     static CommandSpec create(Session session) {
         CommandGroup connections = new CommandGroup("connection", "Connection records, for debugging.");
-        addChange(connections, "allocate", "Make a connection record by hand.", typed -> session.finish(Family.REASON,
-                change(typed, session.natives()::allocateConnectionNative)));
+        addChange(connections, "allocate", "Make a connection record by hand.", typed -> {
+            session.requireExecutor();
+            session.finish(Family.REASON, change(typed, session.natives()::allocateConnectionNative));
+        });
         addChange(connections, "release", "Remove a connection record by hand.", typed -> session.finish(Family.SYSTEM,
                 change(typed, session.natives()::deallocateConnectionNative)));
 

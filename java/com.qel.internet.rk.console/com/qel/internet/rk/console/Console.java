@@ -61,8 +61,8 @@ final class Console {
     private final Session session;
     private final CommandRunner runner;
 
-    private Console(PrintStream out, PrintStream err) {
-        session = new Session(new Output(out, err));
+    private Console(Output output) {
+        session = new Session(output);
         runner = new CommandRunner(session);
     }
 
@@ -72,7 +72,16 @@ final class Console {
      * @param arguments global options and, if wanted, a command
      */
     public static void main(String[] arguments) {
-        Console console = new Console(stream(FileDescriptor.out), stream(FileDescriptor.err));
+        PrintStream err = stream(FileDescriptor.err);
+        NativeOutput nativeOutput;
+        try {
+            nativeOutput = NativeOutput.open();
+        } catch (IllegalStateException refused) {
+            err.println(NAME + ": " + refused.getMessage());
+            System.exit(ExitStatus.NO_LIBRARY);
+            return;
+        }
+        Console console = new Console(new Output(stream(FileDescriptor.out), err, nativeOutput));
         System.exit(console.run(List.of(arguments)));
     }
 
@@ -94,7 +103,11 @@ final class Console {
             return runner.usage(0, tree, error.getMessage());
         }
         Integer helpShown = CommandLine.executeHelpRequest(typed);
-        return helpShown != null ? helpShown : runSession(typed);
+        if (helpShown != null) {
+            return helpShown;
+        }
+        boolean isHelp = CommandRunner.leaf(typed).commandSpec().userObject() instanceof HelpCommand;
+        return isHelp ? runner.execute(typed, 0) : runSession(typed);
     }
 
     private void checkOptions(boolean hasCommand) {
@@ -116,10 +129,12 @@ final class Console {
         } catch (Refusal refusal) {
             return runner.failed("user-space executor", refusal);
         } catch (UnsatisfiedLinkError error) {
-            session.output.failure(0, "", null, error.getMessage());
+            session.output.failure(0, "", null, error.getMessage() + " The console takes the folder of its native"
+                    + " libraries from RK_LIBRARY_PATH.");
             return ExitStatus.NO_LIBRARY;
         } finally {
             session.close();
+            session.output.passOn();
         }
     }
 

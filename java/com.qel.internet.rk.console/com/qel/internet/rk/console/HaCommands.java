@@ -82,11 +82,13 @@ final class HaCommands {
         Identity port = Identity.argument("PORT", "Port on which the partners talk, 1 to 65535.", Kind.TEXT);
         CommandGroup backup = new CommandGroup("backup", "The relation to the partner.");
         backup.command("add", "Define it.", typed -> {
+            session.requireExecutor();
             Refusal.check(Family.HIGH_AVAILABILITY, session.natives().backupAddNative(role.number(typed, 0),
                     strategy.number(typed, 1), port.text(typed, 2)));
             session.output.sent(STATUS_COMMAND);
         }, role, strategy, port);
         backup.command("delete", "Remove it.", typed -> {
+            session.requireExecutor();
             Refusal.check(Family.HIGH_AVAILABILITY, session.natives().backupDelNative());
             session.output.sent(STATUS_COMMAND);
         });

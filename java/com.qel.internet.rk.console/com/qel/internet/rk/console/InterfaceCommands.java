@@ -35,6 +35,7 @@ final class InterfaceCommands {
         interfaces.command("list", "List the interfaces, aliases included.", typed -> list(session));
         interfaces.command("refresh",
                 "Make the library read the executor's list anew, as list and nic do by themselves.", typed -> {
+                    session.requireExecutor();
                     session.natives().setInterfacesNative(null);
                     session.output.sent("debug misc 8");
                 });

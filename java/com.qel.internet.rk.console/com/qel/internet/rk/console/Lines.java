@@ -10,8 +10,11 @@ import java.nio.file.Files;
 import java.nio.file.InvalidPathException;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 import org.jline.reader.EndOfFileException;
+import org.jline.reader.Expander;
+import org.jline.reader.History;
 import org.jline.reader.LineReader;
 import org.jline.reader.LineReaderBuilder;
 import org.jline.reader.UserInterruptException;
@@ -79,15 +82,17 @@ final class Lines {
                 .terminal(terminal)
                 .appName(Console.NAME)
                 .completer(new NameCompleter(tree, session))
+                .expander(new NothingToExpand())
                 .build();
         if (keepsHistory()) {
             reader.setVariable(LineReader.HISTORY_FILE, HISTORY);
         }
-        reader.setOpt(LineReader.Option.DISABLE_EVENT_EXPANSION);
         session.output.pager = new Pager(terminal);
         while (!ended) {
             try {
-                runLine(reader.readLine(PROMPT), 0);
+                String line = reader.readLine(PROMPT);
+                session.known.forget(); // while nobody typed, others may have changed what there is
+                runLine(line, 0);
             } catch (UserInterruptException e) {
                 continue;
             } catch (EndOfFileException e) {
@@ -102,19 +107,6 @@ final class Lines {
         return Files.isWritable(Files.exists(HISTORY) ? HISTORY : HOME);
     }
 
-    @Command(description = "Show help for a command.")
-    void help(@Parameters(paramLabel = "COMMAND", arity = "0..*", description = "The command.") List<String> words) {
-        List<String> command = words == null ? List.of() : words;
-        CommandLine at = tree;
-        for (String word : command) {
-            at = at.getSubcommands().get(word);
-            if (at == null) {
-                throw new UsageError("there is no command " + String.join(" ", command));
-            }
-        }
-        session.output.plain(at.getUsageMessage());
-    }
-
     @Command(description = "Print JSON from now on, or tables.")
     void json(@Parameters(paramLabel = "on|off", description = "One of ${COMPLETION-CANDIDATES}.") Switch choice) {
         session.output.jsonAlways = choice == Switch.on;
@@ -123,6 +115,19 @@ final class Lines {
     @Command(aliases = "quit", description = "End the console.")
     void exit() {
         ended = true;
+    }
+
+    /** A shell's history and variables mean nothing here: an exclamation mark has a meaning of its own. */
+    private static final class NothingToExpand implements Expander {
+        @Override
+        public String expandHistory(History history, String line) {
+            return line;
+        }
+
+        @Override
+        public String expandVar(String word) {
+            return word;
+        }
     }
 
     private static BufferedReader open(String file) throws IOException {
@@ -169,10 +174,22 @@ final class Lines {
         if (words.isEmpty()) {
             return ExitStatus.SUCCESS;
         }
-        if (words.get(0).equals(EXPECT_REFUSAL)) {
-            return expectRefusal(words.subList(1, words.size()), number);
+        return isExpectRefusal(words) ? expectRefusal(behindMark(words), number) : runner.run(tree, words, number);
+    }
+
+    /** {@return whether a command is to be refused: no command's name begins with the mark} */
+    static boolean isExpectRefusal(List<String> words) {
+        return !words.isEmpty() && words.get(0).startsWith(EXPECT_REFUSAL);
+    }
+
+    /** {@return the command behind the mark, with or without a blank between them} */
+    static List<String> behindMark(List<String> words) {
+        List<String> command = new ArrayList<>(words);
+        String first = command.remove(0).substring(EXPECT_REFUSAL.length());
+        if (!first.isEmpty()) {
+            command.add(0, first);
         }
-        return runner.run(tree, words, number);
+        return command;
     }
 
     /** Runs a command that is to be refused. {@return success when it was} */

@@ -26,9 +26,11 @@ final class NameCompleter implements Completer {
     @Override
     public void complete(LineReader reader, ParsedLine line, List<Candidate> candidates) {
         List<String> before = line.words().subList(0, line.wordIndex());
-        boolean isExpectedRefusal = !before.isEmpty() && before.get(0).equals(Lines.EXPECT_REFUSAL);
-        for (String text : candidates(isExpectedRefusal ? before.subList(1, before.size()) : before, line.word())) {
-            candidates.add(new Candidate(text));
+        boolean isMarked = before.isEmpty() && line.word().startsWith(Lines.EXPECT_REFUSAL);
+        String mark = isMarked ? Lines.EXPECT_REFUSAL : "";
+        List<String> command = Lines.isExpectRefusal(before) ? Lines.behindMark(before) : before;
+        for (String text : candidates(command, line.word().substring(mark.length()))) {
+            candidates.add(new Candidate(mark + text));
         }
     }
 

@@ -4,7 +4,6 @@ import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNStatus;
 import java.util.ArrayList;
 import java.util.Arrays;
-import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
@@ -58,11 +57,22 @@ final class ObjectFamily {
             CommandGroup.put(session, object, typed, parents());
             own().putUnchecked(object, typed.matchedPositionalValue(identities.length - 1, ""));
             Settings.take(typed, table.properties(), object);
+            KeyClash.refuse(session, CommandGroup.given(typed, parents()));
             extra.take(typed, object);
-            session.finish(family, method.call(session.natives(), object));
+            add(object, method, CommandGroup.given(typed, identities));
         }, identities);
         Settings.addOptions(command, table.properties(), required);
         return command;
+    }
+
+    private void add(Object object, Native method, Map<String, String> given) {
+        try {
+            check(method.call(session.natives(), object));
+        } catch (Refusal refusal) {
+            throw KeyClash.explain(session, refusal, own().label(), given);
+        }
+        session.known.added(own().label(), given);
+        session.output.done();
     }
 
     /** Offers a command that adds an object with settings. {@return the command} */
@@ -78,8 +88,10 @@ final class ObjectFamily {
     CommandSpec set(String description, Table table, Native method, Extra extra) {
         CommandSpec command = group.command("set", description, typed -> {
             Settings.requireSome(typed);
-            Object object = identified(table, typed);
+            Object object = table.create().get();
+            CommandGroup.put(session, object, typed, identities);
             Settings.take(typed, table.properties(), object);
+            KeyClash.refuse(session, CommandGroup.given(typed, identities));
             extra.take(typed, object);
             session.finish(family, method.call(session.natives(), object));
         }, identities);
@@ -98,6 +110,15 @@ final class ObjectFamily {
         }, identities);
     }
 
+    /** Offers a command that removes an object. */
+    void remove(String description, Table table, Native method) {
+        group.command("remove", description, typed -> {
+            check(method.call(session.natives(), identified(table, typed)));
+            session.known.removed(own().label(), CommandGroup.given(typed, identities));
+            session.output.done();
+        }, identities);
+    }
+
     /** Offers a command that answers a question about an object: 0 for yes, a status for no. */
     void ask(String name, String description, String question, int no, Table table, Native method) {
         group.command(name, description, typed -> {
@@ -113,8 +134,9 @@ final class ObjectFamily {
     void cps(String description, Table table, String field, Native method) {
         Identity number = new Identity("N", "Connections per second.", Kind.INT, field, null, 0);
         CommandSpec command = group.command("cps", description, typed -> {
-            Object object = identified(table, typed);
+            Object object = table.create().get();
             number.put(session, object, typed.matchedPositionalValue(identities.length, ""));
+            identify(object, typed);
             session.finish(family, method.call(session.natives(), object));
         }, identities);
         CommandGroup.addArgument(command, number);
@@ -138,10 +160,8 @@ final class ObjectFamily {
     void list(String description, Table table, List<String> columns, Native method) {
         Identity[] parents = parents();
         CommandSpec command = group.command("list", description, typed -> {
-            Map<String, String> given = new HashMap<>();
-            for (int i = 0; i < parents.length; i++) {
-                given.put(parents[i].label(), typed.matchedPositionalValue(i, ""));
-            }
+            Map<String, String> given = CommandGroup.given(typed, parents);
+            KeyClash.refuse(session, given);
             List<String> names = Names.ofKind(session, own().label(), given);
             if (!typed.hasMatchedOption(LONG)) {
                 session.output.names(names, own().kind());
@@ -164,8 +184,13 @@ final class ObjectFamily {
 
     private Object identified(Table table, ParseResult typed) {
         Object object = table.create().get();
-        CommandGroup.put(session, object, typed, identities);
+        identify(object, typed);
         return object;
+    }
+
+    private void identify(Object object, ParseResult typed) {
+        CommandGroup.put(session, object, typed, identities);
+        KeyClash.refuse(session, CommandGroup.given(typed, identities));
     }
 
     private Identity own() {

@@ -25,11 +25,22 @@ final class Output {
 
     private final PrintStream out;
     private final PrintStream err;
+    private final NativeOutput nativeOutput;
     private final Gson gson = new GsonBuilder().disableHtmlEscaping().serializeNulls().create();
 
-    Output(PrintStream out, PrintStream err) {
+    Output(PrintStream out, PrintStream err, NativeOutput nativeOutput) {
         this.out = out;
         this.err = err;
+        this.nativeOutput = nativeOutput;
+    }
+
+    /** Prints what native code has printed by itself since this was done last, but for programs. */
+    void passOn() {
+        String text = nativeOutput.take();
+        if (!json) {
+            out.print(text);
+            out.flush();
+        }
     }
 
     /** Says that a command without other output succeeded. */
@@ -71,6 +82,7 @@ final class Output {
 
     /** Prints a report that a native method made: as it is, or in JSON what was parsed from it. */
     void report(String text, Supplier<Map<String, Object>> parsed) {
+        passOn();
         if (json) {
             print(toJson(parsed.get()));
         } else if (pager == null || !pager.show(text)) {
@@ -166,6 +178,7 @@ final class Output {
      * @param meaning the reason, in words
      */
     void failure(int line, String command, Integer status, String meaning) {
+        passOn();
         out.flush();
         if (json) {
             JsonObject object = new JsonObject();

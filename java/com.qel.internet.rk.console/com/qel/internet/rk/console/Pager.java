@@ -1,5 +1,6 @@
 package com.qel.internet.rk.console;
 
+import java.io.File;
 import java.io.IOException;
 import java.io.OutputStreamWriter;
 import java.io.Writer;
@@ -15,6 +16,8 @@ final class Pager {
     private static final Set<Integer> NOT_STARTED = Set.of(126, 127); // exit statuses of the shell
     private static final String INTERRUPT = "INT";
 
+    private static final File TERMINAL = new File("/dev/tty");
+
     private final Terminal terminal;
 
     Pager(Terminal terminal) {
@@ -29,7 +32,7 @@ final class Pager {
         }
         try {
             Process process = new ProcessBuilder("/bin/sh", "-c", pager)
-                    .redirectOutput(ProcessBuilder.Redirect.INHERIT)
+                    .redirectOutput(TERMINAL) // descriptor 1 may be caught
                     .redirectError(ProcessBuilder.Redirect.INHERIT)
                     .start();
             return !NOT_STARTED.contains(feed(process, text));

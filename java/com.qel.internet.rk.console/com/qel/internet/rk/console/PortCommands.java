@@ -55,7 +55,7 @@ final class PortCommands {
                 Identity.cluster("ClusterId", null), Identity.port("PortNumber"));
         ports.add("Add a port to a cluster.", STATUS, CMNExecutorInterface::addPortNative);
         ports.set("Change settings of a port.", STATUS, CMNExecutorInterface::setPortStatusNative);
-        ports.act("remove", "Remove a port, with its servers and rules.", STATUS,
+        ports.remove("Remove a port, with its servers and rules.", STATUS,
                 CMNExecutorInterface::removePortNative);
         ports.show("status", "Show the settings of a port.", STATUS, CMNExecutorInterface::getPortStatusNative);
         ports.show("report", "Show the counters of a port.", REPORT, CMNExecutorInterface::getPortReportNative);

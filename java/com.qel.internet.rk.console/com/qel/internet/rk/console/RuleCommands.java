@@ -67,7 +67,7 @@ final class RuleCommands {
                 "--type"));
         addRangeOptions(rules.set("Change settings of a rule.", STATUS, CMNExecutorInterface::setRuleStatusNative,
                 rangeAndType));
-        rules.act("remove", "Remove a rule.", STATUS, CMNExecutorInterface::removeRuleNative);
+        rules.remove("Remove a rule.", STATUS, CMNExecutorInterface::removeRuleNative);
         rules.show("status", "Show the settings of a rule.", STATUS, CMNExecutorInterface::getRuleStatusNative);
         rules.show("report", "Show the counters of a rule.", REPORT, CMNExecutorInterface::getRuleReportNative);
         rules.list("List the rules of a port.", STATUS, COLUMNS, CMNExecutorInterface::getRuleStatusNative);

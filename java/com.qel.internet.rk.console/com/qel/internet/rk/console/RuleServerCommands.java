@@ -4,6 +4,7 @@ import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNRule;
 import com.qel.internet.rk.common.CMNServer;
 import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.ParseResult;
@@ -30,7 +31,11 @@ final class RuleServerCommands {
                 CMNExecutorInterface::addServertoRuleNative);
         addChange(members, session, "remove", "Take a server out of a rule.",
                 CMNExecutorInterface::removeServerfromRuleNative);
-        members.command("list", "List the servers of a rule.", typed -> list(session, rule(session, typed)), RULE);
+        members.command("list", "List the servers of a rule.", typed -> {
+            CMNRule rule = rule(session, typed);
+            KeyClash.refuse(session, CommandGroup.given(typed, RULE));
+            list(session, rule);
+        }, RULE);
         return members.definition;
     }
 
@@ -49,7 +54,11 @@ final class RuleServerCommands {
     private static void change(Session session, ParseResult typed, Native method) {
         CMNRule rule = rule(session, typed);
         CMNServer server = new CMNServer();
-        SERVER.put(session, server, typed.matchedPositionalValue(RULE.length, ""));
+        String name = typed.matchedPositionalValue(RULE.length, "");
+        SERVER.put(session, server, name);
+        Map<String, String> given = CommandGroup.given(typed, RULE);
+        given.put(Identity.SERVER, name);
+        KeyClash.refuse(session, given);
         int argument = typed.matchedOptionValue(ARGUMENT, 0);
         session.finish(Family.RULE, method.call(session.natives(), rule, server, argument));
     }

@@ -77,7 +77,7 @@ final class ServerCommands {
                 ServerCommands::takeListeners));
         addListenerOption(servers.set("Change settings of a server.", STATUS,
                 CMNExecutorInterface::setServerStatusNative, ServerCommands::takeListeners));
-        servers.act("remove", "Remove a server.", STATUS, CMNExecutorInterface::removeServerNative);
+        servers.remove("Remove a server.", STATUS, CMNExecutorInterface::removeServerNative);
         servers.act("up", "Mark a server up.", STATUS, CMNExecutorInterface::setServerUpNative);
         servers.act("down", "Mark a server down.", STATUS, CMNExecutorInterface::setServerDownNative);
         servers.show("status", "Show the settings of a server.", STATUS, CMNExecutorInterface::getServerStatusNative);

@@ -1,6 +1,7 @@
 package com.qel.internet.rk.console;
 
 import com.qel.internet.rk.common.CMNExecutorInterface;
+import com.qel.internet.rk.common.CMNExecutorReport;
 import com.qel.internet.rk.common.CMNStatus.Family;
 
 /**
@@ -14,8 +15,13 @@ final class Session {
     private static final String DEVICE_MISSING =
             " (the executor device /dev/qelxw cannot be opened: load the executor, or use --user)";
 
+    private static final String NOT_STARTED =
+            "the user-space executor does not run: start it with 'system user start'";
+
     /** Where commands print. */
     final Output output;
+    /** What the executor has, as far as earlier commands have seen. */
+    final KnownNames known = new KnownNames();
     private final Thread owner = Thread.currentThread();
     private CMNExecutorInterface natives;
     private boolean kernel;
@@ -75,6 +81,7 @@ final class Session {
     /** Sends the commands from now on to the kernel executor, or to the user-space executor. */
     void setMode(boolean toKernel) {
         kernel = toKernel;
+        known.forget();
         natives().setKVAServerModalityNative(toKernel ? KERNEL_MODE : USER_MODE);
     }
 
@@ -96,6 +103,19 @@ final class Session {
     void finish(Family family, int status) {
         Refusal.check(family, status);
         output.done();
+    }
+
+    /**
+     * Goes on only when the executor answers. A native method that returns the executor's reason, or nothing at all,
+     * would look successful without one.
+     *
+     * @throws Refusal when it does not
+     */
+    void requireExecutor() {
+        if (!kernel && !natives().userExecutorStartedNative()) {
+            throw new Refusal(null, NOT_STARTED);
+        }
+        Refusal.check(Family.EXECUTOR, natives().getExecutorReportNative(new CMNExecutorReport()));
     }
 
     /** {@return what else there is to say about a failure: nothing, or that there is no executor to talk to} */

@@ -48,6 +48,7 @@ final class SystemCommands {
 
     @Command(description = "Close the channel to the kernel executor; the next command to it opens it again.")
     void stop() {
+        session.known.forget();
         session.output.text("result", session.natives().stopExecutorNative());
     }
 

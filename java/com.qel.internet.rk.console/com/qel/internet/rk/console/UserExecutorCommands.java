@@ -56,6 +56,7 @@ final class UserExecutorCommands {
     }
 
     private void check(int status) {
+        session.known.forget();
         session.finish(Family.SYSTEM, status);
     }
 }

@@ -8,6 +8,7 @@ import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.ParseResult;
 
@@ -45,6 +46,7 @@ final class WeightsCommands {
 
     private static void get(Session session, ParseResult typed) {
         CMNPort port = port(session, typed);
+        KeyClash.refuse(session, CommandGroup.given(typed, PORT));
         CMNServerWeights weights = weights(port, Names.numberOfServers(session, port));
         check(session.natives().getServerWeightsNative(weights, weights.iWeight.length));
         print(session, weights, READ);
@@ -55,6 +57,11 @@ final class WeightsCommands {
         CMNServerWeights weights = weights(port(session, typed), texts.size());
         for (int i = 0; i < texts.size(); i++) {
             take(session, texts.get(i), weights, i);
+        }
+        for (String server : weights.sServerID) {
+            Map<String, String> given = CommandGroup.given(typed, PORT);
+            given.put(Identity.SERVER, server);
+            KeyClash.refuse(session, given);
         }
         check(session.natives().setServerWeightsNative(weights, texts.size()));
         print(session, weights, WRITTEN);

@@ -51,7 +51,7 @@ final class ConsoleFuzzer {
 
     private ConsoleFuzzer() {
         Output output = new Output(new PrintStream(out, true, StandardCharsets.UTF_8),
-                new PrintStream(err, true, StandardCharsets.UTF_8));
+                new PrintStream(err, true, StandardCharsets.UTF_8), NativeOutput.open());
         session = new Session(output);
         runner = new CommandRunner(session);
         tree = CommandTree.add(new CommandLine(new Lines(session, runner, true, false)), session);
