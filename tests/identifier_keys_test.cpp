@@ -17,6 +17,10 @@ uint32_t keyOf(std::string text) {
     return key;
 }
 
+uint8_t upperCase(char character) {
+    return static_cast<uint8_t>(character >= 'a' && character <= 'z' ? character - 32 : character);
+}
+
 // The key written out step by step: what a byte contributes at each place.
 uint32_t keyByHand(const std::string &text) {
     uint64_t key = 0xFFFFFFFF;
@@ -24,9 +28,8 @@ uint32_t keyByHand(const std::string &text) {
         const std::size_t place = i % 64;
         if (place >= 32)
             continue;
-        const auto current = static_cast<uint8_t>(toupper(static_cast<unsigned char>(text[i])));
-        const auto next =
-            i + 1 < text.size() ? static_cast<uint8_t>(toupper(static_cast<unsigned char>(text[i + 1]))) : uint8_t{0};
+        const uint8_t current = upperCase(text[i]);
+        const uint8_t next = i + 1 < text.size() ? upperCase(text[i + 1]) : uint8_t{0};
         uint64_t rotated = 0;
         if (place <= 8)
             for (unsigned bit = 0; bit < 8; ++bit)

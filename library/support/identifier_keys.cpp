@@ -2,9 +2,6 @@
 #include "library/native.h"
 #include "library/support/CMNImpUtils.h"
 
-#include <cctype>
-#include <cstring>
-
 uint16_t prv_ausCRCTable[256];
 int32_t bCRCTableInited = 0;
 int32_t iClusterIdKeyIsIp = 0;
@@ -22,6 +19,11 @@ uint32_t shiftRight(uint32_t value, uint32_t count) {
     return count < 32 ? value >> count : 0;
 }
 
+// Only 'a' to 'z': the Java VM takes over the user's locale, and a key must be the same in each.
+char upperCased(char character) {
+    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A') : character;
+}
+
 } // namespace
 
 uint8_t bitrotate(uint8_t value, uint32_t count) {
@@ -30,7 +32,7 @@ uint8_t bitrotate(uint8_t value, uint32_t count) {
 
 void makeHashResult(char *text, uint32_t *key) {
     for (char *character = text; *character != '\0'; ++character)
-        *character = static_cast<char>(toupper(static_cast<unsigned char>(*character)));
+        *character = upperCased(*character);
     uint32_t hash = 0xFFFFFFFF;
     for (uint32_t i = 0; text[i] != '\0'; ++i) {
         const auto current = static_cast<uint8_t>(text[i]);
