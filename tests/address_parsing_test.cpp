@@ -166,6 +166,28 @@ TEST_F(AddressParsingTest, ReadsDecimalNumbers) {
         EXPECT_EQ(get_number(text), expected) << text;
 }
 
+TEST_F(AddressParsingTest, NumbersThatNoIntHoldsAreNone) {
+    const std::pair<const char *, int32_t> rows[] = {{"2147483647", 2147483647},
+                                                     {"2147483646", 2147483646},
+                                                     {"2147483639", 2147483639},
+                                                     {"2147483648", -1},
+                                                     {"2147483649", -1},
+                                                     {"2147483650", -1},
+                                                     {"3000000000", -1},
+                                                     {"4294967295", -1},
+                                                     {"4294967296", -1},
+                                                     {"4294967376", -1}, // 2^32 + 80
+                                                     {"9999999999", -1},
+                                                     {"21474836470", -1},
+                                                     {"18446744073709551696", -1}, // 2^64 + 80
+                                                     {"99999999999999999999999999", -1}};
+    for (const auto &[text, expected] : rows)
+        for (const std::size_t zeros : {0, 1, 9, 10, 11, 500})
+            EXPECT_EQ(get_number((std::string(zeros, '0') + text).c_str()), expected) << text << ' ' << zeros;
+    EXPECT_EQ(get_number(std::string(10000, '0').c_str()), 0);
+    EXPECT_EQ(get_number((std::string(10000, '0') + "80x").c_str()), -1);
+}
+
 TEST_F(AddressParsingTest, ReadsHexadecimalDigits) {
     const std::string digits = "0123456789abcdef";
     for (std::size_t i = 0; i < digits.size(); ++i) {

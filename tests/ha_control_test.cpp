@@ -219,7 +219,8 @@ TEST_F(HaControlTest, AReasonOfASuccessDoesNotMatter) {
 // --- Bad input -------------------------------------------------------------------------------------------------------
 
 TEST_F(HaControlTest, ABackupPortIsANumberFrom1To65535) {
-    for (const Text port : {"0", "65536", "", "8o", "-1", "+1", " 1", "1 ", "1.0", "0x50", "99999999999999999999"})
+    for (const Text port :
+         {"0", "65536", "", "8o", "-1", "+1", " 1", "1 ", "1.0", "0x50", "4294967376", "99999999999999999999"})
         EXPECT_EQ(backupAdd(1, 2, port), -10) << port;
     EXPECT_EQ(backupAdd(1, 2, std::string(5000, '9').c_str()), -10);
     EXPECT_EQ(backupAdd(1, 2, nullptr), -10);
@@ -272,8 +273,8 @@ TEST_F(HaControlTest, AddressesThatDoNotParseAreNotStored) {
 
 TEST_F(HaControlTest, TimersThatAreNoNumbersSendNothing) {
     const std::string endless(5000, '9');
-    for (const Text bad :
-         {"-1", "1s", " 1", "+1", "1.5", "0x10", "2147483648", "99999999999999999999", endless.c_str(), Text(nullptr)})
+    for (const Text bad : {"-1", "1s", " 1", "+1", "1.5", "0x10", "2147483648", "4294967297", "99999999999999999999",
+                           endless.c_str(), Text(nullptr)})
         for (std::size_t i = 0; i < kTimers.size(); ++i) {
             std::vector<Text> timers = kTimers;
             timers[i] = bad;

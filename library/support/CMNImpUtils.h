@@ -71,7 +71,8 @@ int32_t JStringFieldToAddr(JNIEnv *env, jobject obj, const char *name, uint32_t 
 // Writes the dotted text of an address in network byte order; `text` holds at least 16 bytes. Returns its length.
 int32_t getAddress(uint32_t address, char *text);
 
-// The value of a text of decimal digits (0 for the empty text), or -1 when it holds anything else.
+// The value of a text of decimal digits (0 for the empty text), or -1 when it holds anything else or is more than an
+// int holds.
 int32_t get_number(const char *text);
 
 // The value of one hexadecimal digit; 0 for any other character.

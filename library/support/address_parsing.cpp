@@ -5,7 +5,6 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <netdb.h>
 
@@ -103,7 +102,14 @@ int32_t getAddress(uint32_t address, char *text) {
 }
 
 int32_t get_number(const char *text) {
-    return strspn(text, "0123456789") == strlen(text) ? atoi(text) : -1;
+    int32_t value = 0;
+    for (; *text != '\0'; ++text) {
+        const int32_t digit = digitValue(*text, 10);
+        if (digit < 0 || value > (INT32_MAX - digit) / 10)
+            return -1;
+        value = value * 10 + digit;
+    }
+    return value;
 }
 
 int32_t hexCharToInt(const char *character) {
