@@ -333,6 +333,25 @@ TEST_F(AliasingTest, AnAddressThatDoesNotParseMatchesNothing) {
     EXPECT_EQ(calls::commands(), kNone);
 }
 
+// Whatever the address is, all four leave the list as the machine has it now.
+TEST_F(AliasingTest, EveryCallReadsTheListAnew) {
+    machine.push_back({.name = "eth2:1", .ip = "255.255.255.255"});
+    const std::function<void()> addresses[] = {[&] { set("Address", "10.0.0.5"); },
+                                               [&] { set("Address", "absent.example"); },
+                                               [&] { set("Address", "255.255.255.255"); }, [&] { set("Address", ""); },
+                                               [&] { java::setNull(config, "Address", kStringType); }};
+    for (const auto &giveAddress : addresses)
+        for (const char *method : {"configureAddressNative", "unconfigureAddressNative", "clusterConfigureStatusNative",
+                                   "getAddressConfigureInfoNative"}) {
+            giveAddress();
+            TheInterfaceList = {};
+            const std::size_t before = refreshes();
+            java::call(method, config);
+            EXPECT_GE(refreshes(), before + 1) << method;
+            EXPECT_EQ(TheInterfaceList.count, 3) << method;
+        }
+}
+
 // Whether a plain text is an address is then for the command to say.
 TEST_F(AliasingTest, AnAddressThatDoesNotParseGoesWhereTheCallerSays) {
     upStatus = 256;
@@ -367,10 +386,34 @@ TEST_F(AliasingTest, EveryCharacterIsPlainOrRefused) {
                 provide("eth1", "255.0.0.0");
                 set("Address", "10.0.0.5");
                 set(field, text);
-                const bool accepted = plain.find(static_cast<char>(character)) != std::string::npos;
+                const bool accepted = plain.find(static_cast<char>(character)) != std::string::npos && text[0] != '-';
                 EXPECT_EQ(configure(), accepted ? 0 : kNoInterface) << field << ' ' << text;
             }
-    EXPECT_EQ(calls::commands().size(), plain.size() * 9);
+    EXPECT_EQ(calls::commands().size(), plain.size() * 9 - 3);
+}
+
+// It would be an option of the tool.
+TEST_F(AliasingTest, TextsThatBeginWithAMinusAreRefused) {
+    for (const std::string text : {"-", "-promisc", "--help", "-eth0"}) {
+        for (const char *field : kTexts) {
+            provide("eth1", "255.0.0.0");
+            set("Address", "10.0.0.5");
+            set(field, text);
+            EXPECT_EQ(configure(), kNoInterface) << field << ' ' << text;
+        }
+        config = java::make("rk/tests/AddressConfig");
+        machine = {{.name = text, .ip = "10.0.0.1"}};
+        EXPECT_EQ(configure(), kNoInterface) << text;
+        machine = {{.name = text.substr(0, 8) + ":1", .ip = "10.0.0.5"}};
+        EXPECT_EQ(configure(), kNoInterface) << text;
+        EXPECT_EQ(unconfigure(), kNotConfigured) << text;
+    }
+    EXPECT_EQ(calls::commands(), kNone);
+    provide("eth-1", "255.0.0.0");
+    set("Address", "a-b");
+    machine.clear();
+    EXPECT_EQ(configure(), 0);
+    EXPECT_EQ(calls::commands(), Names({"system /sbin/ifconfig eth-1:1 a-b netmask 255.0.0.0 up"}));
 }
 
 TEST_F(AliasingTest, LongTextsAreNotCut) {

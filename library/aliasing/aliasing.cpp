@@ -41,14 +41,14 @@ void releaseText(JNIEnv *env, const FieldText &field) {
     env->DeleteLocalRef(field.string);
 }
 
-// Only plain names, addresses and masks reach the shell.
+// Only plain names, addresses and masks reach the shell. What begins with "-" would be an option of the tool.
 bool isPlain(const char *text) {
     constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:_-";
     const std::size_t length = strlen(text);
-    return length > 0 && length < kNameBytes && strspn(text, kPlain) == length;
+    return length > 0 && length < kNameBytes && text[0] != '-' && strspn(text, kPlain) == length;
 }
 
-// What an address that does not parse counts as; no interface carries it, and it is looked up nowhere.
+// What an address that does not parse counts as; no interface carries it.
 constexpr uint32_t kNoAddress = INADDR_NONE;
 
 // The address of the object, in host byte order.
@@ -71,6 +71,8 @@ Target findTarget(JNIEnv *env, jobject config) {
     target.text = takeText(env, config, "Address");
     if (target.address != kNoAddress)
         getInterface(0, target.address, target.alias);
+    else
+        refreshInterfaceList(); // every call leaves a list that is new, also one that finds nothing in it
     return target;
 }
 
