@@ -127,7 +127,7 @@ TEST_F(MembershipTest, WithoutClusterIdentifierNothingIsSent) {
         EXPECT_EQ(call(method), -99);
     }
     java::setNull(rule, "ClusterId", kStringType);
-    expectRefused(-99, "ClusterId");
+    expectRefused(-99, "iServerIdKey");
 }
 
 TEST_F(MembershipTest, WhatIsObtainedFromJavaIsGivenBack) {
@@ -334,8 +334,9 @@ TEST_F(RuleServersListTest, NamesOf20BytesAreTheLongest) {
 TEST_F(RuleServersListTest, WithoutNameOrClusterIdentifierNothingIsSent) {
     java::setNull(rule, "RuleName", kStringType);
     expectRefused(-51, "RuleName");
+    java::setString(rule, "RuleName", "images");
     java::setNull(rule, "ClusterId", kStringType);
-    expectRefused(-99, "ClusterId");
+    expectNone(-99, {});
 }
 
 TEST_F(RuleServersListTest, WithoutMemory) {

@@ -262,14 +262,20 @@ TEST_F(RulesTest, TheEmptyNameIsAName) {
 
 TEST_F(RulesTest, WithoutClusterIdentifierNothingIsSent) {
     giveAll(rule, 7);
+    const auto lastRead = [](const Method &method) {
+        return method.command == kAdd.command || method.command == kSet.command ? "sHashID" : "RuleName";
+    };
     for (const Method &method : kMethods) {
         const java::FailingCharacters failing(1);
-        expectRefused(method, -99, "ClusterId");
+        expectRefused(method, -99, lastRead(method));
     }
     java::setNull(rule, "ClusterId", kStringType);
     for (const Method &method : kMethods)
-        expectRefused(method, -99, "ClusterId");
+        expectRefused(method, -99, lastRead(method));
     expectFlags(rule, 7);
+    java::setByte(rule, "SetRuleType", 0);
+    for (const Method &method : {kAdd, kSet})
+        expectRefused(method, -99, "SetRuleType"); // nor is the executor asked for the type
 }
 
 TEST_F(RulesTest, TypesGoFrom0To9) {

@@ -16,9 +16,9 @@ constexpr int32_t kStatusIdentifierTooLong = -90;
 constexpr ReasonRow kAddOrSetReasons[] = {{-33, kStatusBadAddress}, {-9, -29}, {-8, -4}, {-7, -28}, {-5, -5}};
 constexpr ReasonRow kReasons[] = {{-5, -5}};
 
-// The cluster that a request is about: the key of the object's identifier. Without an identifier nothing may be sent,
-// or the request would be about the cluster of the command before.
-bool keyFromJava(JNIEnv *env, jobject cluster, uint32_t &key) {
+// The cluster that a request is about: the key of the object's identifier. False when there is no identifier: the
+// request would be about the cluster of the command before.
+[[nodiscard]] bool keyFromJava(JNIEnv *env, jobject cluster, uint32_t &key) {
     return JStringFieldToHash(env, cluster, "sClusterId", &key) != nullptr;
 }
 
@@ -60,8 +60,7 @@ int32_t listClusters(ReportText &text) {
 int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     ClusterRecord &record = ucb.cluster;
     record.header.length = sizeof(ClusterRecord);
-    if (!keyFromJava(env, cluster, record.clusterKey))
-        return kStatusNoIdentifier;
+    const bool named = keyFromJava(env, cluster, record.clusterKey);
     NetworkAddress address;
     if (addressFromJava(env, cluster, "Address", address) == 0)
         record.address = address; // a text that does not parse matters only when the address is to be changed, below
@@ -100,6 +99,9 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     if (flagFromJava(env, cluster, "SetNatPtAddress", record.setNatAddress))
         bytesFromJava(env, cluster, "natPtAddress", record.natAddress);
 
+    // The key that goes out is the object's own; what may not go out is a cluster whose identifier is the empty text.
+    if (!named)
+        return kStatusNoIdentifier;
     const int32_t status = sendAndMap(record, record.header.command, kAddOrSetReasons);
     flagsOfRecordToJava(env, cluster, record);
     return status;
@@ -121,7 +123,8 @@ JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject 
     return AddOrSetCluster(env, interface, cluster);
 }
 
-// A change makes no check of the identifier's length, on purpose: a cluster that could be added has a short one.
+// Unlike adding, a change neither checks the identifier's length nor makes its key anew, and Java servers depend on it:
+// the cluster is the one whose key the object holds.
 JNIEXPORT jint NATIVE(setClusterStatusNative)(JNIEnv *env, jobject interface, jobject cluster) {
     if (!required(env, cluster, "cluster"))
         return kStatusOther;

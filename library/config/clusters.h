@@ -10,7 +10,7 @@ extern "C" {
 int32_t getClusterReport(uint32_t clusterKey);
 
 // Fills the cluster record from a Java cluster object and sends it under the code that the caller has put into the
-// header; hands the change flags back. Returns 0; -3 for an address that does not parse (nothing is sent, no flag is
-// handed back); -88 without an identifier (likewise); or the status of the executor's reason.
+// header; hands the change flags back. Returns 0; -3 for an address that does not parse, else -88 without an identifier
+// (nothing is sent and no flag handed back in these cases); or the status of the executor's reason.
 int32_t AddOrSetCluster(JNIEnv *env, jobject interface, jobject cluster);
 }

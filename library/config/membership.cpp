@@ -21,25 +21,36 @@ int32_t addOrRemove(JNIEnv *env, jobject interface, jobject rule, jobject server
     return addOrRemoveServer(env, interface, rule, server, argument);
 }
 
-// What a list is about, and how many servers the Java object says there are: the executor is not asked for that first.
-int32_t listRequestFromJava(JNIEnv *env, jobject rule, ServerListBlock &request, jint &count) {
-    int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", request.clusterKey, request.port);
+// What a list is about.
+struct ListRequest {
+    bool named; // there is a cluster identifier
+    uint32_t clusterKey;
+    NetworkPort port;
+    char ruleName[21];
+    jint count; // of servers, as the Java object says: the executor is not asked for it first
+};
+
+// Returns 0 or a status; a cluster identifier that is missing is told in the request.
+int32_t listRequestFromJava(JNIEnv *env, jobject rule, ListRequest &request) {
+    request.named = clusterKeyFromJava(env, rule, request.clusterKey);
+    int32_t status = portFromJava(env, rule, "PortNumber", request.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, request.ruleName);
-    if (status == 0 && GetJavaIntField(env, rule, "NumServers", &count) < 0)
+    if (status == 0 && GetJavaIntField(env, rule, "NumServers", &request.count) < 0)
         status = kStatusOther;
     return status;
 }
 
 // Appends the names of a rule's servers. Returns 0 or a status.
-int32_t listServers(const ServerListBlock &request, jint count, ReportText &text) {
-    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(count, request.clusterKey, request.port);
+int32_t listServers(const ListRequest &request, ReportText &text) {
+    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(request.count, request.clusterKey, request.port);
     if (block == nullptr)
         return kStatusOutOfMemory;
     memcpy(block->ruleName, request.ruleName, sizeof(block->ruleName));
-    const int32_t status = sendBlock(block->header, Command::listRuleServers, kListReasons);
+    const int32_t status =
+        request.named ? sendBlock(block->header, Command::listRuleServers, kListReasons) : kStatusOther;
     if (status == 0)
-        appendNames(text, entriesOf<const ServerListEntry>(block), count, &ServerListEntry::serverId);
+        appendNames(text, entriesOf<const ServerListEntry>(block), request.count, &ServerListEntry::serverId);
     free(block);
     return status;
 }
@@ -48,13 +59,16 @@ int32_t listServers(const ServerListBlock &request, jint count, ReportText &text
 
 int32_t addOrRemoveServer(JNIEnv *env, jobject, jobject rule, jobject server, jint argument) {
     RuleMembershipRecord &record = ucb.ruleMembership;
-    int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", record.clusterKey, record.port);
+    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
         return status;
     record.serverKey = serverKeyFromJava(env, server);
     record.argument = argument;
+    if (!named)
+        return kStatusOther;
     return sendAndMap(record, record.header.command, kReasons);
 }
 
@@ -71,14 +85,13 @@ JNIEXPORT jint NATIVE(removeServerfromRuleNative)(JNIEnv *env, jobject interface
 JNIEXPORT jint NATIVE(getRuleServersListNative)(JNIEnv *env, jobject, jobject rule, jobject list) {
     if (!required(env, rule, "rule") || !required(env, list, "list"))
         return kStatusOther;
-    ServerListBlock request = {};
-    jint count = 0;
-    if (const int32_t status = listRequestFromJava(env, rule, request, count); status != 0)
+    ListRequest request = {};
+    if (const int32_t status = listRequestFromJava(env, rule, request); status != 0)
         return status;
     ReportText text;
     if (!openReport(text, kListTextBytes))
         return kStatusOutOfMemory;
-    const int32_t status = listServers(request, count, text);
+    const int32_t status = listServers(request, text);
     appendReportToJava(env, list, text);
     return status;
 }

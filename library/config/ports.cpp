@@ -66,20 +66,16 @@ int32_t addOrSet(JNIEnv *env, jobject interface, jobject port, Command command) 
 
 // The keys of a request about a port, the number first: 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject port, Record &record) {
-    NetworkPort number;
-    int32_t status = portFromJava(env, port, "PortNumber", number);
-    if (status == 0)
-        status = clusterKeyFromJava(env, port, record.clusterKey);
-    if (status == 0)
-        record.port = number;
-    return status;
+    if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
+        return status;
+    return clusterKeyFromJava(env, port, record.clusterKey) ? 0 : kStatusOther;
 }
 
 // Appends the numbers of a cluster's ports. Returns 0 or a status.
 int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
     uint32_t key = 0;
-    if (const int32_t status = keyOfString(env, clusterId, key); status != 0)
-        return status;
+    if (!keyOfString(env, clusterId, key))
+        return kStatusOther;
     if (const int32_t status = getClusterReport(key); status != 0)
         return status;
     const int32_t room = ucb.clusterReport.numberOfPorts;
@@ -103,8 +99,8 @@ int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
 int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     PortRecord &record = ucb.port;
     record.header.length = sizeof(PortRecord);
-    if (const int32_t status = clusterAndPortFromJava(env, port, "PortNumber", record.clusterKey, record.port);
-        status != 0)
+    const bool named = clusterKeyFromJava(env, port, record.clusterKey);
+    if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
         return status;
     optional(env, port, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
     optional(env, port, "SetStaleTimeout", record.setStaleTimeout, "StaleTimeout", record.staleTimeout);
@@ -128,6 +124,8 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     }
     optional(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
 
+    if (!named)
+        return kStatusOther;
     const int32_t status = sendWithRetries(record);
     flagsOfRecordToJava(env, port, record);
     return status;
@@ -140,10 +138,10 @@ int32_t getPortReport(uint32_t clusterKey, int32_t port) {
 }
 
 int32_t rk::reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey) {
-    int32_t status = keyOfString(env, clusterId, clusterKey);
-    if (status == 0)
-        status = checkPort(port);
-    return status != 0 ? status : getPortReport(clusterKey, port);
+    const bool named = keyOfString(env, clusterId, clusterKey);
+    if (const int32_t status = checkPort(port); status != 0)
+        return status;
+    return named ? getPortReport(clusterKey, port) : kStatusOther;
 }
 
 JNIEXPORT jint NATIVE(addPortNative)(JNIEnv *env, jobject interface, jobject port) {
@@ -215,13 +213,11 @@ JNIEXPORT jint NATIVE(setPortCPSNative)(JNIEnv *env, jobject, jobject port) {
     if (!required(env, port, "port"))
         return kStatusOther;
     PortReportRecord &record = ucb.portReport;
-    NetworkPort number;
-    if (const int32_t status = portFromJava(env, port, "PortNumber", number); status != 0)
+    if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
         return status;
     fromJava(env, port, "iConnectionsPerSecond", record.connectionsPerSecond);
-    if (const int32_t status = clusterKeyFromJava(env, port, record.clusterKey); status != 0)
-        return status;
-    record.port = number;
+    if (!clusterKeyFromJava(env, port, record.clusterKey))
+        return kStatusOther;
     return send(record, Command::setPortCps);
 }
 

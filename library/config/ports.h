@@ -11,17 +11,17 @@ extern "C" {
 int32_t getPortReport(uint32_t clusterKey, int32_t port);
 
 // Fills the port record from a Java port object and sends it under the code that the caller has put into the header;
-// hands the change flags back. Returns 0; -10 for a port outside 0 to 65535 (nothing is sent, no flag is handed back);
-// -99 without a cluster identifier (likewise); or the status of the executor's reason. When the executor is out of
-// memory, waits for hours and tries again, twice.
+// hands the change flags back. Returns 0; -10 for a port outside 0 to 65535, else -99 without a cluster identifier
+// (nothing is sent and no flag handed back in these cases); or the status of the executor's reason. When the executor
+// is out of memory, waits for hours and tries again, twice.
 int32_t AddOrSetPort(JNIEnv *env, jobject interface, jobject port);
 }
 
 namespace rk {
 
 // The first steps of a list of what hangs below a port: the key of the cluster's identifier, and the port's report,
-// which tells how many there are. Returns 0; -99 without an identifier; -10 for a port outside 0 to 65535; otherwise
-// the channel's result.
+// which tells how many there are. Returns 0; -10 for a port outside 0 to 65535, else -99 without an identifier (nothing
+// is sent in these cases); otherwise the channel's result.
 int32_t reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey);
 
 } // namespace rk

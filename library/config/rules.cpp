@@ -20,11 +20,12 @@ constexpr ReasonRow kAddOrSetReasons[] = {{-46, -50}, {-47, -58}, {-70, -82}, {-
 constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-44, -57}};
 constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}};
 
-// A given type goes into the record. Without one the executor is asked for the rule's record, which then fills the
-// block, and with it what was written there so far: the configuration source is the executor's own again, on purpose.
-int32_t ruleType(JNIEnv *env, jobject rule, RuleRecord &record) {
+// A given type goes into the record. Without one the executor is asked for the rule's record, unless the cluster is not
+// named; the record then fills the block, and with it what was written there so far: the configuration source is the
+// executor's own again, on purpose.
+int32_t ruleType(JNIEnv *env, jobject rule, RuleRecord &record, bool named) {
     if (!flagFromJava(env, rule, "SetRuleType", record.setRuleType))
-        return getRuleType();
+        return named ? getRuleType() : kStatusOther;
     int8_t type = 0;
     fromJava(env, rule, "RuleType", type);
     if (type < 0 || type > kHighestRuleType)
@@ -106,8 +107,11 @@ void flagsOfRecordToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
 
 // The keys and the name of a request about a rule: 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject rule, Record &record) {
-    const int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", record.clusterKey, record.port);
-    return status != 0 ? status : ruleNameFromJava(env, rule, record.ruleName);
+    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    int32_t status = portFromJava(env, rule, "PortNumber", record.port);
+    if (status == 0)
+        status = ruleNameFromJava(env, rule, record.ruleName);
+    return status == 0 && !named ? kStatusOther : status;
 }
 
 // Appends the names of a port's rules. Returns 0 or a status.
@@ -135,7 +139,8 @@ int32_t getRuleType() {
 int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     RuleRecord &record = ucb.rule;
     const Command command = record.header.command; // asking for the type replaces it
-    int32_t status = clusterAndPortFromJava(env, rule, "PortNumber", record.clusterKey, record.port);
+    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status != 0)
         return status;
     flagFromJava(env, rule, "SetConfigSource", record.setConfigSource);
@@ -143,7 +148,7 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
         return status;
-    status = ruleType(env, rule, record);
+    status = ruleType(env, rule, record, named);
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetBeginRange", record.setBeginRange))
@@ -166,6 +171,8 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     optionalText(env, rule, "SetCookieName", record.setCookieName, "CookieName", record.cookieName);
     textFromJava(env, rule, "sHashID", record.hashId);
 
+    if (!named)
+        return kStatusOther;
     status = sendAndMap(record, command, kAddOrSetReasons);
     flagsOfRecordToJava(env, rule, record);
     return status;
@@ -239,11 +246,12 @@ JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
         return kStatusOther;
     RuleReportRecord &record = ucb.ruleReport;
     fromJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
-    if (const int32_t status = clusterKeyFromJava(env, rule, record.clusterKey); status != 0)
-        return status;
+    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
     jint port = 0;
     record.port = toNetworkPort(GetJavaIntField(env, rule, "PortNumber", &port));
     textFromJava(env, rule, "RuleName", record.ruleName);
+    if (!named)
+        return kStatusOther;
     return send(record, Command::setRuleCps);
 }
 

@@ -7,11 +7,12 @@
 extern "C" {
 
 // Fills the rule record from a Java rule object and sends it under the code that the caller has put into the header;
-// hands the change flags back. Returns 0 or
-// - -10 for a port outside 0 to 65535, -99 without a cluster identifier,
+// hands the change flags back. Returns 0 or the first of
+// - -10 for a port outside 0 to 65535,
 // - -51 for a rule name that is missing or longer than 20 characters, -52 for a rule type outside 0 to 9,
 // - what getRuleType returns, when Java does not give the type and the executor does not know the rule,
 // - -53 and -54 for the begin and end of an address range that does not parse,
+// - -99 without a cluster identifier, looked at before the first command, which asks for the type or sends the rule,
 // the rule not being sent and no flag handed back in these cases; or the status of the executor's reason.
 int32_t AddOrSetRule(JNIEnv *env, jobject interface, jobject rule);
 

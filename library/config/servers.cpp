@@ -66,10 +66,11 @@ void cookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
 
 // The keys of a request about a server: 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject server, Record &record) {
-    const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port);
-    if (status == 0)
-        record.serverKey = serverKeyFromJava(env, server);
-    return status;
+    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
+        return status;
+    record.serverKey = serverKeyFromJava(env, server);
+    return named ? 0 : kStatusOther;
 }
 
 int32_t markServer(JNIEnv *env, jobject server, Command command) {
@@ -120,7 +121,8 @@ int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
     record.header.length = sizeof(ServerRecord);
     textFromJava(env, server, "sServerID", record.serverId);
     record.serverKey = serverKeyFromJava(env, server);
-    if (const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port); status != 0)
+    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
     jint listeners = 0;
     record.numberOfListeners = static_cast<uint16_t>(GetJavaIntField(env, server, "_iNumListeners", &listeners));
@@ -143,6 +145,8 @@ int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
     cookieValue(env, server, record);
     optionalText(env, server, "SetCloneID", record.setCloneId, "CloneID", record.cloneId);
     optional(env, server, "SetCPSMaximum", record.setCpsMaximum, "_iCPSMaximum", record.cpsMaximum);
+    if (!named)
+        return kStatusOther;
     return sendAndMap(record, record.header.command, kAddOrSetReasons);
 }
 
@@ -200,10 +204,11 @@ JNIEXPORT jint NATIVE(setServerCPSNative)(JNIEnv *env, jobject, jobject server) 
     const uint32_t serverKey = serverKeyFromJava(env, server);
     if (static_cast<int32_t>(serverKey) < 0)
         return kStatusOther;
-    if (const int32_t status = clusterAndPortFromJava(env, server, "Port", record.clusterKey, record.port); status != 0)
+    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
     fromJava(env, server, "_iCPSCount", record.connectionsPerSecond);
-    if (record.connectionsPerSecond < 0)
+    if (record.connectionsPerSecond < 0 || !named)
         return kStatusOther;
     record.serverKey = serverKey;
     return send(record, Command::setServerCps);

@@ -13,11 +13,11 @@ namespace {
 
 constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
 
-// Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status.
-int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, ServerWeightsBlock *&block) {
+// Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status. `named` is false when
+// there is no cluster identifier: the block may not be sent then.
+int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, ServerWeightsBlock *&block, bool &named) {
     uint32_t clusterKey = 0;
-    if (JStringFieldToHash(env, weights, "sClusterID", &clusterKey) == nullptr)
-        return kStatusOther;
+    named = JStringFieldToHash(env, weights, "sClusterID", &clusterKey) != nullptr;
     NetworkPort port;
     if (const int32_t status = portFromJava(env, weights, "iPortNumber", port); status != 0)
         return status;
@@ -176,9 +176,10 @@ JNIEXPORT jint NATIVE(getServerWeightsNative)(JNIEnv *env, jobject, jobject weig
     if (!required(env, weights, "weights"))
         return kStatusOther;
     ServerWeightsBlock *block = nullptr;
-    if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block); status != 0)
+    bool named = false;
+    if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block, named); status != 0)
         return status;
-    int32_t status = sendBlock(block->header, Command::readServerWeights, kReasons);
+    int32_t status = named ? sendBlock(block->header, Command::readServerWeights, kReasons) : kStatusOther;
     if (status == 0)
         status = weightsToJava(env, weights, entriesOf<const ServerWeightEntry>(block), count);
     free(block);
@@ -189,10 +190,13 @@ JNIEXPORT jint NATIVE(setServerWeightsNative)(JNIEnv *env, jobject, jobject weig
     if (!required(env, weights, "weights"))
         return kStatusOther;
     ServerWeightsBlock *block = nullptr;
-    if (const int32_t status = openBlock(env, weights, count, Entries::unset, block); status != 0)
+    bool named = false;
+    if (const int32_t status = openBlock(env, weights, count, Entries::unset, block, named); status != 0)
         return status;
     auto *entries = entriesOf<ServerWeightEntry>(block);
     int32_t status = weightsFromJava(env, weights, entries, count);
+    if (status == 0 && !named)
+        status = kStatusOther;
     if (status == 0) {
         status = sendBlock(block->header, Command::writeServerWeights, kReasons);
         if (const int32_t failure = resultsToJava(env, weights, entries, count); failure != 0)

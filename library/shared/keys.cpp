@@ -26,13 +26,17 @@ int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &po
     return status;
 }
 
-int32_t clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key) {
-    return JStringFieldToHash(env, obj, "ClusterId", &key) == nullptr ? kStatusOther : 0;
+bool clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key) {
+    return JStringFieldToHash(env, obj, "ClusterId", &key) != nullptr;
 }
 
-int32_t clusterAndPortFromJava(JNIEnv *env, jobject obj, const char *portName, uint32_t &key, NetworkPort &port) {
-    const int32_t status = clusterKeyFromJava(env, obj, key);
-    return status != 0 ? status : portFromJava(env, obj, portName, port);
+bool keyOfString(JNIEnv *env, jstring identifier, uint32_t &key) {
+    const char *text = utfChars(env, identifier);
+    if (text == nullptr)
+        return false;
+    makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
+    env->ReleaseStringUTFChars(identifier, text);
+    return true;
 }
 
 uint32_t serverKeyFromJava(JNIEnv *env, jobject server) {
@@ -55,15 +59,6 @@ int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]) {
     }
     env->DeleteLocalRef(string);
     return status;
-}
-
-int32_t keyOfString(JNIEnv *env, jstring identifier, uint32_t &key) {
-    const char *text = utfChars(env, identifier);
-    if (text == nullptr)
-        return kStatusOther;
-    makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
-    env->ReleaseStringUTFChars(identifier, text);
-    return 0;
 }
 
 } // namespace rk

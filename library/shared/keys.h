@@ -18,12 +18,13 @@ int32_t checkPort(jint port);
 // The same for an int field, whose value is stored.
 int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &port);
 
-// The key of the String field ClusterId. Returns 0, or kStatusOther when it has no characters: nothing may be sent
-// then, or the command would be about the cluster of the command before.
-int32_t clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key);
+// The key of the String field ClusterId. False, and nothing is stored, when it has no characters: the command would be
+// about the cluster of the command before. Callers refuse just before they would send, with kStatusOther, since the
+// checks before that have statuses of their own.
+[[nodiscard]] bool clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key);
 
-// Both, the key first; 0 or the first failure.
-int32_t clusterAndPortFromJava(JNIEnv *env, jobject obj, const char *portName, uint32_t &key, NetworkPort &port);
+// The same of an identifier that Java gives as a string.
+[[nodiscard]] bool keyOfString(JNIEnv *env, jstring identifier, uint32_t &key);
 
 // The key that a Java object holds in its int field iServerIdKey.
 uint32_t serverKeyFromJava(JNIEnv *env, jobject server);
@@ -31,8 +32,5 @@ uint32_t serverKeyFromJava(JNIEnv *env, jobject server);
 // The String field RuleName, with its terminator. Returns 0, or kStatusBadRuleName when there is none or it is longer
 // than 20 characters.
 int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]);
-
-// The key of an identifier that Java gives as a string. Returns 0, or kStatusOther when it has no characters.
-int32_t keyOfString(JNIEnv *env, jstring identifier, uint32_t &key);
 
 } // namespace rk

@@ -85,10 +85,14 @@ Stops noListener() {
     return stops;
 }
 
-// Without a flag or a number of listeners there are none.
+// Without a flag or a number of listeners there are none. Without a cluster the request goes on to be checked, but with
+// an exception pending, the first listener cannot be had.
 Stops noServer(int32_t command) {
-    return noField("SetListeners", {"0", {command}}) + noField("_iNumListeners", {"0", {command}}) + noListener() +
-           noCluster(kNoServerCluster);
+    Stops stops =
+        noField("SetListeners", {"0", {command}}) + noField("_iNumListeners", {"0", {command}}) + noListener();
+    for (const char *function : {"GetFieldID", "GetStringUTFChars"})
+        stops.push_back({function, "ClusterId", 1, 1, Leaving::nothing, kNoServerCluster});
+    return stops;
 }
 
 // What the executor's listeners ask of Java on the way back.
