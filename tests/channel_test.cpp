@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 
 namespace {
 
@@ -48,6 +49,15 @@ TEST_F(KernelChannelTest, LoadedOpensTheDeviceOnce) {
     EXPECT_EQ(hQelPd, 1000);
     EXPECT_EQ(EXC_is_loaded(), 1);
     EXPECT_EQ(calls::deviceCalls(), Calls({"open 2"}));
+}
+
+TEST_F(KernelChannelTest, ChildrenDoNotGetTheDevice) {
+    EXPECT_EQ(EXC_is_loaded(), 1);
+    EXPECT_EQ(calls::descriptorFlags(hQelPd), FD_CLOEXEC);
+    EXC_close_handle();
+    EXPECT_EQ(prv_EXC_Command(&block), 0);
+    EXPECT_EQ(hQelPd, 1001);
+    EXPECT_EQ(calls::descriptorFlags(1001), FD_CLOEXEC);
 }
 
 TEST_F(KernelChannelTest, DescriptorZeroCountsAsOpen) {

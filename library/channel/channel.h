@@ -24,7 +24,8 @@ extern int32_t (*pfEXC_UserInput)(rk::CommandHeader *block);
 // Reserved for a handle of the user-space executor; nothing uses it.
 extern uint32_t ueHandle;
 
-// Opens the executor device unless it is open. Returns 1 when it is open now, 0 when it cannot be opened.
+// Opens the executor device unless it is open; child processes do not get it. Returns 1 when it is open now, 0 when it
+// cannot be opened.
 int32_t EXC_is_loaded();
 
 // Closes the executor device if it is open; the next kernel-mode command opens it again.

@@ -15,7 +15,11 @@ int32_t EXC_is_loaded() {
     if (hQelPd != -1)
         return 1;
     hQelPd = open(rk::kExecutorDevice, O_RDWR);
-    return hQelPd == -1 ? 0 : 1;
+    if (hQelPd == -1)
+        return 0;
+    // Programs that the server starts must not hold the device. Set beside, since these are the flags of open.
+    fcntl(hQelPd, F_SETFD, FD_CLOEXEC);
+    return 1;
 }
 
 void EXC_close_handle() {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <netdb.h>
 #include <set>
 
@@ -20,6 +21,7 @@ std::string devicePath;
 int nextDescriptor = kFirstDescriptor;
 std::function<int(void *)> ioctlAction;
 std::vector<std::string> deviceRecord;
+std::map<int, int> flagsOfDescriptors;
 
 bool counting = false;
 int failingAllocation = 0;
@@ -88,6 +90,7 @@ void reset() {
     nextDescriptor = kFirstDescriptor;
     ioctlAction = nullptr;
     deviceRecord.clear();
+    flagsOfDescriptors.clear();
     counting = false;
     failingAllocation = 0;
     largestAllocation = SIZE_MAX;
@@ -110,6 +113,10 @@ void onIoctl(std::function<int(void *)> action) {
 
 const std::vector<std::string> &deviceCalls() {
     return deviceRecord;
+}
+
+int descriptorFlags(int descriptor) {
+    return flagsOfDescriptors[descriptor];
 }
 
 void countAllocations(int failing) {
@@ -168,6 +175,7 @@ extern "C" {
 
 int __real_open(const char *path, int flags, ...);
 int __real_close(int descriptor);
+int __real_fcntl(int descriptor, int command, ...);
 int __real_ioctl(int descriptor, unsigned long request, ...);
 void *__real_malloc(std::size_t size);
 void *__real_calloc(std::size_t count, std::size_t size);
@@ -197,6 +205,18 @@ int __wrap_close(int descriptor) {
     if (!isDevice(descriptor))
         return __real_close(descriptor);
     record("close %d", descriptor);
+    return 0;
+}
+
+int __wrap_fcntl(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    const long argument = va_arg(arguments, long);
+    va_end(arguments);
+    if (!isDevice(descriptor))
+        return __real_fcntl(descriptor, command, argument);
+    if (command == F_SETFD)
+        flagsOfDescriptors[descriptor] = static_cast<int>(argument);
     return 0;
 }
 

@@ -25,6 +25,9 @@ void onIoctl(std::function<int(void *block)> action);
 // "open 2" (with its flags), "ioctl 1000 0x4321", "close 1000", in order.
 const std::vector<std::string> &deviceCalls();
 
+// The flags of an open descriptor of the device, as fcntl set them last.
+int descriptorFlags(int descriptor);
+
 // --- Memory ----------------------------------------------------------------------------------------------------------
 
 // From now on the library's allocations are counted; the one with number `failing` (from 1; 0: none) fails.
