@@ -205,7 +205,8 @@ int failIoctl(void * /*block*/) {
 calls::Outcome runCommand(const Draws &java, const std::string &command) {
     const bool isPlain =
         command.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:_-/ ") ==
-        std::string::npos;
+            std::string::npos &&
+        command.find(" -") == std::string::npos;
     const bool isConfiguring = command.starts_with("/sbin/ifconfig ");
     const auto words = std::count(command.begin(), command.end(), ' ');
     const bool isWhole =

@@ -94,6 +94,9 @@ bool isLonger(const NativeCall &call, const char *member, std::size_t most);
 // A member that is none of a port's numbers.
 bool isNoPort(jlong number);
 
+// A number of entries for which there may be no memory.
+bool isMany(jlong entries);
+
 // A flag that is 1, and the text that it governs is no address.
 bool isBadAddress(const NativeCall &call, const char *flag, const char *member);
 bool isAddress(const std::string &text);

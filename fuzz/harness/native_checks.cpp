@@ -64,6 +64,10 @@ bool isNoPort(jlong number) {
     return number < 0 || number > 65535;
 }
 
+bool isMany(jlong entries) {
+    return entries < 0 || entries > kMostEntries;
+}
+
 bool isAddress(const std::string &text) {
     if (!model::isNumericAddress(text))
         return text == kKnownHost;
@@ -116,7 +120,7 @@ void expectList(const NativeCall &call, const List &list) {
         return expectAppended(call, "");
     }
     if (call.exchanges.size() == reports) {
-        if (list.room(call) >= 0 && list.room(call) <= kMostEntries)
+        if (!isMany(list.room(call)))
             finding("no list was asked for, with %d entries", static_cast<int>(list.room(call)));
         expectStatus(call, kNoMemory);
         return expectAppended(call, "");

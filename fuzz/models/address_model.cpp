@@ -106,14 +106,14 @@ std::string dotted(uint32_t address) {
     return text;
 }
 
-std::optional<int32_t> number(const std::string &text) {
+int32_t number(const std::string &text) {
     if (text.find_first_not_of("0123456789") != std::string::npos)
         return -1;
     int64_t value = 0;
     for (const char character : text) {
         value = value * 10 + (character - '0');
         if (value > INT32_MAX)
-            return {};
+            return -1;
     }
     return static_cast<int32_t>(value);
 }

@@ -19,8 +19,8 @@ std::optional<uint32_t> plainAddress(const std::string &text);
 // The dotted text of an address in network byte order.
 std::string dotted(uint32_t address);
 
-// The value of a text of decimal digits, -1 for any other. Empty when the value is none of a 32-bit integer.
-std::optional<int32_t> number(const std::string &text);
+// The value of a text of decimal digits that an int holds, -1 for any other.
+int32_t number(const std::string &text);
 
 int32_t hexDigit(char character);
 uint32_t hexNumber(const std::string &text);

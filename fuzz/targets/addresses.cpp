@@ -67,10 +67,8 @@ void checkDotted(uint32_t address) {
 }
 
 void checkNumbers(const std::string &text) {
-    const std::optional<int32_t> number = model::number(text);
-    const int32_t got = get_number(text.c_str());
-    if (number && got != *number)
-        finding("get_number(\"%s\") is %d, not %d", text.c_str(), got, *number);
+    if (get_number(text.c_str()) != model::number(text))
+        finding("get_number(\"%s\") is %d, not %d", text.c_str(), get_number(text.c_str()), model::number(text));
     if (hexStringToInt(text.c_str()) != model::hexNumber(text))
         finding("hexStringToInt(\"%s\") is 0x%x, not 0x%x", text.c_str(), hexStringToInt(text.c_str()),
                 model::hexNumber(text));

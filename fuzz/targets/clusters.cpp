@@ -16,7 +16,7 @@ constexpr Refusal kBadAddress = {
 constexpr Refusal kNoName = {[](const NativeCall &call) { return fuzz::isNull(call, "sClusterId"); }, -88};
 constexpr Refusal kLongName = {[](const NativeCall &call) { return fuzz::isLonger(call, "sClusterId", 64); }, -90};
 constexpr Refusal kAddRefusals[] = {kNoName, kLongName, kBadAddress};
-constexpr Refusal kChangeRefusals[] = {kNoName, kBadAddress};
+constexpr Refusal kChangeRefusals[] = {kBadAddress, kNoName};
 constexpr Refusal kRefusals[] = {kNoName};
 
 constexpr fuzz::List kList = {

@@ -23,26 +23,35 @@ constexpr Refusal kBadName = {
 constexpr Refusal kBadType = {
     [](const NativeCall &call) { return fuzz::numberOf(call, "RuleType") < 0 || fuzz::numberOf(call, "RuleType") > 9; },
     -52};
-constexpr Refusal kRefusals[] = {kNoCluster, kBadPort, kBadName};
-constexpr Refusal kChangeRefusals[] = {kNoCluster, kBadPort, kBadName, kBadType};
-constexpr Refusal kCpsRefusals[] = {kNoCluster};
-constexpr Refusal kServersRefusals[] = {
-    kNoCluster,
-    kBadPort,
-    kBadName,
-    {[](const NativeCall &call) { return fuzz::numberOf(call, "NumServers") < 0; }, -99}};
-constexpr Refusal kListRefusals[] = {
-    {[](const NativeCall &call) { return !call.arguments[0].text; }, -99},
-    {[](const NativeCall &call) { return fuzz::isNoPort(call.arguments[1].number); }, -10}};
-
-void checkKey(const NativeCall &call) {
-    fuzz::expectSent(call, 16, fuzz::keyOf(call, "ClusterId"));
-}
 
 // The type of the rule decides whether its range is of addresses, which may be bad, and only those are read.
 bool isBadEnd(const NativeCall &call, const char *member) {
     const std::optional<std::string> text = fuzz::textOf(call, member);
     return text && !fuzz::isAddress(*text);
+}
+
+// As long as the type is Java's: the executor is asked for it otherwise.
+constexpr Refusal kBadBegin = {
+    [](const NativeCall &call) { return call.exchanges.empty() && isBadEnd(call, "AddressBeginRange"); }, -53};
+constexpr Refusal kBadEnd = {
+    [](const NativeCall &call) { return call.exchanges.empty() && isBadEnd(call, "AddressEndRange"); }, -54};
+
+constexpr Refusal kRefusals[] = {kBadPort, kBadName, kNoCluster};
+constexpr Refusal kChangeRefusals[] = {kBadPort, kBadName, kBadType, kBadBegin, kBadEnd, kNoCluster};
+constexpr Refusal kCpsRefusals[] = {kNoCluster};
+constexpr Refusal kServersRefusals[] = {
+    kBadPort,
+    kBadName,
+    {[](const NativeCall &call) { return fuzz::numberOf(call, "NumServers") < 0; }, -99},
+    {[](const NativeCall &call) { return call.status == -28 && fuzz::isMany(fuzz::numberOf(call, "NumServers")); },
+     -28},
+    kNoCluster};
+constexpr Refusal kListRefusals[] = {
+    {[](const NativeCall &call) { return fuzz::isNoPort(call.arguments[1].number); }, -10},
+    {[](const NativeCall &call) { return !call.arguments[0].text; }, -99}};
+
+void checkKey(const NativeCall &call) {
+    fuzz::expectSent(call, 16, fuzz::keyOf(call, "ClusterId"));
 }
 
 void checkChange(const NativeCall &call) {

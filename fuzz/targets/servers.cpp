@@ -22,20 +22,26 @@ constexpr Refusal kBadReturn = {
     [](const NativeCall &call) { return fuzz::isBadAddress(call, "SetReturnAddress", "_sReturnAddress"); }, -76};
 constexpr Refusal kBadRouter = {
     [](const NativeCall &call) { return fuzz::isBadAddress(call, "SetRouterAddress", "_sRouterAddress"); }, -49};
-constexpr Refusal kAddRefusals[] = {kNoName, kLongName, kNoCluster, kBadPort, kBadWeight, kBadReturn, kBadRouter};
-constexpr Refusal kChangeRefusals[] = {kNoCluster, kBadPort, kBadWeight, kBadReturn, kBadRouter};
-constexpr Refusal kRefusals[] = {kNoCluster, kBadPort};
+// Listeners are looked at before; whether they are refused is checked apart.
+constexpr Refusal kNoClusterOfChange = {
+    [](const NativeCall &call) { return call.status != -17 && call.status != -78 && fuzz::isNull(call, "ClusterId"); },
+    -99};
+constexpr Refusal kAddRefusals[] = {kNoName,    kLongName,  kBadPort,          kBadWeight,
+                                    kBadReturn, kBadRouter, kNoClusterOfChange};
+constexpr Refusal kChangeRefusals[] = {kBadPort, kBadWeight, kBadReturn, kBadRouter, kNoClusterOfChange};
+constexpr Refusal kRefusals[] = {kBadPort, kNoCluster};
 constexpr Refusal kCpsRefusals[] = {
     {[](const NativeCall &call) { return fuzz::numberOf(call, "iServerIdKey") < 0; }, -99},
-    kNoCluster,
     kBadPort,
-    {[](const NativeCall &call) { return fuzz::numberOf(call, "_iCPSCount") < 0; }, -99}};
+    {[](const NativeCall &call) { return fuzz::numberOf(call, "_iCPSCount") < 0; }, -99},
+    kNoCluster};
 constexpr Refusal kListRefusals[] = {
-    {[](const NativeCall &call) { return !call.arguments[0].text; }, -99},
-    {[](const NativeCall &call) { return fuzz::isNoPort(call.arguments[1].number); }, -10}};
+    {[](const NativeCall &call) { return fuzz::isNoPort(call.arguments[1].number); }, -10},
+    {[](const NativeCall &call) { return !call.arguments[0].text; }, -99}};
 constexpr Refusal kWeightRefusals[] = {
-    {[](const NativeCall &call) { return fuzz::isNull(call, "sClusterID"); }, -99},
-    {[](const NativeCall &call) { return fuzz::isNoPort(fuzz::numberOf(call, "iPortNumber")); }, -10}};
+    {[](const NativeCall &call) { return fuzz::isNoPort(fuzz::numberOf(call, "iPortNumber")); }, -10},
+    {[](const NativeCall &call) { return call.status == -28 && fuzz::isMany(call.arguments[0].number); }, -28},
+    {[](const NativeCall &call) { return fuzz::isNull(call, "sClusterID"); }, -99}};
 
 template <std::size_t offset> void checkKey(const NativeCall &call) {
     fuzz::expectSent(call, offset, fuzz::keyOf(call, "ClusterId"));
