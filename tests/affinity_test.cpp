@@ -428,6 +428,12 @@ TEST_F(ServerDirectedAffinityTest, NegativeCountsReadNothing) {
         EXPECT_EQ(ask(), 0);
         EXPECT_EQ(java::getInt(request, "iNumAffinities"), count);
         expectFilled(0, 4);
+        EXPECT_EQ(allocations, 0);
+        for (const char *name : {"aiClientAddr", "aiServerAddr", "aiNumActive", "aiAgeOrResponse"})
+            java::setNull(request, name, "[I");
+        java::setInt(request, "iNumAffinities", 0);
+        EXPECT_EQ(ask(), 0);
+        EXPECT_EQ(java::takeException(), "");
     }
 }
 

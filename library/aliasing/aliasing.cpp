@@ -133,7 +133,7 @@ JNIEXPORT jint NATIVE(configureAddressNative)(JNIEnv *env, jobject interface, jo
     int32_t status = kStatusNoInterface;
     if (plain) {
         if (reconfiguring)
-            NATIVE(unconfigureAddressNative)(env, interface, config);
+            (void)NATIVE(unconfigureAddressNative)(env, interface, config); // it goes up again whatever came of this
         status = provided ? configure(target, reconfiguring, name.text, netmask.text)
                           : configureFromList(target, reconfiguring);
     }

@@ -46,19 +46,19 @@ int32_t prv_EXC_Command_Kernel(rk::CommandHeader *block);
 namespace rk {
 
 // Puts code and length into the header and sends the block; returns what prv_EXC_Command returns.
-inline int32_t send(CommandHeader &header, Command command, std::size_t length) {
+[[nodiscard]] inline int32_t send(CommandHeader &header, Command command, std::size_t length) {
     header.command = command;
     header.length = static_cast<uint32_t>(length);
     return prv_EXC_Command(&header);
 }
 
 // Sends a record of the shared block under a code; its length word is the record's size.
-template <typename Record> int32_t send(Record &record, Command command) {
+template <typename Record> [[nodiscard]] int32_t send(Record &record, Command command) {
     return send(record.header, command, sizeof(Record));
 }
 
 // Sends a command that consists of its header.
-inline int32_t send(CommandHeader &header, Command command) {
+[[nodiscard]] inline int32_t send(CommandHeader &header, Command command) {
     return send(header, command, sizeof(CommandHeader));
 }
 

@@ -66,7 +66,7 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
         record.address = address; // a text that does not parse matters only when the address is to be changed, below
     optional(env, cluster, "SetMaxNumberOfPorts", record.setMaxPorts, "MaxNumberOfPorts", record.maxPorts);
     if (flagFromJava(env, cluster, "SetPrimaryHost", record.setPrimaryHost))
-        addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost);
+        (void)addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost); // a bad one is no reason to refuse
     optional(env, cluster, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
              record.defaultPortMaxServers);
     optional(env, cluster, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
@@ -174,8 +174,8 @@ JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject clus
     if (!required(env, cluster, "cluster"))
         return kStatusOther;
     ClusterReportRecord &record = ucb.clusterReport;
-    NetworkAddress unused; // the address is parsed, and a host name resolved, but the key alone names the cluster
-    addressFromJava(env, cluster, "Address", unused);
+    NetworkAddress unused; // a host name is resolved, as Java servers are used to, but the key alone names the cluster
+    (void)addressFromJava(env, cluster, "Address", unused);
     if (!keyFromJava(env, cluster, record.clusterKey))
         return kStatusNoIdentifier;
     if (const int32_t status = sendAndMap(record, Command::readClusterReport, kReasons); status != 0)

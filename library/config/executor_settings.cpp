@@ -127,7 +127,7 @@ JNIEXPORT jint NATIVE(setExecutorStatusNative)(JNIEnv *env, jobject, jobject sta
     optionalText(env, status, "SetConfigFileName", record.setConfigFileName, "ConfigFileName", record.configFileName);
     // The interval travels whatever its flag says, and its flag is not handed back, both on purpose.
     fromJava(env, status, "iCookieExpireInterval", record.cookieExpireInterval);
-    flagFromJava(env, status, "SetCookieExpireInterval", record.setCookieExpireInterval);
+    (void)flagFromJava(env, status, "SetCookieExpireInterval", record.setCookieExpireInterval);
 
     const int32_t result = send(record, Command::writeExecutorSettings);
     if (result != 0) {

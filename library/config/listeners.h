@@ -10,10 +10,10 @@ namespace rk {
 // Fills the first `count` entries from the listeners of a Java server object. Returns 0; -17 when a listener or its
 // address cannot be had; -78 when anything else of it cannot, for a mapped port outside 0 to 65535, and for more
 // listeners than the record has room for.
-int32_t listenersFromJava(JNIEnv *env, jobject server, jint count, ServerRecord &record);
+[[nodiscard]] int32_t listenersFromJava(JNIEnv *env, jobject server, jint count, ServerRecord &record);
 
 // Hands the record's listeners to a Java server object. Returns 0; -10 when Java and executor have both more than one
 // and not the same number; -78 when a listener cannot be had or does not take its values.
-int32_t listenersToJava(JNIEnv *env, jobject server, const ServerRecord &record);
+[[nodiscard]] int32_t listenersToJava(JNIEnv *env, jobject server, const ServerRecord &record);
 
 } // namespace rk

@@ -22,6 +22,6 @@ namespace rk {
 // The first steps of a list of what hangs below a port: the key of the cluster's identifier, and the port's report,
 // which tells how many there are. Returns 0; -10 for a port outside 0 to 65535, else -99 without an identifier (nothing
 // is sent in these cases); otherwise the channel's result.
-int32_t reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey);
+[[nodiscard]] int32_t reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey);
 
 } // namespace rk

@@ -143,8 +143,8 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status != 0)
         return status;
-    flagFromJava(env, rule, "SetConfigSource", record.setConfigSource);
-    fromJava(env, rule, "_iConfigSource", record.configSource); // whatever the flag says
+    (void)flagFromJava(env, rule, "SetConfigSource", record.setConfigSource); // the source travels whatever it says
+    fromJava(env, rule, "_iConfigSource", record.configSource);
     status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
         return status;

@@ -38,7 +38,8 @@ int32_t respond(JNIEnv *env, jobject request, int32_t status) {
     return status;
 }
 
-// The key of a server whose identifier is its dotted address.
+// The key of a server whose identifier is its dotted address. The int is in host order, and getAddress prints bytes as
+// they stand in memory: converted first, 10.0.0.5 has the key of "10.0.0.5" on machines of either byte order.
 uint32_t keyOfAddress(jint address) {
     char text[16];
     getAddress(networkOrder(address).word, text);
@@ -141,10 +142,7 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     toJava(env, request, "iResponse", record.response);
     toJava(env, request, "iTime", record.now);
     toJava(env, request, "iNumAffinities", record.count);
-    if (record.count != 0)
-        if (const int32_t status =
-                entriesToJava(env, request, entries, entriesWithin(static_cast<int32_t>(record.count), room));
-            status != 0)
-            return respond(env, request, status);
-    return 0;
+    const int filled = entriesWithin(static_cast<int32_t>(record.count), room);
+    const int32_t status = filled == 0 ? 0 : entriesToJava(env, request, entries, filled);
+    return status == 0 ? 0 : respond(env, request, status);
 }

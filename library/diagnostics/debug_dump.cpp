@@ -226,7 +226,7 @@ int32_t printBytesInformation() {
 JNIEXPORT jstring NATIVE(xmiscNative)(JNIEnv *env, jobject, jint subCommand, jint argument1, jint argument2,
                                       jint argument3) {
     if (subCommand == kSubByteCounters) {
-        printBytesInformation();
+        (void)printBytesInformation(); // the answer is the same when it fails
         return env->NewStringUTF("OK (Output is in rkserver window.)\n");
     }
     DebugRequestRecord &request = ucb.debugRequest;

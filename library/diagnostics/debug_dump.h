@@ -7,5 +7,5 @@ extern "C" {
 
 // Asks for the byte counters and walks the whole configuration that comes back; shows nothing. Returns the status of
 // the command, or the length of the last address's text.
-int32_t printBytesInformation();
+[[nodiscard]] int32_t printBytesInformation();
 }

@@ -38,7 +38,7 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
     auto *text = static_cast<char *>(malloc(bytes));
     if (text == nullptr)
         return nullptr;
-    send(ucb.header, command, kWireBytes);
+    (void)send(ucb.header, command, kWireBytes);
     text[0] = '\0';
     append(text, bytes, kBanner, kBannerLength);
     const char *log = ucb.logRequest.text;
@@ -51,18 +51,18 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
 } // namespace
 
 // Level and filter are partial updates of the executor's settings: what else stands in the block, flags included, is
-// what the command before left there.
+// what the command before left there. Like emptying the log, they return the banner whether or not the executor obeys.
 JNIEXPORT jstring NATIVE(xloglevelNative)(JNIEnv *env, jobject, jint level) {
     ucb.executor.traceLevel = level;
     ucb.executor.setTraceLevel = 1;
-    send(ucb.executor, Command::writeExecutorSettings);
+    (void)send(ucb.executor, Command::writeExecutorSettings);
     return env->NewStringUTF(kBanner);
 }
 
 JNIEXPORT jstring NATIVE(xlogfilterNative)(JNIEnv *env, jobject, jint filter) {
     ucb.executor.logFilter = filter;
     ucb.executor.setLogFilter = 1;
-    send(ucb.executor, Command::writeExecutorSettings);
+    (void)send(ucb.executor, Command::writeExecutorSettings);
     return env->NewStringUTF(kBanner);
 }
 
@@ -80,6 +80,6 @@ JNIEXPORT jstring NATIVE(xlogtailNative)(JNIEnv *env, jobject, jint size) {
 }
 
 JNIEXPORT jstring NATIVE(xlogclearNative)(JNIEnv *env, jobject) {
-    send(ucb.shortRecord, Command::clearLog);
+    (void)send(ucb.shortRecord, Command::clearLog);
     return env->NewStringUTF(kBanner);
 }

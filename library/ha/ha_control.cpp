@@ -58,13 +58,13 @@ JNIEXPORT jint NATIVE(backupAddNative)(JNIEnv *env, jobject, jint first, jint se
     if (number < 1 || checkPort(number) != 0)
         return kStatusBadPort;
     record.third = static_cast<uint32_t>(number);
-    send(record, Command::addBackup);
+    (void)send(record, Command::addBackup);
     return 0;
 }
 
 // Likewise.
 JNIEXPORT jint NATIVE(backupDelNative)(JNIEnv *, jobject) {
-    send(ucb.header, Command::deleteBackup);
+    (void)send(ucb.header, Command::deleteBackup);
     return 0;
 }
 

@@ -13,10 +13,10 @@ NetworkPort toNetworkPort(jint port); // low 16 bits
 jint fromNetworkPort(NetworkPort port);
 
 // A port number of Java: 0, or kStatusBadPort when it is outside 0 to 65535.
-int32_t checkPort(jint port);
+[[nodiscard]] int32_t checkPort(jint port);
 
 // The same for an int field, whose value is stored.
-int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &port);
+[[nodiscard]] int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &port);
 
 // The key of the String field ClusterId. False, and nothing is stored, when it has no characters: the command would be
 // about the cluster of the command before. Callers refuse just before they would send, with kStatusOther, since the
@@ -31,6 +31,6 @@ uint32_t serverKeyFromJava(JNIEnv *env, jobject server);
 
 // The String field RuleName, with its terminator. Returns 0, or kStatusBadRuleName when there is none or it is longer
 // than 20 characters.
-int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]);
+[[nodiscard]] int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]);
 
 } // namespace rk

@@ -23,7 +23,7 @@ void copyString(JNIEnv *env, jstring string, char *field);
 void textFromJava(JNIEnv *env, jobject obj, const char *name, char *field); // from a String field
 
 // Reads a change flag into the record; true when it is exactly 1, which alone means that its setting is given.
-bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag);
+[[nodiscard]] bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag);
 
 // A setting that Java may leave alone: its flag always travels, its value only when the flag is 1.
 template <typename Field>
@@ -83,11 +83,11 @@ template <std::size_t Size> void bytesToJava(JNIEnv *env, jobject obj, const cha
 }
 
 // The address in a String field: 0, or -21 when it does not parse. A text that cannot be had gives address 0.
-int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress &address);
+[[nodiscard]] int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress &address);
 
 // Checks the identifier of an object that is to be added, and stores its key into the Java field `keyName`. Returns 0,
 // `missing` when there are no characters, or `tooLong` for more than 64 bytes of modified UTF-8.
-int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName, int32_t missing,
-                            int32_t tooLong);
+[[nodiscard]] int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName,
+                                          int32_t missing, int32_t tooLong);
 
 } // namespace rk

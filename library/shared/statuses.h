@@ -20,7 +20,8 @@ struct ReasonRow {
 int32_t statusOf(int32_t reason, std::span<const ReasonRow> rows);
 
 // Sends a record of the shared block: 0, or the status that the rows give for the executor's reason.
-template <typename Record> int32_t sendAndMap(Record &record, Command command, std::span<const ReasonRow> rows) {
+template <typename Record>
+[[nodiscard]] int32_t sendAndMap(Record &record, Command command, std::span<const ReasonRow> rows) {
     return send(record, command) == 0 ? 0 : statusOf(record.header.reason, rows);
 }
 

@@ -53,6 +53,8 @@ void expectNothingLeft(const Scenario &scenario, const Result &result) {
     EXPECT_EQ(fake_java::misuses(), std::vector<std::string>());
     EXPECT_LE(fake_java::mostReferences(), 16) << "more local references than the JNI promises room for";
     EXPECT_EQ(calls::blocksHeld(), 0);
+    for (const std::size_t size : calls::allocationSizes())
+        EXPECT_GT(size, 0u) << "of no memory the system may give null";
 }
 
 } // namespace faults
