@@ -182,7 +182,7 @@ TEST_F(AddressParsingTest, NumbersThatNoIntHoldsAreNone) {
                                                      {"18446744073709551696", -1}, // 2^64 + 80
                                                      {"99999999999999999999999999", -1}};
     for (const auto &[text, expected] : rows)
-        for (const std::size_t zeros : {0, 1, 9, 10, 11, 500})
+        for (const std::size_t zeros : {0u, 1u, 9u, 10u, 11u, 500u})
             EXPECT_EQ(get_number((std::string(zeros, '0') + text).c_str()), expected) << text << ' ' << zeros;
     EXPECT_EQ(get_number(std::string(10000, '0').c_str()), 0);
     EXPECT_EQ(get_number((std::string(10000, '0') + "80x").c_str()), -1);

@@ -226,6 +226,15 @@ TEST_F(PortsTest, PortNumbersGoFrom0To65535) {
     expectFlags(port, 7);
 }
 
+// Adding and changing look at the number once more in the routine that they share.
+TEST_F(PortsTest, TheSharedRoutineChecksTheNumberItself) {
+    for (const jint number : {-1, 65536}) {
+        java::setInt(port, "PortNumber", number);
+        EXPECT_EQ(AddOrSetPort(java::env(), nullptr, port), -10);
+    }
+    EXPECT_TRUE(executor::sent().empty());
+}
+
 TEST_F(PortsTest, WithoutClusterIdentifierNothingIsSent) {
     giveAll(port, 7);
     for (const Method &method : kMethods) {
