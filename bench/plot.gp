@@ -25,7 +25,7 @@ least_code = "unset key; unset logscale; set yrange [*:*]; set offsets 0, 0, 0.5
     . "set label 3 machine at screen 0.5, 0.05 center; " \
     . as_fast . line(2, 1.05, "dashtype 2 linecolor '#b03030'", " 1.05: 5 % slower", "left") \
     . ratios(0) . "unset arrow; unset label; "
-others = "set title 'Other ways to do the same, compared with the library' offset 0, 1; " \
+others = "set title 'Other ways to do the same, compared with the library' offset -5, 1; " \
     . "set logscale x; set xrange [*<0.01:1.5<*]; set format x '%g'; set xtics autofreq; " \
     . "set xlabel 'time of the other way / time of the library'; " \
     . as_fast . line(2, 0.1, "dashtype 2 linecolor '#909090'", "ten times faster", "center") \
