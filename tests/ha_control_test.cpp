@@ -11,24 +11,12 @@ constexpr char kTwoStrings[] = "(Ljava/lang/String;Ljava/lang/String;)I";
 // A text of Java, or none.
 using Text = const char *;
 
-// Strings made in its life are dropped at its end: the VM's checks count them.
-struct LocalFrame {
-    LocalFrame() {
-        java::env()->PushLocalFrame(16);
-    }
-    ~LocalFrame() {
-        java::env()->PopLocalFrame(nullptr);
-    }
-    LocalFrame(const LocalFrame &) = delete;
-    LocalFrame &operator=(const LocalFrame &) = delete;
-};
-
 jstring string(Text text) {
     return text == nullptr ? nullptr : java::makeString(text);
 }
 
 jint backupAdd(jint first, jint second, Text port) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("backupAddNative", "(IILjava/lang/String;)I", first, second, string(port));
 }
 
@@ -37,13 +25,13 @@ jint backupDel() {
 }
 
 jint addReach(Text address, Text mask, jint argument) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("addReachNative", "(Ljava/lang/String;Ljava/lang/String;I)I", string(address), string(mask),
                          argument);
 }
 
 jint delReach(Text address) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("delReachNative", kOneString, string(address));
 }
 
@@ -52,17 +40,17 @@ jint chgReach(jint first, jint second, jint third) {
 }
 
 jint addHeartbeat(Text first, Text second) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("addHBNative", kTwoStrings, string(first), string(second));
 }
 
 jint delHeartbeat(Text address) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("delHBNative", kOneString, string(address));
 }
 
 jint setTimers(const std::vector<Text> &texts) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     constexpr char kSevenStrings[] = "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;"
                                      "Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)I";
     return java::callInt("setTimersNative", kSevenStrings, string(texts.at(0)), string(texts.at(1)),
@@ -71,7 +59,7 @@ jint setTimers(const std::vector<Text> &texts) {
 }
 
 jint takeover(Text address) {
-    const LocalFrame frame;
+    const java::LocalFrame frame;
     return java::callInt("takeoverNative", kOneString, string(address));
 }
 

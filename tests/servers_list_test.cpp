@@ -1,112 +1,99 @@
 // The list of the servers of a port, and of their keys.
-#include "harness/library_test.h"
-#include "harness/servers.h"
+#include "contract/list_contract.h"
 
 #include <cstring>
 
 namespace {
 
-using executor::Image;
-using servers::kKeyOfWeb;
-using Names = std::vector<std::string>;
+constexpr std::size_t kEntries = 48;
+constexpr std::size_t kStride = 88;
 
-std::size_t entryAt(std::size_t i) {
-    return 48 + 88 * i;
+jint ask(jobject list, jstring cluster, jint port, jobject keys) {
+    return java::callInt("getServersListNative", "(Ljava/lang/String;ILjava/lang/Object;[I)I", cluster, port, list,
+                         keys);
 }
 
-struct ServersListTest : LibraryTest {
+const List kList = {
+    .method = {"getServersListNative", 31},
+    .ask =
+        [](jobject list, jstring cluster, jint port) {
+            return ask(list, cluster, port, java::makeIntArray({-1, -1, -1, -1}));
+        },
+    .count =
+        [](uint32_t entries) {
+            executor::answer(15, executor::reply({{36, entries}}));
+        },
+    .request = [](uint32_t entries) { return Image(48, 0).word(16, kKeyOfWeb).hex(20, "0050").word(44, entries); },
+    .nameAt = kEntries + 8,
+    .stride = kStride,
+    .width = 80,
+    .countAt = 44,
+    .believesReply = false,
+    .statuses = {{-5, -5},
+                 {-1, -12},
+                 {-11, -99},
+                 {-13, -99},
+                 {-36, -99},
+                 {0, -99},
+                 {-2, -99},
+                 {-4, -99},
+                 {-6, -99},
+                 {1, -99},
+                 {5, -99}},
+    .report = [] { return Image(72).header(15, 72).word(16, kKeyOfWeb).hex(20, "0050"); },
+};
+
+INSTANTIATE_TEST_SUITE_P(Servers, ListContract, testing::Values(kList), kNameOfMethod);
+INSTANTIATE_TEST_SUITE_P(Servers, ListAfterReportContract, testing::Values(kList), kNameOfMethod);
+INSTANTIATE_TEST_SUITE_P(Servers, ListOfNamesContract, testing::Values(kList), kNameOfMethod);
+INSTANTIATE_TEST_SUITE_P(Servers, ListOfClusterContract, testing::Values(kList), kNameOfMethod);
+INSTANTIATE_TEST_SUITE_P(Servers, ListOfPortContract, testing::Values(kList), kNameOfMethod);
+
+// --- The keys --------------------------------------------------------------------------------------------------------
+
+struct ServersListTest : ListTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        list = java::make("java/lang/StringBuffer");
+        ListTest::SetUp();
         keys = java::makeIntArray({-1, -1, -1, -1});
-        cluster = java::makeString("web");
     }
 
-    // The port has these servers, with keys from 700 on; the executor says that it has filled `replied` entries.
-    static void serversOfPort(const Names &identifiers, uint32_t replied) {
-        executor::answer(15, executor::reply({{36, static_cast<uint32_t>(identifiers.size())}}));
-        executor::answer(31, [=](uint8_t *block, uint32_t length) {
-            for (std::size_t i = 0; i < identifiers.size() && entryAt(i + 1) <= length; ++i) {
+    // The port has these servers, with keys from 700 on.
+    static void serversOfPort(const Names &identifiers) {
+        kList.count(static_cast<uint32_t>(identifiers.size()));
+        executor::answer(31, [=](uint8_t *block, uint32_t) {
+            for (std::size_t i = 0; i < identifiers.size(); ++i) {
+                uint8_t *entry = block + kEntries + kStride * i;
                 const uint32_t key = 700 + static_cast<uint32_t>(i);
-                memcpy(block + entryAt(i), &key, sizeof(key));
-                memcpy(block + entryAt(i) + 8, identifiers[i].c_str(),
-                       std::min<std::size_t>(identifiers[i].size() + 1, 80));
+                memcpy(entry, &key, sizeof(key));
+                memcpy(entry + 8, identifiers[i].c_str(), identifiers[i].size() + 1);
             }
-            memcpy(block + 44, &replied, sizeof(replied));
             return 0;
         });
     }
 
-    static void serversOfPort(const Names &identifiers) {
-        serversOfPort(identifiers, static_cast<uint32_t>(identifiers.size()));
+    jint askForKeys() {
+        return counted([&] { return ask(list, java::makeString("web"), 80, keys); });
     }
 
-    jint ask(jint port = 80) {
-        calls::countAllocations(failing);
-        const jint status = java::callInt("getServersListNative", "(Ljava/lang/String;ILjava/lang/Object;[I)I", cluster,
-                                          port, list, keys);
-        held = calls::blocksHeld();
-        sizes = calls::allocationSizes();
-        calls::countAllocations();
-        return status;
-    }
-
-    void expectNothingListed() const {
-        EXPECT_EQ(java::text(list), "");
-        EXPECT_EQ(java::intsOf(keys), std::vector<jint>(4, -1));
+    void expectList(const std::string &text, const std::vector<jint> &expected) const {
+        EXPECT_EQ(java::text(list), text);
+        EXPECT_EQ(java::intsOf(keys), expected);
         EXPECT_EQ(held, 0);
     }
 
-    jobject list = nullptr;
     jobject keys = nullptr;
-    jobject cluster = nullptr;
-    int failing = 0;
-    int held = -1;
-    std::vector<std::size_t> sizes;
 };
 
-TEST_F(ServersListTest, NamesFollowOneAnotherEachLedByAPlusAndKeysStandInTheArray) {
+TEST_F(ServersListTest, KeysStandInTheArray) {
     serversOfPort({"s1", "s2", "a b"});
-    EXPECT_EQ(java::referencesKept([&] { EXPECT_EQ(ask(), 0); }), 0u);
-    EXPECT_EQ(java::text(list), "+s1+s2+a b");
-    EXPECT_EQ(java::intsOf(keys), std::vector<jint>({700, 701, 702, -1}));
-    EXPECT_EQ(held, 0);
+    EXPECT_EQ(askForKeys(), 0);
+    expectList("+s1+s2+a b", {700, 701, 702, -1});
 }
 
-TEST_F(ServersListTest, AsksThePortForItsServersFirst) {
-    serversOfPort({"s1", "s2", "s3"});
-    EXPECT_EQ(ask(258), 0);
-    ASSERT_EQ(executor::commandsSent(), std::vector<int32_t>({15, 31}));
-    EXPECT_EQ(executor::dump(executor::sent()[0]),
-              executor::dump(Image(72).header(15, 72).word(16, kKeyOfWeb).hex(20, "0102").bytes));
-    const auto length = static_cast<uint32_t>(entryAt(3));
-    EXPECT_SENT(Image(length, 0).header(31, length).word(16, kKeyOfWeb).hex(20, "0102").word(44, 3));
-    EXPECT_EQ(sizes, std::vector<std::size_t>({10000, length}));
-}
-
-TEST_F(ServersListTest, AppendsToWhatTheBufferHolds) {
-    serversOfPort({"s1"});
-    EXPECT_EQ(ask(), 0);
-    EXPECT_EQ(ask(), 0);
-    EXPECT_EQ(java::text(list), "+s1+s1");
-}
-
-TEST_F(ServersListTest, NoServersGiveTheEmptyTextAndUntouchedKeys) {
+TEST_F(ServersListTest, NoServersLeaveTheKeysUntouched) {
     serversOfPort({});
-    EXPECT_EQ(ask(), 0);
-    EXPECT_SENT(Image(48, 0).header(31, 48).word(16, kKeyOfWeb).hex(20, "0050").word(44, 0));
-    expectNothingListed();
-}
-
-TEST_F(ServersListTest, TheReportsNumberOfServersCountsNotTheRepliesOne) {
-    for (const uint32_t replied : {0u, 2u, 4u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
-        executor::reset();
-        list = java::make("java/lang/StringBuffer");
-        serversOfPort({"s1", "s2", "s3"}, replied);
-        EXPECT_EQ(ask(), 0);
-        EXPECT_EQ(java::text(list), "+s1+s2+s3") << replied;
-        EXPECT_EQ(java::intsOf(keys), std::vector<jint>({700, 701, 702, -1}));
-    }
+    EXPECT_EQ(askForKeys(), 0);
+    expectList("", {-1, -1, -1, -1});
 }
 
 TEST_F(ServersListTest, AKeyArrayThatIsTooShortIsFilledAsFarAsItReaches) {
@@ -114,10 +101,39 @@ TEST_F(ServersListTest, AKeyArrayThatIsTooShortIsFilledAsFarAsItReaches) {
     for (const std::vector<jint> &filled : {std::vector<jint>{700, 701}, {}}) {
         keys = java::makeIntArray(std::vector<jint>(filled.size(), -1));
         list = java::make("java/lang/StringBuffer");
-        EXPECT_EQ(ask(), 0);
-        EXPECT_EQ(java::text(list), "+s1+s2+s3");
-        EXPECT_EQ(java::intsOf(keys), filled);
+        EXPECT_EQ(askForKeys(), 0);
+        expectList("+s1+s2+s3", filled);
     }
+}
+
+TEST_F(ServersListTest, AMissingKeyArrayIsNamed) {
+    keys = nullptr;
+    askForKeys();
+    EXPECT_EQ(java::takeException(), "java.lang.NullPointerException: keys");
+    EXPECT_EQ(java::text(list), "");
+    EXPECT_TRUE(executor::sent().empty());
+}
+
+TEST_F(ServersListTest, ThousandsOfKeys) {
+    std::vector<jint> expected;
+    for (int i = 0; i < 5000; ++i)
+        expected.push_back(700 + i);
+    serversOfPort(Names(5000, "s"));
+    keys = java::makeIntArray(std::vector<jint>(5000, -1));
+    EXPECT_EQ(askForKeys(), 0);
+    EXPECT_EQ(java::intsOf(keys), expected);
+}
+
+TEST_F(ServersListTest, ATextThatCannotGrowEndsTheKeysWithTheNames) {
+    serversOfPort(Names(200, std::string(64, 'x'))); // 65 characters each: 153 fit into 10000
+    keys = java::makeIntArray(std::vector<jint>(200, -1));
+    failing = 3; // the text's growth
+    EXPECT_EQ(askForKeys(), 0);
+    EXPECT_EQ(java::text(list).size(), 153u * 65);
+    const std::vector<jint> values = java::intsOf(keys);
+    EXPECT_EQ(values[152], 700 + 152);
+    EXPECT_EQ(values[153], -1);
+    EXPECT_EQ(held, 0);
 }
 
 // --- How the keys reach Java -----------------------------------------------------------------------------------------
@@ -146,7 +162,7 @@ struct KeyArrayTest : ServersListTest {
             ++elements.released;
             elements.mode = mode;
         };
-        return ask();
+        return askForKeys();
     }
 };
 
@@ -166,9 +182,7 @@ TEST_F(KeyArrayTest, TheArrayItselfIsNotReleased) {
 }
 
 TEST_F(KeyArrayTest, AFailedListDoesNotTouchTheArray) {
-    serversOfPort({"s1"});
-    executor::reset();
-    executor::answer(15, executor::reply({{36, 1}}));
+    kList.count(1);
     executor::answer(31, executor::refuse(-5));
     EXPECT_EQ(askWith(JNI_TRUE), -5);
     EXPECT_EQ(elements.values[0], -1);
@@ -180,128 +194,9 @@ TEST_F(KeyArrayTest, WithoutElementsTheNamesAreListedAllTheSame) {
     {
         java::PatchedEnv patched;
         patched.functions.GetIntArrayElements = [](JNIEnv *, jintArray, jboolean *) -> jint * { return nullptr; };
-        ask();
+        askForKeys();
     }
     EXPECT_EQ(java::text(list), "+s1+s2");
-    EXPECT_EQ(held, 0);
-}
-
-// --- Refusals and shortage -------------------------------------------------------------------------------------------
-
-TEST_F(ServersListTest, PortsAre16Bits) {
-    for (const jint port : {-1, 65536, 65536 + 80, -2147483647 - 1}) {
-        EXPECT_EQ(ask(port), -10) << port;
-        expectNothingListed();
-    }
-    EXPECT_TRUE(executor::sent().empty());
-    serversOfPort({"s1"});
-    EXPECT_EQ(ask(0), 0);
-    EXPECT_EQ(ask(65535), 0);
-}
-
-TEST_F(ServersListTest, NullsAreNamedOrRefused) {
-    serversOfPort({"s1"});
-    cluster = nullptr;
-    EXPECT_EQ(ask(), -99);
-    expectNothingListed();
-    cluster = java::makeString("web");
-    jobject given = keys;
-    keys = nullptr;
-    ask();
-    EXPECT_EQ(java::takeException(), "java.lang.NullPointerException: keys");
-    EXPECT_EQ(java::text(list), "");
-    keys = given;
-    list = nullptr;
-    ask();
-    EXPECT_EQ(java::takeException(), "java.lang.NullPointerException: list");
-    EXPECT_EQ(held, 0);
-    EXPECT_TRUE(executor::sent().empty());
-}
-
-TEST_F(ServersListTest, AFailedReportIsReturnedAsItComes) {
-    for (const int32_t result : {-1, 17, -2}) {
-        executor::reset();
-        executor::answer(15, executor::refuse(-5, result));
-        EXPECT_EQ(ask(), result);
-        EXPECT_EQ(executor::commandsSent(), std::vector<int32_t>({15}));
-        expectNothingListed();
-    }
-}
-
-TEST_F(ServersListTest, ReasonsOfAFailedListBecomeStatuses) {
-    const int32_t rows[][2] = {{-5, -5},  {-1, -12}, {-11, -99}, {-13, -99}, {-36, -99}, {0, -99},
-                               {-2, -99}, {-4, -99}, {-6, -99},  {1, -99},   {5, -99}};
-    for (const auto &[reason, status] : rows)
-        for (const int32_t result : {-1, 19}) {
-            executor::reset();
-            executor::answer(15, executor::reply({{36, 1}}));
-            executor::answer(31, executor::refuse(reason, result));
-            EXPECT_EQ(ask(), status) << reason;
-            expectNothingListed();
-        }
-}
-
-TEST_F(ServersListTest, AnImpossibleNumberOfServersIsOutOfMemory) {
-    for (const uint32_t count : {0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFFu, 48806446u}) { // the last: 2^32 bytes
-        executor::reset();
-        executor::answer(15, executor::reply({{36, count}}));
-        EXPECT_EQ(ask(), -28) << count;
-        EXPECT_EQ(executor::commandsSent(), std::vector<int32_t>({15}));
-        EXPECT_EQ(sizes, std::vector<std::size_t>({10000}));
-        expectNothingListed();
-    }
-    executor::reset();
-    executor::answer(15, executor::reply({{36, 48806445}}));
-    failing = 2;
-    EXPECT_EQ(ask(), -28);
-    EXPECT_EQ(sizes, std::vector<std::size_t>({10000, 4294967208}));
-}
-
-TEST_F(ServersListTest, WithoutMemory) {
-    serversOfPort({"s1"});
-    failing = 1; // the text
-    EXPECT_EQ(ask(), -28);
-    EXPECT_TRUE(executor::sent().empty());
-    expectNothingListed();
-    failing = 2; // the block
-    EXPECT_EQ(ask(), -28);
-    EXPECT_EQ(executor::commandsSent(), std::vector<int32_t>({15}));
-    expectNothingListed();
-}
-
-TEST_F(ServersListTest, NamesWithoutTerminatorEndWithTheirEntry) {
-    const std::string name(80, 'n');
-    serversOfPort({name, "s2"});
-    EXPECT_EQ(ask(), 0);
-    EXPECT_EQ(java::text(list), "+" + name + "+s2");
-}
-
-TEST_F(ServersListTest, ALongListGrowsTheText) {
-    Names identifiers;
-    std::string expected;
-    std::vector<jint> expectedKeys;
-    for (int i = 0; i < 5000; ++i) {
-        identifiers.push_back("server-number-" + std::to_string(i));
-        expected += "+" + identifiers.back();
-        expectedKeys.push_back(700 + i);
-    }
-    serversOfPort(identifiers);
-    keys = java::makeIntArray(std::vector<jint>(5000, -1));
-    EXPECT_EQ(ask(), 0);
-    EXPECT_EQ(java::text(list), expected);
-    EXPECT_EQ(java::intsOf(keys), expectedKeys);
-    EXPECT_EQ(held, 0);
-}
-
-TEST_F(ServersListTest, ATextThatCannotGrowEndsNamesAndKeysThere) {
-    serversOfPort(Names(200, std::string(64, 'x'))); // 65 characters each: 153 fit into 10000
-    keys = java::makeIntArray(std::vector<jint>(200, -1));
-    failing = 3; // the text's growth
-    EXPECT_EQ(ask(), 0);
-    EXPECT_EQ(java::text(list).size(), 153u * 65);
-    const std::vector<jint> values = java::intsOf(keys);
-    EXPECT_EQ(values[152], 700 + 152);
-    EXPECT_EQ(values[153], -1);
     EXPECT_EQ(held, 0);
 }
 

@@ -139,6 +139,14 @@ std::string takeVmOutput() {
     return std::exchange(output(), "");
 }
 
+LocalFrame::LocalFrame() {
+    env()->PushLocalFrame(256);
+}
+
+LocalFrame::~LocalFrame() {
+    env()->PopLocalFrame(nullptr);
+}
+
 jobject make(const std::string &name) {
     return construct(name, "()V", 0);
 }

@@ -23,6 +23,14 @@ std::string vmVersion();
 const std::string &vmOutput();
 std::string takeVmOutput();
 
+// Objects made in its life are dropped at its end: the VM's checks count them.
+struct LocalFrame {
+    LocalFrame();
+    ~LocalFrame();
+    LocalFrame(const LocalFrame &) = delete;
+    LocalFrame &operator=(const LocalFrame &) = delete;
+};
+
 // New objects by their default constructor; `name` is a class of the API module or, with a slash, a full name.
 jobject make(const std::string &name);
 jobject makeWithInt(const std::string &name, jint argument); // by the constructor that takes an int
