@@ -54,11 +54,17 @@ inline constexpr uint8_t kReachUnknown = 0;
 inline constexpr uint8_t kReachable = 1;
 inline constexpr uint8_t kUnreachable = 2;
 
-// The flag of a connection's state that the executor knows, and the TCP states that it gives connections.
+// The flag of a connection's state that the executor knows, and the TCP states of connections.
 inline constexpr uint8_t kConnectionHalfOpen = 0x01;
+inline constexpr uint8_t kTcpClosed = 0;
 inline constexpr uint8_t kTcpListen = 1;
+inline constexpr uint8_t kTcpSynSent = 2;
 inline constexpr uint8_t kTcpSynReceived = 3;
 inline constexpr uint8_t kTcpEstablished = 4;
+inline constexpr uint8_t kTcpLastAck = 5;
+inline constexpr uint8_t kTcpTimeWait = 6;
+inline constexpr uint8_t kTcpCloseWait = 7;
+inline constexpr uint8_t kTcpFinWait = 8;
 
 // Port types: the transport that a port balances.
 inline constexpr int32_t kPortTypeTcpAndUdp = 0;

@@ -16,8 +16,13 @@ for family in aliasing config ha diagnostics; do
 done
 below[library/diagnostics]+=" library/aliasing/interface_list.h"
 below[executor/state]="rk"
-below[executor/commands]="rk executor/state"
-below[executor/fronts]="rk executor/state executor/commands"
+below[executor/forwarding]="rk executor/state"
+for engine in kernel proxy; do
+    below[executor/forwarding/$engine]="${below[executor/forwarding]} executor/forwarding"
+done
+below[executor/commands]="rk executor/state executor/forwarding"
+below[executor/fronts]="rk executor/state executor/commands executor/forwarding"
+below[executor/fronts]+=" executor/forwarding/kernel executor/forwarding/proxy"
 
 status=0
 while read -r file; do
@@ -31,7 +36,7 @@ while read -r file; do
     fi
     while read -r included; do
         for allowed in "$own" ${below[$room]}; do
-            [[ $included == "$allowed" || $included == "$allowed"/* ]] && continue 2
+            [[ $included == "$allowed" || $(dirname "$included") == "$allowed" ]] && continue 2
         done
         echo "$file includes $included"
         status=1
