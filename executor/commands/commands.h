@@ -46,9 +46,6 @@ int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord
 int32_t readServerReport(const Server &server, ServerReportRecord &record);
 int32_t setServerCps(Server &server, const ServerReportRecord &record);
 
-// The address of a server, as far as its settings tell one; else 0.0.0.0.
-NetworkAddress addressOf(const ServerRecord &settings);
-
 // Fills the entry of a server in a list of a port's or of a rule's servers.
 void fillEntry(ServerListEntry &entry, const Server &server);
 

@@ -5,7 +5,6 @@
 #include "rk/reasons.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 
 namespace rk {
 
@@ -75,14 +74,6 @@ void releaseClientsOf(Port &port, uint32_t serverKey) {
 }
 
 } // namespace
-
-// The record has no field for it: the first listener tells it, else the identifier, when that is an address.
-NetworkAddress addressOf(const ServerRecord &settings) {
-    if (settings.numberOfListeners > 0)
-        return settings.listeners[0].address;
-    in_addr address{};
-    return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
-}
 
 int32_t addServer(Executor &executor, Port &port, const ServerRecord &record) {
     if (findItem(port.servers, record.serverKey) != nullptr)

@@ -159,6 +159,7 @@ struct BoundClient {
 
 // What belongs to a port and to none of its pools.
 struct PortPlan {
+    uint32_t clusterKey = 0; // of the executor's cluster that has the port
     std::map<int32_t, Selector>
         selectors; // by priority: the first that matches decides, without one the port's own pool
     std::map<Address, BoundClient> clients; // by address
@@ -179,11 +180,21 @@ struct PlanSettings {
     auto operator<=>(const PlanSettings &) const = default;
 };
 
-// All of it.
+// How many there are of what makes a setting of the whole machine.
+struct PlanTallies {
+    std::map<uint32_t, int32_t> staleTimeouts[2]; // of each transport: pools with a stale time-out, by it
+    int32_t replicatedPools = 0;
+    int32_t serversWithSource = 0; // one that is in two pools counts twice
+
+    bool operator==(const PlanTallies &) const = default;
+};
+
+// All of it, as far as the engine does it: pools of transports and selectors that it does not do are left out.
 struct Plan {
     PlanSettings settings;
     std::map<PortId, PortPlan> ports; // every port that has a pool
     std::map<PoolId, Pool> pools;
+    PlanTallies tallies; // not for engines
 };
 
 // --- What changed ----------------------------------------------------------------------------------------------------
@@ -213,7 +224,7 @@ struct ClientChange {
 
 struct PoolSettingsChange {
     const Pool *pool = nullptr; // as it is now
-    PoolSettings before;
+    const PoolSettings *before = nullptr;
 };
 
 // The difference between a plan and the one before it. All pointers hold until the engine returns. In each list what is

@@ -29,6 +29,14 @@ uint32_t activeConnections(const Port &port, const Affinity &affinity) {
     }));
 }
 
+// The record has no field for it: the first listener tells it, else the identifier, when that is an address.
+NetworkAddress addressOf(const ServerRecord &settings) {
+    if (settings.numberOfListeners > 0)
+        return settings.listeners[0].address;
+    in_addr address{};
+    return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
+}
+
 int16_t weightWhenUp(const Server &server) {
     return server.isDown ? server.savedWeight : server.settings.weight;
 }

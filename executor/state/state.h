@@ -141,6 +141,9 @@ bool isHalfOpen(const Connection &connection);
 // The number of connections that a bound client has to its server.
 uint32_t activeConnections(const Port &port, const Affinity &affinity);
 
+// The address of a server, as far as its settings tell one; else 0.0.0.0.
+NetworkAddress addressOf(const ServerRecord &settings);
+
 // The weight that a server has when it is up. While the server is down, a new weight waits for that.
 int16_t weightWhenUp(const Server &server);
 void setWeightWhenUp(Server &server, int16_t weight);
