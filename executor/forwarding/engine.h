@@ -24,7 +24,7 @@ struct Counts {
     uint64_t bytesPerSecond = 0;       // in both directions
 };
 
-// What a pool or a server of a pool has counted up to its end.
+// What a pool or a server of a pool has counted up to its end. When a pool ends, its servers end as well.
 struct EndedCounts {
     PoolId pool;
     std::optional<uint32_t> serverKey; // none: the pool itself, all servers that it ever had
@@ -75,6 +75,9 @@ enum class Feature : uint8_t {
 };
 inline constexpr int kFeatures = 20;
 using Features = uint32_t; // a bit for each
+
+// In the words of the log.
+const char *nameOf(Feature feature);
 
 constexpr Features bitOf(Feature feature) {
     return Features{1} << static_cast<unsigned>(feature);

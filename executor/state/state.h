@@ -36,6 +36,8 @@ struct Server {
     bool isDown = false;     // marked down: the weight is 0
     int16_t savedWeight = 0; // of a server that is down: the weight it gets back when it is marked up
     int32_t connectionsPerSecond = 0;
+    uint64_t formerTcpConnections = 0; // counted by what an engine has ended since
+    uint64_t formerUdpConnections = 0; // likewise
 };
 
 struct RuleMember {
@@ -48,6 +50,7 @@ struct Rule {
     RuleRecord settings{};
     int32_t uniqueId = 0;
     int32_t connectionsPerSecond = 0;
+    uint64_t formerConnections = 0;             // counted by what an engine has ended since
     OrderedItems<uint32_t, RuleMember> members; // by server key
 };
 
@@ -115,11 +118,14 @@ struct Executor {
     Counters counters{};
     int32_t timeStarted = 0; // seconds since 1970
     int32_t connectionsPerSecond = 0;
+    uint64_t formerPackets = 0;               // counted by what an engine has ended since
     OrderedItems<uint32_t, Cluster> clusters; // by cluster key
     std::set<uint32_t> clusterAddresses;      // in network byte order
     int64_t nextOrder = 1;
     int32_t nextRuleId = 1;
 };
+
+struct Forwarding; // executor/forwarding
 
 struct ExecutorState {
     bool isProcessReady = false;
@@ -128,6 +134,7 @@ struct ExecutorState {
     std::FILE *log = nullptr; // null: there is no log file
     TraceLog trace;
     Executor executor;
+    Forwarding *forwarding = nullptr; // null: nothing is forwarded
 };
 
 // Whether the trace log keeps lines of this level on commands with this bit in the filter; 0: it never does.
