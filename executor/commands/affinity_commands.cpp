@@ -13,11 +13,6 @@ namespace rk {
 
 namespace {
 
-// The commands of serverDirectedAffinity.
-constexpr int32_t kBindClients = 1;
-constexpr int32_t kReleaseClients = 2;
-constexpr int32_t kReadClients = 3;
-
 // The leading bits of a client's address, which decide the server that it sticks to.
 uint32_t clientMask(const Port &port) {
     const int32_t bits = port.settings.stickyBits;

@@ -81,20 +81,15 @@ int32_t readClusterSettings(const Cluster &cluster, ClusterRecord &record) {
 }
 
 int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const ClusterRecord &record) {
-    ClusterRecord &kept = cluster.settings;
-    ClusterRecord settings = kept;
+    ClusterRecord settings = cluster.settings;
     if (!applySettings(kClusterSettings, record.header, settings.header))
         return kOutOfRange;
-    if (!isAddressUsable(executor, settings.address, kept.address))
+    if (!isAddressUsable(executor, settings.address, cluster.settings.address))
         return kClusterAddress;
     if (!areSettingsValid(settings, numberOf(cluster.ports)))
         return kOutOfRange;
 
-    // Moves the entry to the new address. This takes no memory, so it cannot fail.
-    auto address = executor.clusterAddresses.extract(kept.address.word);
-    address.value() = settings.address.word;
-    executor.clusterAddresses.insert(std::move(address));
-    kept = settings;
+    replaceSettings(executor, cluster, settings);
     return 0;
 }
 

@@ -22,6 +22,23 @@ std::string_view nameOf(const Server *server) {
     return server == nullptr ? "" : textIn(server->settings.serverId);
 }
 
+void appendReason(LogText &line, const CommandHeader &block, const LogText &words) {
+    append(line, " reason=%d (%s", block.reason, reasonText(block.command, block.reason));
+    if (words.length != 0)
+        append(line, ": ");
+    appendName(line, words.text);
+    append(line, ")");
+}
+
+void write(ExecutorState &state, const LogText &line, bool isKept) {
+    if (isKept)
+        addLine(state.trace, line.text);
+    if (state.log == nullptr)
+        return;
+    std::fprintf(state.log, "%s\n", line.text);
+    std::fflush(state.log);
+}
+
 } // namespace
 
 void describeSubject(LogText &text, const CommandRow &row, const CommandHeader &block, const CommandKeys &keys,
@@ -41,28 +58,32 @@ void describeSubject(LogText &text, const CommandRow &row, const CommandHeader &
     row.describe(text, block);
 }
 
-void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject) {
+void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject,
+                const LogText &words) {
     const bool isKept = isTraced(state, row, block.reason);
-    if (!isKept && state.log == nullptr)
-        return;
+    if (isKept || state.log != nullptr) {
+        LogText line;
+        appendTime(line);
+        append(line, " %s", row == nullptr ? "unknownCommand" : row->name);
+        if (row == nullptr)
+            append(line, " command=%d", static_cast<int>(block.command));
+        append(line, "%s result=%d", subject.text, block.result);
+        if (block.reason == kWrongLength)
+            append(line, " length=%u", static_cast<unsigned int>(block.length));
+        if (block.reason != 0)
+            appendReason(line, block, words);
+        write(state, line, isKept);
+    }
+    if (block.reason == 0 && words.length != 0)
+        logForwarding(state, words);
+}
 
+void logForwarding(ExecutorState &state, const LogText &words) {
     LogText line;
     appendTime(line);
-    append(line, " %s", row == nullptr ? "unknownCommand" : row->name);
-    if (row == nullptr)
-        append(line, " command=%d", static_cast<int>(block.command));
-    append(line, "%s result=%d", subject.text, block.result);
-    if (block.reason == kWrongLength)
-        append(line, " length=%u", static_cast<unsigned int>(block.length));
-    if (block.reason != 0)
-        append(line, " reason=%d (%s)", block.reason, reasonText(block.command, block.reason));
-
-    if (isKept)
-        addLine(state.trace, line.text);
-    if (state.log != nullptr) {
-        std::fprintf(state.log, "%s\n", line.text);
-        std::fflush(state.log);
-    }
+    append(line, " forwarding: ");
+    appendName(line, words.text);
+    write(state, line, isTraced(state, kTraceRefusals, kExecutorFamily.traceBit));
 }
 
 } // namespace rk

@@ -11,7 +11,12 @@ void describeSubject(LogText &text, const CommandRow &row, const CommandHeader &
                      const Target &target);
 
 // Writes the line of a command that has been performed or refused to the log file, if there is one, and to the trace
-// log if it belongs there. `row` is null when the command is unknown.
-void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject);
+// log if it belongs there. `row` is null when the command is unknown. `words` are what forwarding has to say: why it
+// refused, else something that gets a line of its own; none when they are empty.
+void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader &block, const LogText &subject,
+                const LogText &words);
+
+// Writes a line about forwarding to the log file, if there is one, and to the trace log.
+void logForwarding(ExecutorState &state, const LogText &words);
 
 } // namespace rk

@@ -2,6 +2,7 @@
 
 #include "executor/commands/command_log.h"
 #include "executor/commands/command_table.h"
+#include "executor/commands/forwarded_commands.h"
 
 #include <exception>
 
@@ -18,15 +19,23 @@ bool isLengthRight(const CommandRow &row, const CommandHeader &block) {
     return count >= 0 && block.length == row.length + row.entryLength * static_cast<uint64_t>(count);
 }
 
-// Returns 0 or the reason.
-int32_t performRow(const CommandRow &row, const Target &target, CommandHeader &block) {
+// Returns 0 or the reason. `forwarding` is null when nothing is forwarded; `words` are what it has to say.
+int32_t performRow(const CommandRow &row, const Target &target, CommandHeader &block, Forwarding *forwarding,
+                   LogText &words) {
     if (const int32_t reason = reasonForMissing(target, row.needs); reason != 0) {
         if (row.refuseEntries != nullptr)
             row.refuseEntries(block, reason);
         return reason;
     }
     try {
-        return row.perform(target, block);
+        int32_t reason = 0;
+        if (forwarding == nullptr)
+            reason = row.perform(target, block);
+        else
+            reason = performForwarded(*forwarding, row, target, block, words);
+        if (reason == kForwardingRefused && row.refuseEntries != nullptr)
+            row.refuseEntries(block, reason);
+        return reason;
     } catch (const std::exception &) {
         return row.family.outOfMemory; // nothing else is thrown
     }
@@ -39,6 +48,7 @@ int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     const bool isReadable = row != nullptr && isLengthRight(*row, *block);
     Target target;
     LogText subject;
+    LogText words;
     if (isReadable) {
         const CommandKeys keys = row->keysOf(*block);
         target = findTarget(state, keys);
@@ -53,13 +63,13 @@ int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     else if (!isReadable)
         reason = kWrongLength;
     else
-        reason = performRow(*row, target, *block);
+        reason = performRow(*row, target, *block, state.forwarding, words);
 
     if (reason != 0 && isReadable)
         clearFlags(row->settings, *block);
     block->result = reason == 0 ? 0 : -1;
     block->reason = reason;
-    logCommand(state, row, *block, subject);
+    logCommand(state, row, *block, subject, words);
     ++state.executor.counters.commands;
     return block->result;
 }

@@ -100,17 +100,11 @@ int32_t readRuleSettings(const Rule &rule, RuleRecord &record) {
 }
 
 int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record) {
-    RuleRecord &kept = rule.settings;
-    RuleRecord settings = kept;
+    RuleRecord settings = rule.settings;
     const int32_t reason = changeSettings(port, &rule, record, settings);
     if (reason != 0)
         return reason;
-
-    // Moves the rule to its new place. This takes no memory, so it cannot fail.
-    auto place = port.rules.inOrder.extract(kept.priority);
-    place.key() = settings.priority;
-    port.rules.inOrder.insert(std::move(place));
-    kept = settings;
+    replaceSettings(port, rule, settings);
     return 0;
 }
 

@@ -55,7 +55,7 @@ void tellNotDone(Forwarding &forwarding, Features used, LogText &words) {
     const Features untold = used & ~forwarding.engine.features & ~forwarding.told;
     if (untold == 0)
         return;
-    append(words, "%skept, and not done by the %s engine:", words.text[0] == '\0' ? "" : "; ", forwarding.engine.name);
+    append(words, "%skept, and not done by the %s engine:", words.length == 0 ? "" : "; ", forwarding.engine.name);
     const char *separator = " ";
     for (int index = 0; index < kFeatures; ++index) {
         const auto feature = static_cast<Feature>(index);

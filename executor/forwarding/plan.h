@@ -238,8 +238,8 @@ struct PlanChange {
     std::vector<PoolSettingsChange> changedPools; // their servers are in `servers` if they changed
     std::vector<const Pool *> removedPools;       // as they were, with all their servers
     std::vector<ServerChange> servers;
-    std::vector<SelectorChange> selectors;
-    std::vector<ClientChange> clients;
+    std::vector<SelectorChange> selectors; // those of ports that are new or go as well
+    std::vector<ClientChange> clients;     // likewise
 };
 
 } // namespace rk

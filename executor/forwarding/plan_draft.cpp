@@ -247,6 +247,22 @@ void appendServer(std::vector<ServerChange> &servers, const Pool *pool, const Ch
     servers.push_back({pool, {before, nullptr}});
 }
 
+template <typename Item> Change<Item> newItem(const Item &item) {
+    return {nullptr, &item};
+}
+
+template <typename Item> Change<Item> goneItem(const Item &item) {
+    return {&item, nullptr};
+}
+
+// All selectors and clients of a port that is new or goes.
+void appendAll(PlanChange &change, const PortId &id, const PortPlan &port, bool isNew) {
+    for (const auto &[priority, selector] : port.selectors)
+        change.selectors.push_back({id, priority, isNew ? newItem(selector) : goneItem(selector)});
+    for (const auto &[address, client] : port.clients)
+        change.clients.push_back({id, isNew ? newItem(client) : goneItem(client)});
+}
+
 // New comes before changed, changed before gone.
 template <typename Item> int kindOf(const Change<Item> &change) {
     if (change.before == nullptr)
@@ -413,16 +429,27 @@ void draftClients(PlanDraft &draft, const Cluster &cluster, const Port &port, co
     if (portPlan == nullptr)
         return;
     for (const uint32_t clientAddress : clients) {
+        const auto affinity = port.affinities.byKey.find(clientAddress);
+        if (affinity == port.affinities.byKey.end())
+            continue; // could not be bound
         const Address client = planAddress({htonl(clientAddress)});
-        const auto bound = port.affinities.byKey.find(clientAddress);
+        const BoundClient after{client, affinity->second.serverKey};
         const BoundClient *before = itemAt(portPlan->clients, client);
-        if (bound == port.affinities.byKey.end()) {
-            if (before != nullptr)
-                draft.clients.push_back({removal(portPlan->clients, client), id});
-        } else if (before == nullptr || before->serverKey != bound->second.serverKey) {
-            const BoundClient after{client, bound->second.serverKey};
+        if (before == nullptr || *before != after)
             draft.clients.push_back({replacement(portPlan->clients, client, after), id});
-        }
+    }
+}
+
+void draftReleasedClients(PlanDraft &draft, const Cluster &cluster, const Port &port,
+                          const std::set<uint32_t> &clients) {
+    const PortId id = portIdOf(cluster, port);
+    PortPlan *portPlan = findPortPlan(draft, id);
+    if (portPlan == nullptr)
+        return;
+    for (const uint32_t clientAddress : clients) {
+        const Address client = planAddress({htonl(clientAddress)});
+        if (portPlan->clients.contains(client))
+            draft.clients.push_back({removal(portPlan->clients, client), id});
     }
 }
 
@@ -467,6 +494,13 @@ PlanChange changeOf(const PlanDraft &draft) {
         change.changedPools.push_back({each.pool, &each.other});
     for (const auto &each : draft.servers)
         appendServer(change.servers, each.owner, changeIn(each));
+    for (const auto &each : draft.ports) {
+        const Change<PortPlan> port = changeIn(each);
+        if (port.before != nullptr)
+            appendAll(change, each.key, *port.before, false);
+        if (port.after != nullptr)
+            appendAll(change, each.key, *port.after, true);
+    }
     for (const auto &each : draft.selectors)
         change.selectors.push_back({each.owner, each.key, changeIn(each)});
     for (const auto &each : draft.clients)

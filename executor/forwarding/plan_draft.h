@@ -79,8 +79,10 @@ void draftMember(PlanDraft &draft, const Cluster &cluster, const Port &port, con
 void draftRemovedMember(PlanDraft &draft, const Cluster &cluster, const Port &port, const Rule &rule,
                         const Server &server);
 
-// Clients of a port, by their addresses in host byte order, however they are bound now.
+// Clients of a port, by their addresses in host byte order: as they are bound now, if they are; no more.
 void draftClients(PlanDraft &draft, const Cluster &cluster, const Port &port, const std::set<uint32_t> &clients);
+void draftReleasedClients(PlanDraft &draft, const Cluster &cluster, const Port &port,
+                          const std::set<uint32_t> &clients);
 
 // To be called at last: what concerns the whole machine.
 void draftSettings(PlanDraft &draft, const Executor &executor);

@@ -413,6 +413,10 @@ Features featuresOf(const Port &port) {
            onlyIf(port.settings.port.word == 0, Feature::everyPort);
 }
 
+Features featuresOf(const Cluster &cluster) {
+    return onlyIf(cluster.settings.sharedBytesPerSecond != 0, Feature::bandwidth);
+}
+
 Features featuresOf(const Executor &executor) {
     const auto &parameters = executor.attackProtection.parameters;
     const bool hasLimit =

@@ -68,6 +68,7 @@ Features featuresOf(const PoolSettings &settings);
 Features featuresOf(const PoolServer &server, Method method);
 Features featuresOf(const Port &port, const Rule &rule);
 Features featuresOf(const Port &port);
+Features featuresOf(const Cluster &cluster);
 Features featuresOf(const Executor &executor);
 
 } // namespace rk

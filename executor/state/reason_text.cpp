@@ -34,6 +34,7 @@ constexpr ReasonRow kReasonRows[] = {
     {kConnectionExists, "connection exists already"},
     {kUnknownConnection, "unknown connection"},
     {kUnknownAffinity, "unknown affinity"},
+    {kForwardingRefused, "the forwarding engine refused"},
 
     {kUnknownCluster, "unknown cluster"},
     {kClusterExists, "cluster exists already"},

@@ -37,6 +37,20 @@ NetworkAddress addressOf(const ServerRecord &settings) {
     return inet_pton(AF_INET, settings.serverId, &address) == 1 ? NetworkAddress{address.s_addr} : NetworkAddress{};
 }
 
+void replaceSettings(Executor &executor, Cluster &cluster, const ClusterRecord &settings) {
+    auto address = executor.clusterAddresses.extract(cluster.settings.address.word);
+    address.value() = settings.address.word;
+    executor.clusterAddresses.insert(std::move(address));
+    cluster.settings = settings;
+}
+
+void replaceSettings(Port &port, Rule &rule, const RuleRecord &settings) {
+    auto place = port.rules.inOrder.extract(rule.settings.priority);
+    place.key() = settings.priority;
+    port.rules.inOrder.insert(std::move(place));
+    rule.settings = settings;
+}
+
 int16_t weightWhenUp(const Server &server) {
     return server.isDown ? server.savedWeight : server.settings.weight;
 }

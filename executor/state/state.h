@@ -151,6 +151,11 @@ uint32_t activeConnections(const Port &port, const Affinity &affinity);
 // The address of a server, as far as its settings tell one; else 0.0.0.0.
 NetworkAddress addressOf(const ServerRecord &settings);
 
+// Give a cluster other settings, its address among them, or a rule, its priority among them. No other one has the new
+// address or priority. They need no memory.
+void replaceSettings(Executor &executor, Cluster &cluster, const ClusterRecord &settings);
+void replaceSettings(Port &port, Rule &rule, const RuleRecord &settings);
+
 // The weight that a server has when it is up. While the server is down, a new weight waits for that.
 int16_t weightWhenUp(const Server &server);
 void setWeightWhenUp(Server &server, int16_t weight);

@@ -66,6 +66,11 @@ inline constexpr uint8_t kTcpTimeWait = 6;
 inline constexpr uint8_t kTcpCloseWait = 7;
 inline constexpr uint8_t kTcpFinWait = 8;
 
+// The commands of serverDirectedAffinity.
+inline constexpr int32_t kBindClients = 1;
+inline constexpr int32_t kReleaseClients = 2;
+inline constexpr int32_t kReadClients = 3;
+
 // Port types: the transport that a port balances.
 inline constexpr int32_t kPortTypeTcpAndUdp = 0;
 inline constexpr int32_t kPortTypeTcp = 1;

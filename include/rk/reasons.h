@@ -23,7 +23,8 @@ inline constexpr int32_t kUnknownReachTarget = -110;   // no reach target has th
 inline constexpr int32_t kInterfacesUnreadable = -111; // the system does not tell its network interfaces
 inline constexpr int32_t kConnectionExists = -112;     // the client address and port have a connection to the port
 inline constexpr int32_t kUnknownConnection = -113;
-inline constexpr int32_t kUnknownAffinity = -114; // the client has no affinity record on the port
+inline constexpr int32_t kUnknownAffinity = -114;   // the client has no affinity record on the port
+inline constexpr int32_t kForwardingRefused = -115; // what forwards the packets does not do it; the log has its words
 
 // Of heartbeats.
 inline constexpr int32_t kHeartbeatExists = -44;

@@ -97,18 +97,20 @@ bool applyToFake(void *own, const Plan &plan, const PlanChange &changes, std::ve
     fake.steps.clear();
     ended.insert(ended.end(), fake.ended.begin(), fake.ended.end());
     fake.ended.clear();
-    const std::set<std::string> inForce = fake.inForce;
-    const std::string settings = fake.settings;
+    std::set<std::string> inForce = fake.inForce;
+    std::string settings = fake.settings;
+    const auto undo = [&fake, &inForce, &settings] { // needs no memory
+        fake.inForce.swap(inForce);
+        fake.settings.swap(settings);
+    };
     try {
         applyAll(fake, plan, changes);
     } catch (const Refused &) {
-        fake.inForce = inForce;
-        fake.settings = settings;
+        undo();
         append(words, "step %d is refused", fake.refusedStep);
         return false;
     } catch (const std::bad_alloc &) {
-        fake.inForce = inForce;
-        fake.settings = settings;
+        undo();
         throw;
     }
     append(words, "%s", fake.note.c_str());

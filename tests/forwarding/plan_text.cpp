@@ -2,8 +2,6 @@
 
 #include "executor/forwarding/planning.h"
 
-#include <sstream>
-
 namespace rk {
 
 namespace {
@@ -47,27 +45,26 @@ std::string matchOf(const Selector &selector) {
     }
 }
 
-// " NAME VALUE" when the value is not the default.
-void add(std::ostream &line, const char *name, uint64_t value, uint64_t byDefault = 0) {
+// Appends " NAME VALUE" when the value is not the default.
+void add(std::string &line, const char *name, uint64_t value, uint64_t byDefault = 0) {
     if (value != byDefault)
-        line << ' ' << name << ' ' << value;
+        line += std::string(" ") + name + " " + std::to_string(value);
 }
 
-void add(std::ostream &line, const char *name, const std::string &value) {
+void add(std::string &line, const char *name, const std::string &value) {
     if (!value.empty())
-        line << ' ' << name << ' ' << value;
+        line += std::string(" ") + name + " " + value;
 }
 
-void addFlag(std::ostream &line, const char *name, bool isTrue) {
+void addFlag(std::string &line, const char *name, bool isTrue) {
     if (isTrue)
-        line << ' ' << name;
+        line += std::string(" ") + name;
 }
 
 } // namespace
 
 std::string lineOf(const PlanSettings &settings) {
-    std::ostringstream line;
-    line << "settings";
+    std::string line = "settings";
     add(line, "own", addressText(settings.ownAddress));
     add(line, "fin", settings.finTimeout);
     add(line, "tcp", settings.longestTcpStale);
@@ -75,18 +72,17 @@ std::string lineOf(const PlanSettings &settings) {
     addFlag(line, "replicated", settings.isReplicated);
     addFlag(line, "sources", settings.translatesSource);
     if (settings.secondsWest != 0)
-        line << " west " << settings.secondsWest;
+        line += " west " + std::to_string(settings.secondsWest);
     add(line, "cookies", settings.cookieLifetime);
     for (const uint32_t parameter : settings.attackParameters)
         add(line, "attack", parameter);
-    return line.str();
+    return line;
 }
 
 std::string lineOf(const Pool &pool, const PoolSettings &settings) {
-    std::ostringstream line;
-    line << "pool " << textOf(pool.id) << ' ' << textOf(settings.method);
+    std::string line = "pool " + textOf(pool.id) + " " + textOf(settings.method);
     if (settings.protocol != Protocol::none)
-        line << ' ' << textOf(settings.protocol);
+        line += std::string(" ") + textOf(settings.protocol);
     add(line, "sticky", settings.stickyTime);
     add(line, "bits", settings.stickyBits, 32);
     add(line, "group", settings.group);
@@ -96,17 +92,16 @@ std::string lineOf(const Pool &pool, const PoolSettings &settings) {
     addFlag(line, "reset", settings.sendsReset);
     add(line, "affinity", static_cast<uint64_t>(settings.affinityType));
     add(line, "cookie", settings.cookieName);
-    return line.str();
+    return line;
 }
 
 std::string lineOf(const Pool &pool, const PoolServer &server) {
     constexpr const char *kAvailabilities[] = {"", " quiesced", " down"};
-    std::ostringstream line;
-    line << "pool " << textOf(pool.id) << " server " << server.key << ' ' << server.name << ' '
-         << textOf(server.endpoint) << " weight " << server.weight
-         << kAvailabilities[static_cast<int>(server.availability)];
+    std::string line = "pool " + textOf(pool.id) + " server " + std::to_string(server.key) + " " + server.name + " " +
+                       textOf(server.endpoint) + " weight " + std::to_string(server.weight) +
+                       kAvailabilities[static_cast<int>(server.availability)];
     if (server.backup.address.family != AddressFamily::none)
-        line << " backup " << textOf(server.backup);
+        line += " backup " + textOf(server.backup);
     addFlag(line, "fixed", server.hasFixedWeight);
     addFlag(line, "sticky", server.isSticky);
     add(line, "router", addressText(server.router));
@@ -117,7 +112,7 @@ std::string lineOf(const Pool &pool, const PoolServer &server) {
     addFlag(line, "wait", server.waitsForComplete);
     add(line, "cookie", server.cookieValue);
     add(line, "clone", server.cloneId);
-    return line.str();
+    return line;
 }
 
 std::string lineOf(const PortId &port, int32_t priority, const Selector &selector) {

@@ -1,5 +1,5 @@
 // Plans as text, one line a thing: for comparing them and for telling what is wrong with them. What a field has by
-// default is left out.
+// default is left out. Made without streams, which take a lack of memory for the end of a text.
 #pragma once
 
 #include "executor/forwarding/plan.h"
