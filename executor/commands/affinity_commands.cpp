@@ -1,5 +1,5 @@
-// Affinity records: which server a client of a port is bound to. As nothing is forwarded, only serverDirectedAffinity
-// binds clients.
+// Affinity records: which server a client of a port is bound to by serverDirectedAffinity, or sticks to by what an
+// engine does.
 #include "executor/commands/commands.h"
 #include "executor/state/values.h"
 #include "rk/reasons.h"
@@ -39,12 +39,12 @@ void clearEntries(AffinityRecord &record, uint32_t first) {
 }
 
 // Addresses in host byte order.
-AffinityEntry entryOf(const Port &port, const Affinity &affinity) {
+AffinityEntry entryOf(const Connections &connections, const Affinity &affinity) {
     AffinityEntry entry{};
     entry.clientAddress = affinity.clientAddress;
     entry.serverAddress = affinity.serverAddress;
     entry.serverKey = affinity.serverKey;
-    entry.activeConnections = activeConnections(port, affinity);
+    entry.activeConnections = activeConnections(connections, affinity);
     entry.firstTime = affinity.stamp;
     entry.stamp = affinity.stamp;
     return entry;
@@ -85,11 +85,11 @@ int32_t releaseClient(Port &port, uint32_t clientAddress) {
 }
 
 // The reply to one entry of a request: how its client is bound now, and what became of the entry.
-AffinityEntry replyTo(const AffinityEntry &request, Port &port, int32_t response) {
+AffinityEntry replyTo(const AffinityEntry &request, Port &port, const Connections &connections, int32_t response) {
     const Affinity *affinity = findItem(port.affinities, request.clientAddress);
     AffinityEntry reply{};
     if (affinity != nullptr) {
-        reply = entryOf(port, *affinity);
+        reply = entryOf(connections, *affinity);
     } else {
         reply.clientAddress = request.clientAddress;
         reply.serverAddress = request.serverAddress;
@@ -116,14 +116,14 @@ int32_t performOn(Executor &executor, Port &port, int32_t command, const Affinit
 }
 
 // Fills in as many records of a port as there is room for, and the number that there are. Returns how many it filled.
-uint32_t fillWithAll(AffinityRecord &record, const Port &port) {
+uint32_t fillWithAll(AffinityRecord &record, const Port &port, const Connections &connections) {
     auto *entries = entriesOf<AffinityEntry>(&record);
     const uint32_t room = roomIn(record);
     uint32_t filled = 0;
     for (const auto &[order, affinity] : port.affinities.inOrder) {
         if (filled == room)
             break;
-        entries[filled] = entryOf(port, *affinity);
+        entries[filled] = entryOf(connections, *affinity);
         ++filled;
     }
     record.count = static_cast<uint32_t>(numberOf(port.affinities));
@@ -131,14 +131,40 @@ uint32_t fillWithAll(AffinityRecord &record, const Port &port) {
     return filled;
 }
 
+// Adds the clients that stick to servers by what an engine does, behind the `filled` ones, and counts them. Returns how
+// many are filled then.
+uint32_t addStickyClients(AffinityRecord &record, const Traffic &traffic, const std::vector<StickyClient> &clients,
+                          uint32_t filled) {
+    auto *entries = entriesOf<AffinityEntry>(&record);
+    const uint32_t room = roomIn(record);
+    for (const StickyClient &client : clients) {
+        ++record.count;
+        if (filled == room)
+            continue;
+        AffinityEntry &entry = entries[filled];
+        entry.clientAddress = hostAddress(client.client);
+        entry.serverAddress = serverAddressOf(traffic, client);
+        entry.serverKey = client.serverKey;
+        entry.activeConnections = client.active;
+        entry.firstTime = entry.stamp = record.now - client.idle;
+        ++filled;
+    }
+    return filled;
+}
+
 } // namespace
 
-int32_t readAffinities(const Port &port, AffinityRecord &record) {
+int32_t readAffinities(const Cluster &cluster, const Port &port, const Traffic &traffic, AffinityRecord &record) {
+    LiveConnections live;
+    std::vector<StickyClient> clients;
+    if (!listConnections(traffic, cluster, port, live) || !listStickyClients(traffic, cluster, port, clients))
+        return kForwardingRefused;
     const bool isDetailed = record.count != 0;
     record.command = 0;
     fillHead(record, port);
     auto *entries = entriesOf<AffinityEntry>(&record);
-    const uint32_t filled = fillWithAll(record, port);
+    const uint32_t bound = fillWithAll(record, port, connectionsOf(live, cluster, port));
+    const uint32_t filled = addStickyClients(record, traffic, clients, bound);
     for (uint32_t index = 0; index < filled; ++index) {
         entries[index].clientAddress = htonl(entries[index].clientAddress);
         entries[index].serverAddress = htonl(entries[index].serverAddress);
@@ -148,15 +174,21 @@ int32_t readAffinities(const Port &port, AffinityRecord &record) {
     return 0;
 }
 
-int32_t serverDirectedAffinity(Executor &executor, Port &port, AffinityRecord &record) {
+int32_t serverDirectedAffinity(Executor &executor, const Cluster &cluster, Port &port, const Traffic &traffic,
+                               AffinityRecord &record) {
     const int32_t command = record.command;
     if (command != kBindClients && command != kReleaseClients && command != kReadClients)
         return kOutOfRange;
+    LiveConnections
+        live; // of an engine only when clients are read: a change takes no longer for the connections there are
+    if (command == kReadClients && !listConnections(traffic, cluster, port, live))
+        return kForwardingRefused;
+    const Connections &connections = connectionsOf(live, cluster, port);
 
     auto *entries = entriesOf<AffinityEntry>(&record);
     fillHead(record, port);
     if (command == kReadClients && record.count == 0) {
-        const uint32_t filled = fillWithAll(record, port);
+        const uint32_t filled = fillWithAll(record, port, connections);
         for (uint32_t index = 0; index < filled; ++index)
             entries[index].stamp = record.now - entries[index].stamp;
         return 0;
@@ -164,7 +196,7 @@ int32_t serverDirectedAffinity(Executor &executor, Port &port, AffinityRecord &r
     for (uint32_t index = 0; index < record.count; ++index) {
         const AffinityEntry request = entries[index];
         const int32_t response = performOn(executor, port, command, request);
-        entries[index] = replyTo(request, port, response);
+        entries[index] = replyTo(request, port, connections, response);
         if (response < 0 && record.response == 0)
             record.response = response;
     }

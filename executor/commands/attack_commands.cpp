@@ -1,5 +1,5 @@
-// Attack protection and the ICMP response record. As nothing is forwarded, the half-open connections are those that
-// were made by hand in that state.
+// Attack protection and the ICMP response record. Half-open connections are those that were made by hand in that state,
+// and those that an engine has.
 #include "executor/commands/commands.h"
 #include "executor/state/settings.h"
 #include "executor/state/values.h"
@@ -20,16 +20,16 @@ int32_t attackThreshold(const Executor &executor) {
 
 // The connections of one client to a port. They are neighbours, as their keys begin with the client's address.
 struct ClientConnections {
-    std::map<uint64_t, Connection>::const_iterator begin;
-    std::map<uint64_t, Connection>::const_iterator end;
+    Connections::const_iterator begin;
+    Connections::const_iterator end;
     int32_t halfOpen = 0;
 };
 
 // Those of the client that the connection at `begin` belongs to.
-ClientConnections connectionsOfClient(const Port &port, std::map<uint64_t, Connection>::const_iterator begin) {
+ClientConnections connectionsOfClient(const Connections &connections, Connections::const_iterator begin) {
     ClientConnections client{begin, begin};
     const uint32_t address = begin->second.clientAddress;
-    while (client.end != port.connections.end() && client.end->second.clientAddress == address) {
+    while (client.end != connections.end() && client.end->second.clientAddress == address) {
         client.halfOpen += isHalfOpen(client.end->second) ? 1 : 0;
         ++client.end;
     }
@@ -53,13 +53,17 @@ void addHalfOpen(HalfOpenRecord &record, const ClientConnections &client, bool i
 
 } // namespace
 
-int32_t readHalfOpenConnections(const Executor &executor, HalfOpenRecord &record) {
+int32_t readHalfOpenConnections(const Executor &executor, const Traffic &traffic, HalfOpenRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, executor, live))
+        return kForwardingRefused;
     const int32_t threshold = attackThreshold(executor);
     clearBody(record.header);
     for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
-            for (auto item = port->connections.cbegin(); item != port->connections.cend();) {
-                const ClientConnections client = connectionsOfClient(*port, item);
+            const Connections &connections = connectionsOf(live, *cluster, *port);
+            for (auto item = connections.cbegin(); item != connections.cend();) {
+                const ClientConnections client = connectionsOfClient(connections, item);
                 addHalfOpen(record, client, client.halfOpen >= threshold);
                 item = client.end;
             }
@@ -68,16 +72,20 @@ int32_t readHalfOpenConnections(const Executor &executor, HalfOpenRecord &record
     return 0;
 }
 
-int32_t readAttackingAddresses(const Executor &executor, const Port &port, AttackingAddressesRecord &record) {
+int32_t readAttackingAddresses(const Executor &executor, const Cluster &cluster, const Port &port,
+                               const Traffic &traffic, AttackingAddressesRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, cluster, port, live))
+        return kForwardingRefused;
     const NetworkAddress clusterAddress = record.address;
     const NetworkPort portNumber = record.port;
     const int32_t threshold = attackThreshold(executor);
     clearBody(record.header);
     record.address = clusterAddress;
     record.port = portNumber;
-    const auto &connections = port.connections;
+    const Connections &connections = connectionsOf(live, cluster, port);
     for (auto item = connections.cbegin(); item != connections.cend();) {
-        const ClientConnections client = connectionsOfClient(port, item);
+        const ClientConnections client = connectionsOfClient(connections, item);
         record.summary += client.halfOpen;
         if (client.halfOpen >= threshold) {
             if (record.count < kAttackingAddresses)

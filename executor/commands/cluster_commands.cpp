@@ -93,12 +93,16 @@ int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const Cluster
     return 0;
 }
 
-int32_t readClusterReport(const Cluster &cluster, ClusterReportRecord &record) {
-    ClusterReportRecord report{}; // nothing is forwarded, so the packet counters stay 0
+int32_t readClusterReport(const Cluster &cluster, const Traffic &traffic, ClusterReportRecord &record) {
+    Counts counts;
+    if (!readCounts(traffic, cluster, counts))
+        return kForwardingRefused;
+    ClusterReportRecord report{}; // no engine tells the packets apart, so their counters stay 0
     report.clusterKey = cluster.settings.clusterKey;
     report.address = cluster.settings.address;
     report.numberOfPorts = numberOf(cluster.ports);
-    report.connectionsPerSecond = cluster.connectionsPerSecond;
+    report.bytesPerSecond = inField(counts.bytesPerSecond);
+    report.connectionsPerSecond = rateOf(traffic, counts, cluster.connectionsPerSecond);
     replyWith(report, record);
     return 0;
 }

@@ -25,6 +25,8 @@ template <typename Parameter> Parameter argument(const Target &target, CommandHe
         return *target.executor;
     else if constexpr (std::is_same_v<Type, TraceLog>)
         return *target.trace;
+    else if constexpr (std::is_same_v<Type, Traffic>)
+        return target.traffic;
     else if constexpr (std::is_same_v<Type, Cluster>)
         return *target.cluster;
     else if constexpr (std::is_same_v<Type, Port>)

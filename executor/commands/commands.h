@@ -3,7 +3,7 @@
 // with a reason, or an exception for lack of memory, the state is as it was.
 #pragma once
 
-#include "executor/state/state.h"
+#include "executor/commands/traffic.h"
 #include "rk/interface_records.h"
 
 namespace rk {
@@ -11,7 +11,7 @@ namespace rk {
 // executor_commands.cpp
 int32_t readExecutorSettings(const Executor &executor, ExecutorSettingsRecord &record);
 int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &record);
-int32_t readExecutorReport(const Executor &executor, ExecutorReportRecord &record);
+int32_t readExecutorReport(const Executor &executor, const Traffic &traffic, ExecutorReportRecord &record);
 int32_t setExecutorCps(Executor &executor, const ExecutorReportRecord &record);
 
 // Makes it a fresh executor with default settings, started now.
@@ -23,7 +23,7 @@ int32_t removeCluster(Executor &executor, Cluster &cluster, const ClusterRecord 
 int32_t listClusters(const Executor &executor, ClusterListBlock &block);
 int32_t readClusterSettings(const Cluster &cluster, ClusterRecord &record);
 int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const ClusterRecord &record);
-int32_t readClusterReport(const Cluster &cluster, ClusterReportRecord &record);
+int32_t readClusterReport(const Cluster &cluster, const Traffic &traffic, ClusterReportRecord &record);
 int32_t setClusterCps(Cluster &cluster, const ClusterReportRecord &record);
 
 // port_commands.cpp
@@ -32,7 +32,7 @@ int32_t removePort(Cluster &cluster, Port &port, const PortRecord &record);
 int32_t listPorts(const Cluster &cluster, PortListBlock &block);
 int32_t readPortSettings(const Port &port, PortRecord &record);
 int32_t writePortSettings(const Cluster &cluster, Port &port, const PortRecord &record);
-int32_t readPortReport(const Port &port, PortReportRecord &record);
+int32_t readPortReport(const Cluster &cluster, const Port &port, const Traffic &traffic, PortReportRecord &record);
 int32_t setPortCps(Port &port, const PortReportRecord &record);
 
 // server_commands.cpp
@@ -43,7 +43,8 @@ int32_t markServerUp(Server &server, const ServerCommandRecord &record);
 int32_t listServers(const Port &port, ServerListBlock &block);
 int32_t readServerSettings(const Server &server, ServerRecord &record);
 int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord &record);
-int32_t readServerReport(const Server &server, ServerReportRecord &record);
+int32_t readServerReport(const Cluster &cluster, const Port &port, const Server &server, const Traffic &traffic,
+                         ServerReportRecord &record);
 int32_t setServerCps(Server &server, const ServerReportRecord &record);
 
 // Fills the entry of a server in a list of a port's or of a rule's servers.
@@ -51,7 +52,7 @@ void fillEntry(ServerListEntry &entry, const Server &server);
 
 // weight_commands.cpp
 int32_t writeServerWeights(Port &port, ServerWeightsBlock &block);
-int32_t readServerWeights(const Port &port, ServerWeightsBlock &block);
+int32_t readServerWeights(const Cluster &cluster, const Port &port, const Traffic &traffic, ServerWeightsBlock &block);
 
 // Sets the result of each entry of writeServerWeights whose port is not there.
 void refuseServerWeights(CommandHeader &header, int32_t reason);
@@ -62,7 +63,8 @@ int32_t removeRule(Port &port, Rule &rule, const RuleRecord &record);
 int32_t listRules(const Port &port, RuleListBlock &block);
 int32_t readRuleSettings(const Rule &rule, RuleRecord &record);
 int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record);
-int32_t readRuleReport(const Rule &rule, RuleReportRecord &record);
+int32_t readRuleReport(const Cluster &cluster, const Port &port, const Rule &rule, const Traffic &traffic,
+                       RuleReportRecord &record);
 int32_t setRuleCps(Rule &rule, const RuleReportRecord &record);
 
 // membership_commands.cpp
@@ -93,23 +95,25 @@ int32_t clearLog(TraceLog &trace, const ShortRecord &record);
 // connection_commands.cpp
 int32_t allocateConnection(Port &port, const ConnectionRequestRecord &record);
 int32_t releaseConnection(Executor &executor, Port &port, const ConnectionRequestRecord &record);
-int32_t readConnections(const Executor &executor, ConnectionQueryRecord &record);
+int32_t readConnections(const Executor &executor, const Traffic &traffic, ConnectionQueryRecord &record);
 
 // affinity_commands.cpp
-int32_t readAffinities(const Port &port, AffinityRecord &record);
-int32_t serverDirectedAffinity(Executor &executor, Port &port, AffinityRecord &record);
+int32_t readAffinities(const Cluster &cluster, const Port &port, const Traffic &traffic, AffinityRecord &record);
+int32_t serverDirectedAffinity(Executor &executor, const Cluster &cluster, Port &port, const Traffic &traffic,
+                               AffinityRecord &record);
 
 // debug_commands.cpp
-int32_t debugDump(Executor &executor, DebugRequestRecord &record);
+int32_t debugDump(Executor &executor, const Traffic &traffic, DebugRequestRecord &record);
 int32_t dumpNetworkCards(NetworkCardsRecord &record);
 int32_t dumpReturnAddresses(const Executor &executor, ReturnAddressesRecord &record);
-int32_t dumpConnectionLists(const Executor &executor, ConnectionListsRecord &record);
-int32_t dumpAffinityLists(const Executor &executor, AffinityListsRecord &record);
+int32_t dumpConnectionLists(const Executor &executor, const Traffic &traffic, ConnectionListsRecord &record);
+int32_t dumpAffinityLists(const Executor &executor, const Traffic &traffic, AffinityListsRecord &record);
 int32_t readByteCounters(const Executor &executor, ByteCountersRecord &record);
 
 // attack_commands.cpp
-int32_t readHalfOpenConnections(const Executor &executor, HalfOpenRecord &record);
-int32_t readAttackingAddresses(const Executor &executor, const Port &port, AttackingAddressesRecord &record);
+int32_t readHalfOpenConnections(const Executor &executor, const Traffic &traffic, HalfOpenRecord &record);
+int32_t readAttackingAddresses(const Executor &executor, const Cluster &cluster, const Port &port,
+                               const Traffic &traffic, AttackingAddressesRecord &record);
 int32_t setAttackProtection(Executor &executor, const AttackProtectionRecord &record);
 int32_t readIcmp(const Executor &executor, IcmpRecord &record);
 int32_t writeIcmp(Executor &executor, const IcmpRecord &record);

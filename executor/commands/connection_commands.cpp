@@ -1,4 +1,4 @@
-// Connection records. As nothing is forwarded, all of them are made by hand.
+// Connection records: those that are made by hand, and the connections that an engine has.
 #include "executor/commands/commands.h"
 #include "executor/state/values.h"
 #include "rk/reasons.h"
@@ -9,8 +9,6 @@
 namespace rk {
 
 namespace {
-
-constexpr char kMadeByHand = 'M';
 
 // The ends of a request's connection that make it the only one of its kind on a port.
 uint64_t keyOf(const ConnectionRequestRecord &record) {
@@ -45,12 +43,12 @@ ConnectionEntry entryOf(const Cluster &cluster, const Port &port, const Connecti
     entry.clientAddress = {htonl(connection.clientAddress)};
     entry.clientPort = {htons(connection.clientPort)};
     entry.serverAddress = connection.serverAddress;
-    entry.firstTime = connection.stamp;
+    entry.firstTime = connection.firstTime;
     entry.stamp = connection.stamp;
     entry.state = connection.state;
-    entry.previousTcpState = isHalfOpen(connection) ? kTcpListen : kTcpEstablished;
-    entry.currentTcpState = isHalfOpen(connection) ? kTcpSynReceived : kTcpEstablished;
-    entry.mark = kMadeByHand;
+    entry.previousTcpState = connection.tcpState == kTcpSynReceived ? kTcpListen : kTcpEstablished;
+    entry.currentTcpState = connection.tcpState;
+    entry.mark = connection.mark;
     return entry;
 }
 
@@ -64,9 +62,13 @@ int32_t allocateConnection(Port &port, const ConnectionRequestRecord &record) {
     connection.clientPort = static_cast<uint16_t>(record.fourth);
     connection.serverAddress = record.sixth;
     connection.state = static_cast<uint8_t>(record.second);
-    connection.stamp = currentTime();
-    const bool isNew = port.connections.emplace(keyOf(record), connection).second;
-    return isNew ? 0 : kConnectionExists;
+    if (isHalfOpen(connection))
+        connection.tcpState = kTcpSynReceived;
+    connection.firstTime = connection.stamp = currentTime();
+    if (port.connections.contains(keyOf(record)))
+        return kConnectionExists;
+    port.connections.emplace(keyOf(record), connection);
+    return 0;
 }
 
 int32_t releaseConnection(Executor &executor, Port &port, const ConnectionRequestRecord &record) {
@@ -80,20 +82,24 @@ int32_t releaseConnection(Executor &executor, Port &port, const ConnectionReques
     return 0;
 }
 
-int32_t readConnections(const Executor &executor, ConnectionQueryRecord &record) {
+int32_t readConnections(const Executor &executor, const Traffic &traffic, ConnectionQueryRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, executor, live))
+        return kForwardingRefused;
     const ConnectionQueryRecord query = record; // the reply overwrites it
     auto &reply = reinterpret_cast<ConnectionListRecord &>(record);
     clearBody(reply.header);
     reply.now = currentTime();
     for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
-            for (const auto &[key, connection] : port->connections) {
+            for (const auto &[key, connection] : connectionsOf(live, *cluster, *port)) {
                 const ConnectionEntry entry = entryOf(*cluster, *port, connection);
                 if (!isSelected(query, entry))
                     continue;
                 if (query.detail != 0 && reply.count < kConnections)
                     reply.entries[reply.count] = entry;
                 ++reply.count;
+                reply.npsCount += connection.isDatagram ? 1 : 0;
             }
         }
     }

@@ -28,11 +28,11 @@ constexpr int kMiscCommands = 28;
 
 constexpr char kConnectionList[] = "all";
 
-uint32_t numberOfConnections(const Executor &executor) {
+uint32_t numberOfConnections(const Executor &executor, const LiveConnections &live) {
     std::size_t number = 0;
     for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder)
-            number += port->connections.size();
+            number += connectionsOf(live, *cluster, *port).size();
     }
     return static_cast<uint32_t>(number);
 }
@@ -85,22 +85,24 @@ bool isStale(uint32_t now, uint32_t stamp, SplitInt64 time) {
     return time.low > 0 && now - stamp > static_cast<uint32_t>(time.low);
 }
 
-void fillEntry(ConnectionListEntry &entry, const Cluster &cluster, const Port &port, uint32_t now) {
+void fillEntry(ConnectionListEntry &entry, const Cluster &cluster, const Port &port, const Connections &connections,
+               uint32_t now) {
     entry.clusterAddress = ntohl(cluster.settings.address.word);
     entry.port = ntohs(port.settings.port.word);
     storeText(entry.name, kConnectionList);
-    entry.records = static_cast<int32_t>(port.connections.size());
+    entry.records = static_cast<int32_t>(connections.size());
     entry.timeout = port.settings.staleTimeout.low;
-    for (const auto &[key, connection] : port.connections)
+    for (const auto &[key, connection] : connections)
         entry.stale += isStale(now, connection.stamp, port.settings.staleTimeout) ? 1 : 0;
 }
 
-void fillEntry(AffinityListEntry &entry, const Cluster &cluster, const Port &port, uint32_t now) {
+void fillEntry(AffinityListEntry &entry, const Cluster &cluster, const Port &port, const Connections &connections,
+               uint32_t now) {
     entry.clusterAddress = cluster.settings.address;
     entry.port = ntohs(port.settings.port.word);
     entry.reused = port.affinitiesReused;
     for (const auto &[clientAddress, affinity] : port.affinities.byKey) {
-        if (activeConnections(port, affinity) > 0) {
+        if (activeConnections(connections, affinity) > 0) {
             ++entry.active;
             continue;
         }
@@ -110,17 +112,46 @@ void fillEntry(AffinityListEntry &entry, const Cluster &cluster, const Port &por
 }
 
 // Fills an entry for each port, in order of the clusters and of the port numbers, as many as there is room for.
-template <typename Record> void fillPortLists(const Executor &executor, Record &record) {
+template <typename Record> void fillPortLists(const Executor &executor, const LiveConnections &live, Record &record) {
     const uint32_t now = currentTime();
     clearBody(record.header);
     for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
             if (record.count == std::ssize(record.entries))
                 return;
-            fillEntry(record.entries[record.count], *cluster, *port, now);
+            fillEntry(record.entries[record.count], *cluster, *port, connectionsOf(live, *cluster, *port), now);
             ++record.count;
         }
     }
+}
+
+void addStickyClient(AffinityListEntry &entry, const Port &port, const StickyClient &client) {
+    if (client.active > 0) {
+        ++entry.active;
+        return;
+    }
+    ++entry.nonActive;
+    entry.staleNonActive += isStale(client.idle, 0, port.settings.stickyTime) ? 1 : 0;
+}
+
+// Adds the clients that stick to servers by what an engine does. False when it cannot tell.
+bool addStickyClients(const Executor &executor, const Traffic &traffic, AffinityListsRecord &record) {
+    if (traffic.forwarding == nullptr)
+        return true;
+    AffinityListEntry *entry = record.entries;
+    for (const auto &[clusterOrder, cluster] : executor.clusters.inOrder) {
+        for (const auto &[portNumber, port] : cluster->ports.inOrder) {
+            if (entry == record.entries + record.count)
+                return true;
+            std::vector<StickyClient> clients;
+            if (!listStickyClients(traffic, *cluster, *port, clients))
+                return false;
+            for (const StickyClient &client : clients)
+                addStickyClient(*entry, *port, client);
+            ++entry;
+        }
+    }
+    return true;
 }
 
 // The tree of the configuration, written from front to back.
@@ -168,14 +199,17 @@ bool addClusterToTree(Tree &tree, ByteCountersRecord &parent, const Cluster &clu
 
 } // namespace
 
-int32_t debugDump(Executor &executor, DebugRequestRecord &record) {
+int32_t debugDump(Executor &executor, const Traffic &traffic, DebugRequestRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, executor, live))
+        return kForwardingRefused;
     if (record.subCommand == kResetCounters)
         executor.counters = Counters{};
     auto &reply = reinterpret_cast<DebugCountersRecord &>(record);
     clearBody(reply.header);
     reply.primary = executor.counters.primary;
     reply.backup = executor.counters.backup;
-    reply.misc[kMiscConnections] = numberOfConnections(executor);
+    reply.misc[kMiscConnections] = numberOfConnections(executor, live);
     reply.misc[kMiscConnectionsReleased] = executor.counters.connectionsReleased;
     reply.misc[kMiscCommands] = executor.counters.commands;
     return 0;
@@ -213,14 +247,20 @@ int32_t dumpReturnAddresses(const Executor &executor, ReturnAddressesRecord &rec
     return 0;
 }
 
-int32_t dumpConnectionLists(const Executor &executor, ConnectionListsRecord &record) {
-    fillPortLists(executor, record);
+int32_t dumpConnectionLists(const Executor &executor, const Traffic &traffic, ConnectionListsRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, executor, live))
+        return kForwardingRefused;
+    fillPortLists(executor, live, record);
     return 0;
 }
 
-int32_t dumpAffinityLists(const Executor &executor, AffinityListsRecord &record) {
-    fillPortLists(executor, record);
-    return 0;
+int32_t dumpAffinityLists(const Executor &executor, const Traffic &traffic, AffinityListsRecord &record) {
+    LiveConnections live;
+    if (!listConnections(traffic, executor, live))
+        return kForwardingRefused;
+    fillPortLists(executor, live, record);
+    return addStickyClients(executor, traffic, record) ? 0 : kForwardingRefused;
 }
 
 int32_t readByteCounters(const Executor &executor, ByteCountersRecord &record) {

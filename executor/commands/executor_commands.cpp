@@ -64,13 +64,19 @@ int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &
     return 0;
 }
 
-int32_t readExecutorReport(const Executor &executor, ExecutorReportRecord &record) {
-    ExecutorReportRecord report{}; // nothing is forwarded, so the packet counters stay 0
+int32_t readExecutorReport(const Executor &executor, const Traffic &traffic, ExecutorReportRecord &record) {
+    Counts counts;
+    if (!readCounts(traffic, executor, counts))
+        return kForwardingRefused;
+    ExecutorReportRecord report{};
     report.nfa = executor.settings.nfa;
     storeText(report.version, kVersion);
     report.timeStarted = executor.timeStarted;
     report.numberOfClusters = numberOf(executor.clusters);
-    report.connectionsPerSecond = executor.connectionsPerSecond;
+    report.packetsTotal = inLongField(counts.totals.packetsIn);
+    report.packetsClusterForwarded = report.packetsTotal; // an engine sees no others
+    report.bytesPerSecond = inField(counts.bytesPerSecond);
+    report.connectionsPerSecond = rateOf(traffic, counts, executor.connectionsPerSecond);
     replyWith(report, record);
     return 0;
 }

@@ -132,11 +132,18 @@ int32_t writePortSettings(const Cluster &cluster, Port &port, const PortRecord &
     return 0;
 }
 
-int32_t readPortReport(const Port &port, PortReportRecord &record) {
-    PortReportRecord report{}; // nothing is forwarded, so the traffic counters stay 0
+int32_t readPortReport(const Cluster &cluster, const Port &port, const Traffic &traffic, PortReportRecord &record) {
+    Counts counts;
+    LiveConnections live;
+    if (!readCounts(traffic, cluster, port, counts) || !listConnections(traffic, cluster, port, live))
+        return kForwardingRefused;
+    PortReportRecord report{}; // no engine counts the resets that it sends
     report.clusterKey = record.clusterKey;
     report.port = record.port;
-    report.connectionsPerSecond = port.connectionsPerSecond;
+    report.connectionsPerSecond = rateOf(traffic, counts, port.connectionsPerSecond);
+    report.activeConnections = inField(counts.active);
+    report.halfOpenConnections = inField(halfOpenIn(live));
+    report.bytesPerSecond = inField(counts.bytesPerSecond);
     report.numberOfServers = numberOf(port.servers);
     report.numberOfRules = numberOf(port.rules);
     for (const auto &[key, server] : port.servers.byKey) {

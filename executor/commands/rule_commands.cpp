@@ -108,11 +108,18 @@ int32_t writeRuleSettings(Port &port, Rule &rule, const RuleRecord &record) {
     return 0;
 }
 
-int32_t readRuleReport(const Rule &rule, RuleReportRecord &record) {
-    RuleReportRecord report{}; // nothing is forwarded, so the rule never fires
+int32_t readRuleReport(const Cluster &cluster, const Port &port, const Rule &rule, const Traffic &traffic,
+                       RuleReportRecord &record) {
+    Counts counts;
+    if (!readCounts(traffic, cluster, port, rule, counts))
+        return kForwardingRefused;
+    RuleReportRecord report{};
     report.clusterKey = record.clusterKey;
     report.port = record.port;
-    report.connectionsPerSecond = rule.connectionsPerSecond;
+    report.connectionsPerSecond = rateOf(traffic, counts, rule.connectionsPerSecond);
+    report.activeConnections = inField(counts.active);
+    report.timesFired = inField(counts.totals.connections);
+    report.bytesPerSecond = inField(counts.bytesPerSecond);
     storeText(report.ruleName, textIn(record.ruleName));
     report.uniqueId = rule.uniqueId;
     report.numberOfServers = numberOf(rule.members);

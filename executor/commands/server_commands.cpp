@@ -152,13 +152,26 @@ int32_t writeServerSettings(const Port &port, Server &server, const ServerRecord
     return 0;
 }
 
-int32_t readServerReport(const Server &server, ServerReportRecord &record) {
-    ServerReportRecord report{}; // nothing is forwarded, so the connection counters stay 0
+int32_t readServerReport(const Cluster &cluster, const Port &port, const Server &server, const Traffic &traffic,
+                         ServerReportRecord &record) {
+    ServerCounts counts;
+    if (!readCounts(traffic, cluster, port, server, counts))
+        return kForwardingRefused;
+    const Counts sum = sumOf(counts);
+    const uint64_t open = sum.active + sum.finished;
+    ServerReportRecord report{};
     report.clusterKey = record.clusterKey;
     report.port = record.port;
     report.serverKey = record.serverKey;
+    report.totalConnections = inField(sum.totals.connections);
+    report.totalTcpConnections = inField(counts.tcp.totals.connections);
+    report.totalUdpConnections = inField(counts.udp.totals.connections);
+    report.activeConnections = inField(sum.active);
+    report.finishedConnections = inField(sum.finished);
+    report.completeConnections = inField(sum.totals.connections - std::min(open, sum.totals.connections));
     report.savedWeight = server.savedWeight;
-    report.connectionsPerSecond = server.connectionsPerSecond;
+    report.bytesPerSecond = inField(sum.bytesPerSecond);
+    report.connectionsPerSecond = rateOf(traffic, sum, server.connectionsPerSecond);
     replyWith(report, record);
     return 0;
 }

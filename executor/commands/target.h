@@ -2,7 +2,7 @@
 #pragma once
 
 #include "executor/commands/command_keys.h"
-#include "executor/state/state.h"
+#include "executor/commands/traffic.h"
 
 namespace rk {
 
@@ -10,6 +10,7 @@ namespace rk {
 struct Target {
     Executor *executor = nullptr;
     TraceLog *trace = nullptr;
+    Traffic traffic;
     Cluster *cluster = nullptr;
     Port *port = nullptr;
     Server *server = nullptr;

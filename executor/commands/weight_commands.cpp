@@ -24,6 +24,19 @@ int32_t changeWeight(Port &port, const ServerWeightEntry &entry) {
     return 0;
 }
 
+// False when the engine cannot tell.
+bool fillCounts(const Cluster &cluster, const Port &port, const Traffic &traffic, ServerWeightEntry *entries,
+                int32_t count) {
+    return std::all_of(entries, entries + count, [&](ServerWeightEntry &entry) {
+        ServerCounts counts;
+        const bool isRead = readCounts(traffic, cluster, port, *findItem(port.servers, entry.serverKey), counts);
+        const Counts sum = sumOf(counts);
+        entry.totalConnections = inField(sum.totals.connections);
+        entry.activeConnections = inField(sum.active);
+        return isRead;
+    });
+}
+
 } // namespace
 
 static void fillEntry(ServerWeightEntry &entry, const Server &server) {
@@ -49,12 +62,13 @@ void refuseServerWeights(CommandHeader &header, int32_t reason) {
     std::for_each(entries, entries + block.count, [reason](ServerWeightEntry &entry) { entry.result = reason; });
 }
 
-int32_t readServerWeights(const Port &port, ServerWeightsBlock &block) {
+int32_t readServerWeights(const Cluster &cluster, const Port &port, const Traffic &traffic, ServerWeightsBlock &block) {
     const int32_t room = block.count;
+    auto *entries = entriesOf<ServerWeightEntry>(&block);
     fillList<ServerWeightEntry>(block, port.servers);
     for (int32_t index = block.count; index < room; ++index)
-        entriesOf<ServerWeightEntry>(&block)[index].result = kUnknownServer;
-    return 0;
+        entries[index].result = kUnknownServer;
+    return fillCounts(cluster, port, traffic, entries, block.count) ? 0 : kForwardingRefused;
 }
 
 } // namespace rk

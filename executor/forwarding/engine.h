@@ -88,6 +88,7 @@ constexpr Features bitOf(Feature feature) {
 struct Engine {
     void *own = nullptr;
     const char *name = ""; // for the log: "kernel"
+    char mark = 'E';       // of its connections in lists
     Features features = 0; // what it does
 
     // Makes `plan` true, which is the one before with `change` done to it. False when something is refused: then all is
@@ -105,8 +106,8 @@ struct Engine {
     // Counts of everything that the engine forwards. `packetsIn` is 0 where it sees no packets.
     bool (*readAll)(void *own, Counts &counts) = nullptr;
 
-    // Appends the connections that there are, in any order; those of one port when one is asked for. False when they
-    // cannot be read.
+    // Appends the connections that there are, in any order; those of one port of the plan when one is asked for, of
+    // port 0 all that its pools have. False when they cannot be read.
     bool (*listConnections)(void *own, const Plan &plan, const PortId *port,
                             std::vector<LiveConnection> &connections) = nullptr;
 

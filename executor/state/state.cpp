@@ -21,9 +21,9 @@ bool isHalfOpen(const Connection &connection) {
     return (connection.state & kConnectionHalfOpen) != 0;
 }
 
-uint32_t activeConnections(const Port &port, const Affinity &affinity) {
-    const auto first = port.connections.lower_bound(connectionKey(affinity.clientAddress, 0));
-    const auto end = port.connections.upper_bound(connectionKey(affinity.clientAddress, kHighestPortNumber));
+uint32_t activeConnections(const Connections &connections, const Affinity &affinity) {
+    const auto first = connections.lower_bound(connectionKey(affinity.clientAddress, 0));
+    const auto end = connections.upper_bound(connectionKey(affinity.clientAddress, kHighestPortNumber));
     return static_cast<uint32_t>(std::count_if(first, end, [&affinity](const auto &item) {
         return ntohl(item.second.serverAddress.word) == affinity.serverAddress;
     }));

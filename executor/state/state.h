@@ -3,6 +3,7 @@
 #pragma once
 
 #include "executor/state/trace_log.h"
+#include "executor/state/values.h"
 #include "rk/cluster_records.h"
 #include "rk/diagnostic_records.h"
 #include "rk/executor_records.h"
@@ -58,9 +59,15 @@ struct Connection {
     uint32_t clientAddress = 0; // in host byte order
     uint16_t clientPort = 0;    // in host byte order
     NetworkAddress serverAddress{};
-    uint8_t state = 0;  // the caller's; the executor knows only the flag kConnectionHalfOpen
-    uint32_t stamp = 0; // when it was made: seconds since 1970
+    uint8_t state = 0; // the caller's; the executor knows only the flag kConnectionHalfOpen
+    uint8_t tcpState = kTcpEstablished;
+    bool isDatagram = false;
+    char mark = kMadeByHand;
+    uint32_t firstTime = 0; // when it was made: seconds since 1970
+    uint32_t stamp = 0;     // when it last had a packet, likewise
 };
+
+using Connections = std::multimap<uint64_t, Connection>; // by client address and port, and in order of them
 
 struct Affinity {
     uint32_t clientAddress = 0; // in host byte order
@@ -78,7 +85,7 @@ struct Port {
     OrderedItems<uint32_t, Server> servers; // by server key
     OrderedItems<std::string, Rule> rules;  // by name, in order of priority
 
-    std::map<uint64_t, Connection> connections;  // by client address and port, and in order of them
+    Connections connections;                     // those made by hand
     OrderedItems<uint32_t, Affinity> affinities; // by client address
     int32_t affinitiesReused = 0;                // how often a client that was bound was bound again
 };
@@ -145,8 +152,8 @@ uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort);
 
 bool isHalfOpen(const Connection &connection);
 
-// The number of connections that a bound client has to its server.
-uint32_t activeConnections(const Port &port, const Affinity &affinity);
+// How many of a port's connections a bound client has to its server.
+uint32_t activeConnections(const Connections &connections, const Affinity &affinity);
 
 // The address of a server, as far as its settings tell one; else 0.0.0.0.
 NetworkAddress addressOf(const ServerRecord &settings);

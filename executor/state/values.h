@@ -54,8 +54,9 @@ inline constexpr uint8_t kReachUnknown = 0;
 inline constexpr uint8_t kReachable = 1;
 inline constexpr uint8_t kUnreachable = 2;
 
-// The flag of a connection's state that the executor knows, and the TCP states of connections.
+// The flag of a connection's state that the executor knows, the mark and the TCP states of connections.
 inline constexpr uint8_t kConnectionHalfOpen = 0x01;
+inline constexpr char kMadeByHand = 'M'; // the mark of a connection that no engine has
 inline constexpr uint8_t kTcpClosed = 0;
 inline constexpr uint8_t kTcpListen = 1;
 inline constexpr uint8_t kTcpSynSent = 2;

@@ -66,6 +66,7 @@ TEST(Reasons, numbersAreThoseThatClientsMap) {
     EXPECT_EQ(kConnectionExists, -112);
     EXPECT_EQ(kUnknownConnection, -113);
     EXPECT_EQ(kUnknownAffinity, -114);
+    EXPECT_EQ(kForwardingRefused, -115);
 }
 
 TEST(Reasons, eachHasWordsOfItsOwn) {
@@ -120,7 +121,8 @@ TEST(Reasons, eachHasWordsOfItsOwn) {
                                  kInterfacesUnreadable,
                                  kConnectionExists,
                                  kUnknownConnection,
-                                 kUnknownAffinity})
+                                 kUnknownAffinity,
+                                 kForwardingRefused})
         EXPECT_TRUE(texts.insert(reasonText(Command::addRule, reason)).second) << reason;
     for (const int32_t reason : {kHeartbeatExists, kHeartbeatPair}) // other words than those of the rules' reasons
         EXPECT_TRUE(texts.insert(reasonText(Command::addHeartbeat, reason)).second) << reason;
