@@ -235,12 +235,12 @@ TEST_F(PlanTest, tellsDownFromQuiescedAndFromNoWeight) {
     for (uint32_t key = 1; key <= 4; ++key)
         ASSERT_EQ(perform(state, addServerRequest(80, key, ("10.2.0.1" + std::to_string(key)).c_str(), 10)), 0);
     ASSERT_EQ(setWeights(state, 80, {{1, 0}}), 0);
-    for (const uint32_t key : {2, 3}) {
+    for (const uint32_t key : {2U, 3U}) {
         ServerRecord record = changeServerRequest(80, key);
         set(record.setQuiesced, record.quiesced, 1);
         ASSERT_EQ(perform(state, record), 0);
     }
-    for (const uint32_t key : {3, 4})
+    for (const uint32_t key : {3U, 4U})
         ASSERT_EQ(perform(state, commandOn(Command::markServerDown, key)), 0);
     EXPECT_EQ(text(), "pool 10.1.0.1:80 tcp server 1 10.2.0.11 10.2.0.11:80 weight 0\n"
                       "pool 10.1.0.1:80 tcp server 2 10.2.0.12 10.2.0.12:80 weight 0 quiesced\n"
