@@ -3,6 +3,8 @@
 
 #include "library/native.h"
 
+#include <span>
+
 namespace {
 
 constexpr int kRoom = 32;

@@ -129,12 +129,13 @@ bool draftReleasedClients(Attempt &attempt) {
 
 // --- The commands ----------------------------------------------------------------------------------------------------
 
-// A server without an address is a part of the configuration, but nobody would see why nothing gets there.
+// A server without an address is a part of the configuration, but nobody would see why nothing gets there. The command
+// has been performed by now: this must not run out of memory.
 void noteMissingAddress(Attempt &attempt) {
     const auto &record = requestOf<ServerRecord>(attempt);
     const bool isNew = record.header.command == Command::addServer;
     const Server &server = *findItem(attempt.target.port->servers, record.serverKey);
-    if ((!isNew && !isSet(record.setListeners)) || planServer(*attempt.target.port, server))
+    if ((!isNew && !isSet(record.setListeners)) || hasUsableAddress(server))
         return;
     LogText &words = attempt.words;
     append(words, "%sserver ", words.length == 0 ? "" : "; ");

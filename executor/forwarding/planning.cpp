@@ -226,9 +226,13 @@ PoolSettings planPoolSettings(const Cluster &cluster, const Port &port, const Ru
     return settings;
 }
 
+bool hasUsableAddress(const Server &server) {
+    return isUnicast(addressOf(server.settings));
+}
+
 std::optional<PoolServer> planServer(const Port &port, const Server &server) {
     const ServerRecord &kept = server.settings;
-    if (!isUnicast(addressOf(kept)))
+    if (!hasUsableAddress(server))
         return std::nullopt;
     PoolServer planned;
     planned.key = kept.serverKey;

@@ -31,7 +31,10 @@ const Port *crossTarget(const Cluster &cluster, const PortRecord &settings);
 // `rule` is null for the port's own pool. `gone` is a port of the cluster that is about to be removed, or null.
 PoolSettings planPoolSettings(const Cluster &cluster, const Port &port, const Rule *rule, const Port *gone = nullptr);
 
-// None when the server has no address that packets can be sent to.
+// Whether the server has an address that packets can be sent to. Needs no memory.
+bool hasUsableAddress(const Server &server);
+
+// None when it has none.
 std::optional<PoolServer> planServer(const Port &port, const Server &server);
 
 // False when an engine would take the server without a word and then not do what it is told; `words` say why.

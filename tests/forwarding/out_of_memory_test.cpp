@@ -91,6 +91,9 @@ TEST_F(ForwardingOutOfMemory, leavesExecutorAndEngineAsTheyWere) {
     expectToBeWhole(addPortRequest(80, kPortTypeTcpAndUdp), kPortOutOfMemory);
     expectToBeWhole(addServerRequest(80, 1, "10.2.0.11"), kServerOutOfMemory);
     expectToBeWhole(addServerRequest(80, 2, "10.2.0.12"), kServerOutOfMemory);
+    ServerRecord longNamed = addServerRequest(80, 3, "a name too long to be kept in place");
+    setListeners(longNamed, {{"10.2.0.13"}});
+    expectToBeWhole(longNamed, kServerOutOfMemory);
     expectToBeWhole(addRuleRequest(80, "a rule of 20 letters", 0, 0, 0, 5), kRuleOutOfMemory);
     RuleMembershipRecord member = memberRequest(Command::addServerToRule, "a rule of 20 letters", 1);
     expectToBeWhole(member, kMembershipOutOfMemory);
