@@ -115,8 +115,8 @@ int32_t performOn(Executor &executor, Port &port, int32_t command, const Affinit
     }
 }
 
-// Fills in as many records of a port as there is room for, and the number that there are. Returns how many it filled.
-uint32_t fillWithAll(AffinityRecord &record, const Port &port, const Connections &connections) {
+// Fills in as many records of a port as there is room for, and counts those.
+void fillWithAll(AffinityRecord &record, const Port &port, const Connections &connections) {
     auto *entries = entriesOf<AffinityEntry>(&record);
     const uint32_t room = roomIn(record);
     uint32_t filled = 0;
@@ -126,30 +126,25 @@ uint32_t fillWithAll(AffinityRecord &record, const Port &port, const Connections
         entries[filled] = entryOf(connections, *affinity);
         ++filled;
     }
-    record.count = static_cast<uint32_t>(numberOf(port.affinities));
+    record.count = filled;
     clearEntries(record, filled);
-    return filled;
 }
 
-// Adds the clients that stick to servers by what an engine does, behind the `filled` ones, and counts them. Returns how
-// many are filled then.
-uint32_t addStickyClients(AffinityRecord &record, const Traffic &traffic, const std::vector<StickyClient> &clients,
-                          uint32_t filled) {
+// Adds as many clients that stick to servers by what an engine does as there is room for, and counts those.
+void addStickyClients(AffinityRecord &record, const Traffic &traffic, const std::vector<StickyClient> &clients) {
     auto *entries = entriesOf<AffinityEntry>(&record);
     const uint32_t room = roomIn(record);
     for (const StickyClient &client : clients) {
-        ++record.count;
-        if (filled == room)
-            continue;
-        AffinityEntry &entry = entries[filled];
+        if (record.count == room)
+            break;
+        AffinityEntry &entry = entries[record.count];
         entry.clientAddress = hostAddress(client.client);
         entry.serverAddress = serverAddressOf(traffic, client);
         entry.serverKey = client.serverKey;
         entry.activeConnections = client.active;
         entry.firstTime = entry.stamp = record.now - client.idle;
-        ++filled;
+        ++record.count;
     }
-    return filled;
 }
 
 } // namespace
@@ -162,15 +157,18 @@ int32_t readAffinities(const Cluster &cluster, const Port &port, const Traffic &
     const bool isDetailed = record.count != 0;
     record.command = 0;
     fillHead(record, port);
+    if (!isDetailed) {
+        record.count = static_cast<uint32_t>(port.affinities.byKey.size() + clients.size());
+        clearEntries(record, 0);
+        return 0;
+    }
+    fillWithAll(record, port, connectionsOf(live, cluster, port));
     auto *entries = entriesOf<AffinityEntry>(&record);
-    const uint32_t bound = fillWithAll(record, port, connectionsOf(live, cluster, port));
-    const uint32_t filled = addStickyClients(record, traffic, clients, bound);
-    for (uint32_t index = 0; index < filled; ++index) {
+    addStickyClients(record, traffic, clients);
+    for (uint32_t index = 0; index < record.count; ++index) {
         entries[index].clientAddress = htonl(entries[index].clientAddress);
         entries[index].serverAddress = htonl(entries[index].serverAddress);
     }
-    if (!isDetailed)
-        clearEntries(record, 0);
     return 0;
 }
 
@@ -179,8 +177,7 @@ int32_t serverDirectedAffinity(Executor &executor, const Cluster &cluster, Port 
     const int32_t command = record.command;
     if (command != kBindClients && command != kReleaseClients && command != kReadClients)
         return kOutOfRange;
-    LiveConnections
-        live; // of an engine only when clients are read: a change takes no longer for the connections there are
+    LiveConnections live; // asked for only when clients are read: a change takes no longer with many connections
     if (command == kReadClients && !listConnections(traffic, cluster, port, live))
         return kForwardingRefused;
     const Connections &connections = connectionsOf(live, cluster, port);
@@ -188,8 +185,8 @@ int32_t serverDirectedAffinity(Executor &executor, const Cluster &cluster, Port 
     auto *entries = entriesOf<AffinityEntry>(&record);
     fillHead(record, port);
     if (command == kReadClients && record.count == 0) {
-        const uint32_t filled = fillWithAll(record, port, connections);
-        for (uint32_t index = 0; index < filled; ++index)
+        fillWithAll(record, port, connections);
+        for (uint32_t index = 0; index < record.count; ++index)
             entries[index].stamp = record.now - entries[index].stamp;
         return 0;
     }

@@ -39,14 +39,12 @@ ClientConnections connectionsOfClient(const Connections &connections, Connection
 void addHalfOpen(HalfOpenRecord &record, const ClientConnections &client, bool isAttacking) {
     for (auto item = client.begin; item != client.end; ++item) {
         const Connection &connection = item->second;
-        if (!isHalfOpen(connection))
+        if (!isHalfOpen(connection) || record.count == kHalfOpenConnections)
             continue;
-        if (record.count < kHalfOpenConnections) {
-            HalfOpenEntry &entry = record.entries[record.count];
-            entry.clientAddress = {htonl(connection.clientAddress)};
-            entry.clientPort = {htons(connection.clientPort)};
-            entry.flag = isAttacking ? 1 : 0;
-        }
+        HalfOpenEntry &entry = record.entries[record.count];
+        entry.clientAddress = {htonl(connection.clientAddress)};
+        entry.clientPort = {htons(connection.clientPort)};
+        entry.flag = isAttacking ? 1 : 0;
         ++record.count;
     }
 }
@@ -87,9 +85,8 @@ int32_t readAttackingAddresses(const Executor &executor, const Cluster &cluster,
     for (auto item = connections.cbegin(); item != connections.cend();) {
         const ClientConnections client = connectionsOfClient(connections, item);
         record.summary += client.halfOpen;
-        if (client.halfOpen >= threshold) {
-            if (record.count < kAttackingAddresses)
-                record.entries[record.count] = {{htonl(item->second.clientAddress)}, client.halfOpen};
+        if (client.halfOpen >= threshold && record.count < kAttackingAddresses) {
+            record.entries[record.count] = {{htonl(item->second.clientAddress)}, client.halfOpen};
             ++record.count;
         }
         item = client.end;

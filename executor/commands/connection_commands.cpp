@@ -87,6 +87,8 @@ int32_t readConnections(const Executor &executor, const Traffic &traffic, Connec
     if (!listConnections(traffic, executor, live))
         return kForwardingRefused;
     const ConnectionQueryRecord query = record; // the reply overwrites it
+    const bool isDetailed = query.detail != 0;
+    const int32_t mostEntries = isDetailed ? kConnections : std::numeric_limits<int32_t>::max();
     auto &reply = reinterpret_cast<ConnectionListRecord &>(record);
     clearBody(reply.header);
     reply.now = currentTime();
@@ -94,9 +96,9 @@ int32_t readConnections(const Executor &executor, const Traffic &traffic, Connec
         for (const auto &[portNumber, port] : cluster->ports.inOrder) {
             for (const auto &[key, connection] : connectionsOf(live, *cluster, *port)) {
                 const ConnectionEntry entry = entryOf(*cluster, *port, connection);
-                if (!isSelected(query, entry))
+                if (!isSelected(query, entry) || reply.count == mostEntries)
                     continue;
-                if (query.detail != 0 && reply.count < kConnections)
+                if (isDetailed)
                     reply.entries[reply.count] = entry;
                 ++reply.count;
                 reply.npsCount += connection.isDatagram ? 1 : 0;

@@ -301,13 +301,14 @@ TEST_F(Affinities, travelUpTo3000AtOnce) {
     for (uint32_t index = 0; index < 3000; ++index)
         ASSERT_EQ(block.entry(index).stamp, 0U);
 
-    // As many as fit, and the number that there are.
+    // As many as fit; the number that there are for those who only ask for it.
     AffinityBlock read = readAffinities();
-    EXPECT_EQ(read.block().count, 3000U);
+    EXPECT_EQ(read.block().count, 1999U);
+    EXPECT_EQ(readAffinities(false).block().count, 3000U);
     EXPECT_EQ(read.entry(1998).clientAddress, htonl(word("10.8.0.1") + 1998));
     AffinityBlock all = directedRequest(kRead, 0);
     ASSERT_EQ(send(all), 0);
-    EXPECT_EQ(all.block().count, 3000U);
+    EXPECT_EQ(all.block().count, 1999U);
     EXPECT_EQ(all.entry(1998).clientAddress, word("10.8.0.1") + 1998);
 
     AffinityBlock some = directedRequest(kRead, 2500);

@@ -144,18 +144,18 @@ TEST_F(AttackProtection, anUnknownPortIsRefused) {
     EXPECT_EQ(send(*attackingRequest("10.1.0.1", 81)), kUnknownPort);
 }
 
-TEST_F(AttackProtection, halfOpenConnectionsAreCountedBeyondWhatAReplyHolds) {
+TEST_F(AttackProtection, halfOpenConnectionsAreCountedAsFarAsAReplyHoldsThem) {
     for (int32_t number = 1; number <= 5333; ++number)
         ASSERT_EQ(addConnection("10.7.0.9", number, kHalfOpenState), 0);
     EXPECT_EQ(halfOpen()->halfOpen.count, 5333);
     ASSERT_EQ(addConnection("10.7.0.9", 5334, kHalfOpenState), 0);
     const SharedBlockOwner block = halfOpen();
-    EXPECT_EQ(block->halfOpen.count, 5334);
+    EXPECT_EQ(block->halfOpen.count, 5333);
     EXPECT_EQ(block->halfOpen.entries[5332].clientPort.word, port(5333).word);
     EXPECT_EQ(attacking()->attacking.entries[0].value, 5334);
 }
 
-TEST_F(AttackProtection, attackingAddressesAreCountedBeyondWhatAReplyHolds) {
+TEST_F(AttackProtection, attackingAddressesAreCountedAsFarAsAReplyHoldsThem) {
     const auto addClients = [](uint32_t first, uint32_t last) {
         for (uint32_t client = first; client <= last; ++client) {
             ConnectionRequestRecord record =
@@ -168,7 +168,7 @@ TEST_F(AttackProtection, attackingAddressesAreCountedBeyondWhatAReplyHolds) {
     EXPECT_EQ(attacking()->attacking.count, 7996);
     addClients(7997, 7997);
     const SharedBlockOwner block = attacking();
-    EXPECT_EQ(block->attacking.count, 7997);
+    EXPECT_EQ(block->attacking.count, 7996);
     EXPECT_EQ(block->attacking.summary, 7997);
     EXPECT_EQ(block->attacking.entries[7995].address.word, htonl(0x0A080000 + 7996));
     for (std::size_t at = sizeof(AttackingAddressesRecord); at < kWireBytes; ++at)
