@@ -1,5 +1,6 @@
 #include "executor/commands/command_log.h"
 
+#include "executor/state/logs.h"
 #include "executor/state/reason_text.h"
 
 namespace rk {
@@ -28,15 +29,6 @@ void appendReason(LogText &line, const CommandHeader &block, const LogText &word
         append(line, ": ");
     appendName(line, words.text);
     append(line, ")");
-}
-
-void write(ExecutorState &state, const LogText &line, bool isKept) {
-    if (isKept)
-        addLine(state.trace, line.text);
-    if (state.log == nullptr)
-        return;
-    std::fprintf(state.log, "%s\n", line.text);
-    std::fflush(state.log);
 }
 
 } // namespace
@@ -72,7 +64,7 @@ void logCommand(ExecutorState &state, const CommandRow *row, const CommandHeader
             append(line, " length=%u", static_cast<unsigned int>(block.length));
         if (block.reason != 0)
             appendReason(line, block, words);
-        write(state, line, isKept);
+        writeLine(state, line, isKept);
     }
     if (block.reason == 0 && words.length != 0)
         logForwarding(state, words);
@@ -83,7 +75,7 @@ void logForwarding(ExecutorState &state, const LogText &words) {
     appendTime(line);
     append(line, " forwarding: ");
     appendName(line, words.text);
-    write(state, line, isTraced(state, kTraceRefusals, kExecutorFamily.traceBit));
+    writeLine(state, line, isTraced(state, kTraceRefusals, kExecutorFamily.traceBit));
 }
 
 } // namespace rk

@@ -21,10 +21,12 @@ template <auto procedure> using RecordOf = typename Parameters<decltype(procedur
 // The object of the target, or the record, that a parameter stands for.
 template <typename Parameter> Parameter argument(const Target &target, CommandHeader &block) {
     using Type = std::remove_cvref_t<Parameter>;
-    if constexpr (std::is_same_v<Type, Executor>)
-        return *target.executor;
+    if constexpr (std::is_same_v<Type, ExecutorState>)
+        return *target.state;
+    else if constexpr (std::is_same_v<Type, Executor>)
+        return target.state->executor;
     else if constexpr (std::is_same_v<Type, TraceLog>)
-        return *target.trace;
+        return target.state->trace;
     else if constexpr (std::is_same_v<Type, Traffic>)
         return target.traffic;
     else if constexpr (std::is_same_v<Type, Cluster>)

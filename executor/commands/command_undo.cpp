@@ -5,10 +5,10 @@
 namespace rk {
 
 void keepFormer(Former &former, const Target &target) {
-    former.executor = target.executor->settings;
-    former.attackProtection = target.executor->attackProtection;
-    former.nextOrder = target.executor->nextOrder;
-    former.nextRuleId = target.executor->nextRuleId;
+    former.executor = target.state->executor.settings;
+    former.attackProtection = target.state->executor.attackProtection;
+    former.nextOrder = target.state->executor.nextOrder;
+    former.nextRuleId = target.state->executor.nextRuleId;
     if (target.cluster != nullptr)
         former.cluster = target.cluster->settings;
     if (target.port != nullptr) {
@@ -53,7 +53,7 @@ void keepClients(Attempt &attempt) {
 
 void removeNewCluster(Attempt &attempt) {
     const auto &record = requestOf<ClusterRecord>(attempt);
-    Executor &executor = *attempt.target.executor;
+    Executor &executor = attempt.target.state->executor;
     const Cluster &cluster = *findItem(executor.clusters, record.clusterKey);
     executor.clusterAddresses.erase(cluster.settings.address.word);
     removeItem(executor.clusters, record.clusterKey, attempt.former.nextOrder);
@@ -68,29 +68,29 @@ void removeNewPort(Attempt &attempt) {
 void removeNewServer(Attempt &attempt) {
     const uint32_t serverKey = requestOf<ServerRecord>(attempt).serverKey;
     removeItem(attempt.target.port->servers, serverKey, attempt.former.nextOrder);
-    attempt.target.executor->nextOrder = attempt.former.nextOrder;
+    attempt.target.state->executor.nextOrder = attempt.former.nextOrder;
 }
 
 void removeNewRule(Attempt &attempt) {
     const std::string_view name = textIn(requestOf<RuleRecord>(attempt).ruleName);
     auto &rules = attempt.target.port->rules;
     removeItem(rules, name, findItem(rules, name)->settings.priority);
-    attempt.target.executor->nextRuleId = attempt.former.nextRuleId;
+    attempt.target.state->executor.nextRuleId = attempt.former.nextRuleId;
 }
 
 void removeNewMember(Attempt &attempt) {
     const uint32_t serverKey = attempt.target.server->settings.serverKey;
     removeItem(attempt.target.rule->members, serverKey, attempt.former.nextOrder);
-    attempt.target.executor->nextOrder = attempt.former.nextOrder;
+    attempt.target.state->executor.nextOrder = attempt.former.nextOrder;
 }
 
 void restoreExecutor(Attempt &attempt) {
-    attempt.target.executor->settings = attempt.former.executor;
-    attempt.target.executor->attackProtection = attempt.former.attackProtection;
+    attempt.target.state->executor.settings = attempt.former.executor;
+    attempt.target.state->executor.attackProtection = attempt.former.attackProtection;
 }
 
 void restoreCluster(Attempt &attempt) {
-    replaceSettings(*attempt.target.executor, *attempt.target.cluster, attempt.former.cluster);
+    replaceSettings(attempt.target.state->executor, *attempt.target.cluster, attempt.former.cluster);
 }
 
 void restorePort(Attempt &attempt) {
@@ -132,7 +132,7 @@ void restoreClients(Attempt &attempt) {
             removeItem(port.affinities, client, int64_t{affinity->order});
     }
     port.affinitiesReused = attempt.former.affinitiesReused;
-    attempt.target.executor->nextOrder = attempt.former.nextOrder;
+    attempt.target.state->executor.nextOrder = attempt.former.nextOrder;
     std::memcpy(&attempt.block, attempt.former.request.data(), attempt.former.request.size());
 }
 

@@ -85,7 +85,7 @@ int32_t setHighAvailabilityTimers(Executor &executor, const CommandHeader &heade
 int32_t takeOver(Executor &executor, const HaControlRecord &record);
 
 // interface_commands.cpp
-int32_t readInterfaces(InterfaceListRecord &record);
+int32_t readInterfaces(ExecutorState &state, InterfaceListRecord &record);
 
 // log_commands.cpp
 int32_t readLogHead(const TraceLog &trace, LogRequestRecord &record);

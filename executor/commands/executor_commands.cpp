@@ -43,7 +43,8 @@ void startExecutor(ExecutorState &state) {
     settings.defaultPortType = kPortTypeTcpAndUdp;
 
     state.trace.length = 0;
-    LogText line{};
+    state.toldInterfaces.count = 0;
+    LogText line;
     appendTime(line);
     append(line, " executor started");
     addLine(state.trace, line.text);

@@ -19,7 +19,7 @@ bool draftNothing(Attempt & /*attempt*/) {
 
 bool draftNewCluster(Attempt &attempt) {
     const uint32_t clusterKey = requestOf<ClusterRecord>(attempt).clusterKey;
-    attempt.draft.used |= featuresOf(*findItem(attempt.target.executor->clusters, clusterKey));
+    attempt.draft.used |= featuresOf(*findItem(attempt.target.state->executor.clusters, clusterKey));
     return true;
 }
 
@@ -203,7 +203,8 @@ const ForwardedCommand *findForwarded(const CommandHeader &block) {
 }
 
 bool apply(Forwarding &forwarding, const ForwardedCommand &command, Attempt &attempt) {
-    return command.draft(attempt) && applyDraft(*attempt.target.executor, forwarding, attempt.draft, attempt.words);
+    return command.draft(attempt) &&
+           applyDraft(attempt.target.state->executor, forwarding, attempt.draft, attempt.words);
 }
 
 int32_t performChange(Forwarding &forwarding, const ForwardedCommand &command, const CommandRow &row,

@@ -1,11 +1,14 @@
 // The machine's network interfaces, read anew for every request: what an administrator changes shows at once.
+#include "executor/commands/command_table.h"
 #include "executor/commands/commands.h"
 #include "executor/commands/machine_interfaces.h"
+#include "executor/state/logs.h"
 #include "executor/state/values.h"
 #include "rk/reasons.h"
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <linux/if_packet.h>
 #include <sys/socket.h>
 
@@ -36,9 +39,44 @@ void fillRecord(InterfaceRecord &record, const ifaddrs &entry, const ifaddrs *li
     record.localip = record.ip;
 }
 
+// Whether the list has room for the names of an interface's aliases, with ":" and at least one digit. `name` is that of
+// the interface or of an alias.
+bool hasRoomForAliases(std::string_view name) {
+    constexpr std::size_t longest = sizeof(InterfaceRecord::name) - 1;
+    return name.size() <= longest && withoutAlias(name).size() + std::size(":1") - 1 <= longest;
+}
+
+// Notes an interface. False when it is among them already.
+bool note(NotedInterfaces &noted, std::string_view name) {
+    const bool isNoted =
+        std::any_of(noted.names, noted.names + noted.count, [name](const auto &item) { return textIn(item) == name; });
+    if (isNoted)
+        return false;
+    if (noted.count == std::ssize(noted.names))
+        noted.count = 0; // begins anew, rather than telling no more of them
+    storeText(noted.names[noted.count++], name);
+    return true;
+}
+
+// Says in the logs, once for each interface, that its aliases cannot be told apart.
+void tellLongName(ExecutorState &state, std::string_view name) {
+    const bool isKept = isTraced(state, kTraceRefusals, kInterfaceFamily.traceBit);
+    const std::string_view interface = withoutAlias(name);
+    const bool isWritten = isKept || state.log != nullptr;
+    if (!isWritten || !note(state.toldInterfaces, interface))
+        return;
+    LogText line;
+    appendTime(line);
+    append(line, " interface ");
+    appendName(line, interface);
+    append(line, ": the names of its aliases are cut to %zu characters, so a second address may replace the first",
+           sizeof(InterfaceRecord::name) - 1);
+    writeLine(state, line, isKept);
+}
+
 } // namespace
 
-int32_t readInterfaces(InterfaceListRecord &record) {
+int32_t readInterfaces(ExecutorState &state, InterfaceListRecord &record) {
     ifaddrs *addresses = nullptr;
     if (getifaddrs(&addresses) != 0)
         return kInterfacesUnreadable;
@@ -46,6 +84,8 @@ int32_t readInterfaces(InterfaceListRecord &record) {
     InterfaceList &list = record.list;
     for (const ifaddrs *entry = firstIpv4(addresses); entry != nullptr && list.count < kInterfaces;
          entry = firstIpv4(entry->ifa_next)) {
+        if (!hasRoomForAliases(entry->ifa_name))
+            tellLongName(state, entry->ifa_name);
         fillRecord(list.records[list.count], *entry, addresses);
         ++list.count;
     }

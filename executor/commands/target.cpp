@@ -27,7 +27,7 @@ bool isMissing(Needs needs, Needs need, const void *object) {
 } // namespace
 
 Target findTarget(ExecutorState &state, const CommandKeys &keys) {
-    Target target{&state.executor, &state.trace, {state.forwarding}};
+    Target target{&state, {state.forwarding}};
     target.cluster = findCluster(state.executor, keys);
     if (target.cluster != nullptr && keys.port)
         target.port = findItem(target.cluster->ports, hostOrder(*keys.port));

@@ -6,10 +6,9 @@
 
 namespace rk {
 
-// The executor, and what a request's keys name in it. Null is what they do not name, or what is not there.
+// The state, and what a request's keys name in it. Null is what they do not name, or what is not there.
 struct Target {
-    Executor *executor = nullptr;
-    TraceLog *trace = nullptr;
+    ExecutorState *state = nullptr;
     Traffic traffic;
     Cluster *cluster = nullptr;
     Port *port = nullptr;

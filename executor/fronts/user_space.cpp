@@ -5,6 +5,7 @@
 
 #include "executor/commands/commands.h"
 #include "executor/commands/perform_command.h"
+#include "executor/state/logs.h"
 
 #include <exception>
 #include <sys/stat.h>
@@ -22,17 +23,11 @@ bool isDirectory(const char *path) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-void closeLog() {
-    if (state.log != nullptr)
-        std::fclose(state.log);
-    state.log = nullptr;
-}
-
-// Opens a log to append to; null when it cannot. A relative path begins at the installation directory.
-std::FILE *openLog(const char *path) {
+// A relative path begins at the installation directory.
+std::string fromInstallPath(const char *path) {
     const bool isRelative = path[0] != '/';
     const std::string base = isRelative && !state.installPath.empty() ? state.installPath + "/" : "";
-    return std::fopen((base + path).c_str(), "ae");
+    return base + path;
 }
 
 } // namespace
@@ -70,7 +65,7 @@ int32_t EXC_UsrExecutorProcessTerm() {
     if (!state.isProcessReady)
         return kRefused;
     EXC_UsrExecutorTerm();
-    closeLog();
+    rk::closeLogFile(state);
     state.isProcessReady = false;
     return kDone;
 }
@@ -84,14 +79,9 @@ int32_t EXC_UsrExecutorSetLog(const char *path) {
     if (path == nullptr)
         return 0;
     try {
-        std::FILE *log = nullptr;
-        if (path[0] != '\0') { // the empty text turns the log off
-            log = openLog(path);
-            if (log == nullptr)
-                return 0;
-        }
-        closeLog();
-        state.log = log;
+        if (path[0] != '\0')
+            return rk::openLogFile(state, fromInstallPath(path).c_str()) ? 1 : 0;
+        rk::closeLogFile(state); // the empty text turns the log off
         return 1;
     } catch (const std::exception &) {
         return 0;

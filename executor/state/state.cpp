@@ -7,12 +7,6 @@
 
 namespace rk {
 
-bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit) {
-    const ExecutorSettingsRecord &settings = state.executor.settings;
-    const auto filter = static_cast<uint32_t>(settings.logFilter);
-    return traceBit != 0 && settings.traceLevel >= level && (filter == 0 || (filter & traceBit) != 0);
-}
-
 uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort) {
     return uint64_t{clientAddress} << 16 | clientPort;
 }

@@ -8,6 +8,7 @@
 #include "rk/diagnostic_records.h"
 #include "rk/executor_records.h"
 #include "rk/ha_records.h"
+#include "rk/interface_records.h"
 #include "rk/port_records.h"
 #include "rk/rule_records.h"
 #include "rk/server_records.h"
@@ -134,18 +135,22 @@ struct Executor {
 
 struct Forwarding; // executor/forwarding
 
+// Names of interfaces, in a record of fixed size: noting one cannot fail.
+struct NotedInterfaces {
+    char names[kInterfaces][16]; // the first `count` of them
+    int count = 0;
+};
+
 struct ExecutorState {
     bool isProcessReady = false;
     bool isStarted = false;
     std::string installPath;
     std::FILE *log = nullptr; // null: there is no log file
     TraceLog trace;
+    NotedInterfaces toldInterfaces; // those that the logs have a line on
     Executor executor;
     Forwarding *forwarding = nullptr; // null: nothing is forwarded
 };
-
-// Whether the trace log keeps lines of this level on commands with this bit in the filter; 0: it never does.
-bool isTraced(const ExecutorState &state, int32_t level, uint32_t traceBit);
 
 // The key of a connection among those of a port. Address and port are in host byte order.
 uint64_t connectionKey(uint32_t clientAddress, uint16_t clientPort);

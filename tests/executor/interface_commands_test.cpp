@@ -4,9 +4,11 @@
 
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <ifaddrs.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
+#include <sstream>
 
 namespace {
 
@@ -94,6 +96,34 @@ InterfaceRecord expectedRecord(const char *name, const char *ip, const char *mas
     std::memcpy(record.mac, mac, sizeof record.mac);
     setText(record.name, name);
     return record;
+}
+
+// The lines of the trace log on interfaces, without the times before them.
+std::vector<std::string> linesOnInterfaces() {
+    auto block = std::make_unique<SharedBlock>(request<SharedBlock>(Command::readLogHead));
+    block->log.size = 60000;
+    EXPECT_EQ(send(*block), 0);
+    std::vector<std::string> lines;
+    std::istringstream text(reinterpret_cast<const char *>(block->bytes + sizeof(CommandHeader)));
+    for (std::string line; std::getline(text, line);) {
+        const std::size_t begin = line.find(' ') + 1;
+        if (line.compare(begin, 10, "interface ") == 0)
+            lines.push_back(line.substr(begin));
+    }
+    return lines;
+}
+
+std::string lineOn(const std::string &interface) {
+    return "interface " + interface +
+           ": the names of its aliases are cut to 9 characters, so a second address may replace the first";
+}
+
+void setLogging(int32_t traceLevel, int32_t filter) {
+    auto record = request<ExecutorSettingsRecord>(Command::writeExecutorSettings);
+    record.setTraceLevel = record.setLogFilter = 1;
+    record.traceLevel = traceLevel;
+    record.logFilter = filter;
+    ASSERT_EQ(send(record), 0);
 }
 
 class Interfaces : public ExecutorTest {
@@ -249,6 +279,74 @@ TEST_F(Interfaces, readingNetworkCardsLeavesNoFileOpen) {
     const auto before = openFiles();
     networkCards();
     EXPECT_EQ(openFiles(), before);
+}
+
+TEST_F(Interfaces, whoseAliasesHaveNoNumberInTheListAreTold) {
+    using Texts = std::vector<std::string>;
+    for (const char *name : {"lo", "eth0", "eth0:1", "docker0", "docker0:9"})
+        addAddress(name, "10.1.2.3", "255.255.255.0", nullptr);
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces(), Texts{});
+
+    addAddress("enp0s31f", "10.2.2.3", "255.255.255.0", nullptr);
+    addAddress("docker0:10", "10.2.2.4", "255.255.255.0", nullptr);
+    addAddress("docker0:11", "10.2.2.5", "255.255.255.0", nullptr);
+    interfaces();
+    const Texts expected{lineOn("enp0s31f"), lineOn("docker0")};
+    EXPECT_EQ(linesOnInterfaces(), expected);
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces(), expected) << "once each";
+    addAddress("br-0123456789ab", "10.3.2.3", "255.255.255.0", nullptr);
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces(), (Texts{lineOn("enp0s31f"), lineOn("docker0"), lineOn("br-0123456789ab")}));
+}
+
+TEST_F(Interfaces, areToldBeyondWhatIsKept) {
+    for (int group = 0; group < 3; ++group) {
+        machine = Machine{};
+        for (int number = 100; number < 160; ++number)
+            addAddress("br" + std::to_string(group) + "-bridge" + std::to_string(number), "10.1.2.3", nullptr, nullptr);
+        interfaces();
+    }
+    const std::vector<std::string> lines = linesOnInterfaces();
+    ASSERT_EQ(lines.size(), 180U);
+    EXPECT_EQ(lines.front(), lineOn("br0-bridge100"));
+    EXPECT_EQ(lines.back(), lineOn("br2-bridge159"));
+}
+
+TEST_F(Interfaces, areToldAsSoonAsALogTakesTheLine) {
+    addAddress("enp0s31f6", "10.1.2.3", "255.255.255.0", nullptr);
+    setLogging(0, 0);
+    interfaces();
+    setLogging(1, 0x1); // of the executor's own commands only
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces().size(), 0U);
+    setLogging(1, 0x40);
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces().size(), 1U);
+    ASSERT_EQ(EXC_UsrExecutorTerm(), 0);
+    ASSERT_EQ(EXC_UsrExecutorInit(), 0);
+    interfaces();
+    EXPECT_EQ(linesOnInterfaces().size(), 1U) << "a start empties the log";
+}
+
+TEST_F(Interfaces, areToldInEachLogFile) {
+    addAddress("enp0s31f6", "10.1.2.3", "255.255.255.0", nullptr);
+    interfaces(); // in the trace log
+    char folder[] = "/tmp/interface_commands_test_XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string log = std::string(folder) + "/log";
+    ASSERT_EQ(EXC_UsrExecutorSetLog(log.c_str()), 1);
+    interfaces();
+    interfaces();
+    ASSERT_EQ(EXC_UsrExecutorSetLog(""), 1);
+    std::ifstream stream(log);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line.substr(line.find(' ') + 1));
+    EXPECT_EQ(lines,
+              (std::vector<std::string>{lineOn("enp0s31f6"), "readInterfaces result=0", "readInterfaces result=0"}));
+    EXPECT_EQ(std::filesystem::remove_all(folder), 2U);
 }
 
 } // namespace
