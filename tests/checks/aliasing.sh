@@ -72,6 +72,27 @@ expect "the machine's own address is left" 10.77.0.1/24 "$(addresses)"
 expect "no interface on the subnet" "alias configure: status -62" \
     "$(play <<< '! alias configure 172.16.0.9' | grep -o '^.*status -62')"
 
+# Names that have no room for an alias, or for another one.
+ip link add rk0longer type veth peer name rk1longer
+ip address add 10.78.0.1/24 dev rk0longer
+ip link add rk0seven type veth peer name rk1seven
+ip link set rk0seven name rkseven
+ip address add 10.79.0.1/24 dev rkseven
+for number in {1..9}; do
+    ip address add "10.79.0.1$number/24" label "rkseven:$number" dev rkseven
+done
+longer="the executor's list keeps 9 characters of a name, and the alias"
+expect "no room for aliases" "$(printf "alias configure: $longer %s is longer: the next address would replace this one\n" \
+    rk0longer:1 rk0longer:1 rkseven:10)" "$(play << 'SCRIPT'
+! alias configure 10.78.0.50
+! alias configure 10.80.0.50 --interface rk0longer --netmask 255.255.255.0
+! alias configure 10.79.0.50
+SCRIPT
+)"
+expect "an alias that is there already" ok "$(play <<< 'alias configure 10.79.0.15')"
+expect "nothing else was configured" "$(printf '%s\n' 10.78.0.1/24 10.79.0.1{,1,2,3,4,5,6,7,8,9}/24)" \
+    "$(for link in rk0longer rkseven; do ip -4 -oneline address show dev $link; done | awk '{ print $4 }' | sort -V)"
+
 exec 3>&-
 ended=0
 wait "$console_id" || ended=$?
