@@ -4,6 +4,7 @@
 
 #include "executor/fronts/device_options.h"
 #include "executor/fronts/device_request.h"
+#include "executor/fronts/device_wait.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -57,20 +58,24 @@ fuse_session *newSession(const std::string &name, ExecutorState &state) {
     return session;
 }
 
-// Answers one message of the kernel, if it still waits. False when the kernel has ended the session.
-bool answerMessage(fuse_session *session, fuse_buf &message) {
-    const int bytes = fuse_session_receive_buf(session, &message);
+// Answers one message of the kernel, if it still waits. False when the session is at its end: `mistake` says why.
+bool answerMessage(CuseDevice &device, fuse_buf &message) {
+    const int bytes = fuse_session_receive_buf(device.session, &message);
     if (bytes > 0)
-        fuse_session_process_buf(session, &message);
-    return bytes > 0 || bytes == -EINTR || bytes == -EAGAIN;
+        fuse_session_process_buf(device.session, &message);
+    if (bytes > 0 || bytes == -EINTR || bytes == -EAGAIN)
+        return true;
+    device.mistake = bytes == 0 ? "the kernel has ended the device"
+                                : std::string("cannot read from ") + kDeviceChannel + ": " + std::strerror(-bytes);
+    return false;
 }
 
 // Answers the first message, which asks for the device's name. The kernel makes the device from the answer, and ends
 // the session when it cannot. False when there is no device.
-bool introduce(const CuseDevice &device) {
+bool introduce(CuseDevice &device) {
     pollfd wanted{device.channel, POLLIN, 0};
     fuse_buf message{};
-    const bool isAnswered = poll(&wanted, 1, kPatienceMilliseconds) == 1 && answerMessage(device.session, message);
+    const bool isAnswered = poll(&wanted, 1, kPatienceMilliseconds) == 1 && answerMessage(device, message);
     std::free(message.mem);
     return isAnswered && poll(&wanted, 1, 0) >= 0 && (wanted.revents & POLLERR) == 0;
 }
@@ -120,18 +125,16 @@ CuseDevice openDevice(const std::string &name, ExecutorState &state) {
     return device;
 }
 
-bool serveDevice(const CuseDevice &device, int stopDescriptor) {
-    pollfd wanted[] = {{device.channel, POLLIN, 0}, {stopDescriptor, POLLIN, 0}};
+bool serveDevice(CuseDevice &device, int signals) {
     fuse_buf message{};
-    bool isAlive = true;
-    while (isAlive && wanted[1].revents == 0) {
-        if (poll(wanted, 2, -1) == -1)
-            continue; // interrupted
-        if (wanted[0].revents != 0)
-            isAlive = answerMessage(device.session, message);
-    }
+    DeviceEvent event = DeviceEvent::message;
+    do {
+        event = awaitEvent(device.channel, signals, device.mistake);
+        if (event == DeviceEvent::message && !answerMessage(device, message))
+            event = DeviceEvent::failure;
+    } while (event == DeviceEvent::message);
     std::free(message.mem);
-    return isAlive;
+    return event == DeviceEvent::signal;
 }
 
 void closeDevice(CuseDevice &device) {

@@ -89,13 +89,15 @@ forwards no packets. The management server's library finds it in kernel mode.
   --device-name NAME   make /dev/NAME instead (the library knows /dev/qelxw only)
   --foreground         stay in the foreground, and say when the device is there;
                        otherwise the program goes to the background then
-  --log FILE           append a line to FILE for each command
+  --log FILE           append a line to FILE for each command; SIGHUP opens FILE
+                       anew, as log rotation expects
   --help               show this text
   --version            show the version
 
 It needs the kernel's module cuse (modprobe cuse) and the right to open
-/dev/cuse, which root has. SIGTERM, SIGINT or SIGHUP stop it: the device goes,
-and the configuration with it.
+/dev/cuse, which root has, and the user qelxwd where the installed rule of udev
+is in force. SIGTERM or SIGINT stop it: the device goes, and the configuration
+with it.
 
 Exit status: 0 stopped, or gone to the background; 1 something failed, and the
 reason was written to standard error; 2 the command line is wrong.
@@ -120,7 +122,8 @@ std::string describeChannelError(int error) {
     if (error == ENOENT || error == ENODEV || error == ENXIO)
         return "there is no " + channel + ": load the kernel's module first (modprobe cuse)";
     if (error == EACCES || error == EPERM)
-        return "no right to open " + channel + ": run as root, in a container with the device handed in";
+        return "no right to open " + channel +
+               ": run as root or as the service's user, in a container with the device handed in";
     return "cannot open " + channel + ": " + std::strerror(error);
 }
 

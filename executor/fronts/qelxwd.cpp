@@ -2,11 +2,13 @@
 #include "executor/commands/commands.h"
 #include "executor/fronts/cuse_device.h"
 #include "executor/fronts/device_options.h"
+#include "executor/state/logs.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -21,26 +23,56 @@ int fail(const std::string &mistake) {
     return kFailed;
 }
 
-// A descriptor that can be read when a signal asks to stop. From now on, these signals do nothing else.
-int catchStopSignals() {
-    sigset_t stopping;
-    sigemptyset(&stopping);
+// A descriptor from which signals can be read. From now on, these signals do nothing else.
+int catchSignals() {
+    sigset_t caught;
+    sigemptyset(&caught);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        sigaddset(&stopping, signal);
-    sigprocmask(SIG_BLOCK, &stopping, nullptr);
+        sigaddset(&caught, signal);
+    sigprocmask(SIG_BLOCK, &caught, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // whoever read standard error may be gone
-    return signalfd(-1, &stopping, SFD_CLOEXEC);
+    return signalfd(-1, &caught, SFD_CLOEXEC);
+}
+
+// Takes the signal that has come.
+uint32_t takeSignal(int signals) {
+    signalfd_siginfo information{};
+    return read(signals, &information, sizeof information) == sizeof information ? information.ssi_signo : 0;
+}
+
+// The path from the root: the program leaves its folder when it goes to the background.
+std::string absolute(const std::string &path) {
+    return path.empty() ? path : std::filesystem::absolute(path).string();
+}
+
+// Opens the log at its path anew, where log rotation may have moved the old one away. When it cannot, the old one goes
+// on and has a line on that.
+void reopenLog(rk::ExecutorState &state, const std::string &path) {
+    if (path.empty() || rk::openLogFile(state, path.c_str()))
+        return;
+    rk::LogText line;
+    rk::appendTime(line);
+    rk::append(line, " the log cannot be opened anew: %s", std::strerror(errno));
+    rk::writeLine(state, line, false);
+}
+
+// Answers until a signal asks to stop. False when something failed.
+bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &state, const std::string &logFile) {
+    while (rk::serveDevice(device, signals)) {
+        if (takeSignal(signals) != SIGHUP)
+            return true;
+        reopenLog(state, logFile);
+    }
+    return false;
 }
 
 int serve(const rk::DeviceOptions &options) {
     rk::ExecutorState state;
-    if (!options.logFile.empty()) {
-        state.log = std::fopen(options.logFile.c_str(), "ae");
-        if (state.log == nullptr)
-            return fail("cannot write " + options.logFile + ": " + std::strerror(errno));
-    }
-    const int stopDescriptor = catchStopSignals();
-    if (stopDescriptor == -1)
+    const std::string logFile = absolute(options.logFile);
+    if (!logFile.empty() && !rk::openLogFile(state, logFile.c_str()))
+        return fail("cannot write " + options.logFile + ": " + std::strerror(errno));
+    const int signals = catchSignals();
+    if (signals == -1)
         return fail(std::string("no signals can be awaited: ") + std::strerror(errno));
     rk::startExecutor(state);
     rk::CuseDevice device = rk::openDevice(options.deviceName, state);
@@ -51,9 +83,9 @@ int serve(const rk::DeviceOptions &options) {
         std::fprintf(stderr, "qelxwd: serving /dev/%s\n", options.deviceName.c_str());
     else if (daemon(0, 0) == -1)
         return fail(std::string("cannot go to the background: ") + std::strerror(errno));
-    const bool isStopped = rk::serveDevice(device, stopDescriptor);
+    const bool isStopped = serveUntilStopped(device, signals, state, logFile);
     rk::closeDevice(device);
-    return isStopped ? kStopped : fail("the kernel took /dev/" + options.deviceName + " away");
+    return isStopped ? kStopped : fail(device.mistake);
 }
 
 } // namespace

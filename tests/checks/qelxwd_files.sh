@@ -7,9 +7,13 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cmake --install "$build" --prefix "$folder/usr" > "$folder/log"
 
-for file in udev/rules.d/60-qelxw.rules sysusers.d/qelxw.conf systemd/system/qelxwd.service; do
-    [[ -f $folder/usr/lib/$file ]] || { echo "not installed: $file"; exit 1; }
+for file in lib/udev/rules.d/60-qelxw.rules lib/sysusers.d/qelxw.conf lib/systemd/system/qelxwd.service \
+    etc/logrotate.d/qelxwd; do
+    [[ -f $folder/usr/$file ]] || { echo "not installed: $file"; exit 1; }
 done
+# logrotate looks below /etc only, not below /usr/etc.
+DESTDIR=$folder/machine cmake --install "$build" --prefix /usr > "$folder/log"
+[[ -f $folder/machine/etc/logrotate.d/qelxwd ]] || { echo "not installed below /etc: logrotate.d/qelxwd"; exit 1; }
 
 page=$folder/usr/share/man/man8/qelxwd.8
 [[ $(head -n 1 "$page") =~ cmnexecutor\ [0-9]+\.[0-9]+\.[0-9]+ ]] || { echo "the page has no version"; exit 1; }
@@ -27,6 +31,32 @@ done
 
 unit=$folder/usr/lib/systemd/system/qelxwd.service
 grep -q '^ExecStart=/.*/sbin/qelxwd \$QELXWD_OPTIONS$' "$unit"
+
+# The user of the unit is made, and is the one that udev gives /dev/cuse and logrotate the logs.
+user=$(sed -n 's/^User=//p' "$unit")
+grep -q "^u $user " "$folder/usr/lib/sysusers.d/qelxw.conf" || { echo "the unit's user '$user' is not made"; exit 1; }
+grep -q "KERNEL==\"cuse\", GROUP=\"$user\", MODE=\"0660\"" "$folder/usr/lib/udev/rules.d/60-qelxw.rules" ||
+    { echo "no rule gives /dev/cuse to $user"; exit 1; }
+grep -q "^g $(sed -n 's/.*KERNEL=="qelxw", GROUP="\([^"]*\)".*/\1/p' "$folder/usr/lib/udev/rules.d/60-qelxw.rules") " \
+    "$folder/usr/lib/sysusers.d/qelxw.conf" || { echo "the device's group is not made"; exit 1; }
+if command -v systemd-sysusers > /dev/null; then
+    mkdir -p "$folder/root/etc"
+    systemd-sysusers --root="$folder/root" "$folder/usr/lib/sysusers.d/qelxw.conf" 2> "$folder/log" ||
+        { cat "$folder/log"; exit 1; }
+    grep -q "^$user:" "$folder/root/etc/passwd" || { echo "systemd makes no user $user"; exit 1; }
+fi
+
+# A log is moved away and the daemon told: here a file says that it was told.
+rotation=$folder/usr/etc/logrotate.d/qelxwd
+grep -q "su $user $user" "$rotation" || { echo "the logs are not rotated as $user"; exit 1; }
+if command -v logrotate > /dev/null; then
+    mkdir "$folder/logs"
+    echo line > "$folder/logs/commands.log"
+    sed -i "s|/var/log/qelxwd|$folder/logs|; s|su .*|su $(id -un) $(id -gn)|; s|if systemctl.*|touch $folder/told|" "$rotation"
+    logrotate --force --state "$folder/state" "$rotation"
+    [[ -f $folder/logs/commands.log.1 && ! -e $folder/logs/commands.log && -f $folder/told ]] ||
+        { echo "logrotate left: $(ls "$folder/logs")"; exit 1; }
+fi
 if command -v systemd-analyze > /dev/null; then
     # The program is where the unit says when all is installed; here it is in a folder.
     sed -i "s|^ExecStart=/[^ ]*|ExecStart=$folder/usr/sbin/qelxwd|" "$unit"

@@ -312,7 +312,8 @@ TEST(DeviceOptionsOf, mistakesAreRefusedWithWords) {
 
 TEST(DeviceWords, onAChannelThatCannotBeOpened) {
     const std::string missing = "there is no /dev/cuse: load the kernel's module first (modprobe cuse)";
-    const std::string noRight = "no right to open /dev/cuse: run as root, in a container with the device handed in";
+    const std::string noRight =
+        "no right to open /dev/cuse: run as root or as the service's user, in a container with the device handed in";
     for (const int error : {ENOENT, ENODEV, ENXIO})
         EXPECT_EQ(describeChannelError(error), missing);
     for (const int error : {EACCES, EPERM})
