@@ -128,8 +128,8 @@ const std::vector<Cost> kCosts = {
     {"deallocateConnectionNative", "", {63}},
     {"getConnectionInfoNative", "", {39}, {kConnectionText}, kAnyResult},
     {"getAffinityInfoNative", "", {52}, {kListText}, kAnyResult},
-    // Two columns of the request, four of the reply.
-    {"serverDirectedAffinityNative", "CMNAffinityRequest", {59}, {2 * 4, 4 * 4}},
+    // Two columns of the request, and one for those of the reply, one after another.
+    {"serverDirectedAffinityNative", "CMNAffinityRequest", {59}, {2 * 4, 4}},
     {"xmiscNative", "", {53}, {kListText}, kAnyResult, 0},
     {"xmiscNative", "", {53, 55}, {kListText}, kAnyResult, 1},
     {"xmiscNative", "", {53}, {kListText}, kAnyResult, 8},

@@ -32,6 +32,25 @@ static_assert(sizeof(NetworkPort) == 2);
 static_assert(sizeof(SplitInt64) == 8);
 static_assert(alignof(SplitInt64) == 4); // it stands at offsets that a native 64-bit integer may not have
 
+// Host-order numbers of what travels in network byte order, and back.
+inline constexpr bool kHostIsLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+constexpr uint32_t toHost(NetworkAddress address) {
+    return kHostIsLittleEndian ? __builtin_bswap32(address.word) : address.word;
+}
+
+constexpr uint16_t toHost(NetworkPort port) {
+    return kHostIsLittleEndian ? __builtin_bswap16(port.word) : port.word;
+}
+
+constexpr NetworkAddress toNetworkAddress(uint32_t number) {
+    return {toHost(NetworkAddress{number})};
+}
+
+constexpr NetworkPort toNetworkPort(uint16_t number) {
+    return {toHost(NetworkPort{number})};
+}
+
 } // namespace rk
 
 // Pins where a field of a record stands, counted from the start of the block.

@@ -4,7 +4,6 @@
 #include "library/shared/statuses.h"
 #include "library/support/CMNImpUtils.h"
 
-#include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -49,13 +48,13 @@ bool isPlain(const char *text) {
 }
 
 // What an address that does not parse counts as; no interface carries it.
-constexpr uint32_t kNoAddress = INADDR_NONE;
+constexpr uint32_t kNoAddress = 0xFFFFFFFF;
 
 // The address of the object, in host byte order.
 uint32_t addressOf(JNIEnv *env, jobject config) {
-    uint32_t address = kNoAddress;
-    JStringFieldToAddr(env, config, "Address", &address);
-    return ntohl(address);
+    NetworkAddress address = {kNoAddress};
+    JStringFieldToAddr(env, config, "Address", &address.word);
+    return toHost(address);
 }
 
 // An address, as number and as text, and the alias that carries it, empty when none does.
@@ -95,7 +94,7 @@ int32_t configure(const Target &target, bool reconfiguring, const char *interfac
 // On the interface that the executor's list has on the address's subnet.
 int32_t configureFromList(const Target &target, bool reconfiguring) {
     const InterfaceRecord *record =
-        target.address == kNoAddress ? nullptr : findAddressConfigInfo(htonl(target.address));
+        target.address == kNoAddress ? nullptr : findAddressConfigInfo(toNetworkAddress(target.address).word);
     if (record == nullptr)
         return kStatusNoInterface;
     char interface[sizeof(record->name) + 1] = {};

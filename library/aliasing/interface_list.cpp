@@ -1,9 +1,9 @@
 #include "library/aliasing/interface_list.h"
 #include "library/channel/channel.h"
 #include "library/native.h"
+#include "library/shared/replies.h"
 #include "library/support/CMNImpUtils.h"
 
-#include <arpa/inet.h>
 #include <cstring>
 
 using namespace rk;
@@ -33,22 +33,10 @@ bool onSubnet(uint32_t address, const InterfaceRecord &record) {
     return (address & record.netmask.word) == record.netnumber.word;
 }
 
-// One address of every record to an int array of Java.
-void columnToJava(JNIEnv *env, jobject javaList, const char *name, const InterfaceList &list,
-                  NetworkAddress InterfaceRecord::*field) {
-    jint values[kInterfaces];
-    const int count = recordsOf(list);
-    for (int i = 0; i < count; ++i)
-        values[i] = static_cast<jint>(ntohl((list.records[i].*field).word));
-    SetJavaIntArrayField(env, javaList, name, 0, count, values);
-}
-
 } // namespace
 
 int rk::recordsOf(const InterfaceList &list) {
-    if (list.count < 0)
-        return 0;
-    return list.count < kInterfaces ? list.count : kInterfaces;
+    return entriesWithin(list.count, list.records);
 }
 
 void refreshInterfaceList() {
@@ -66,10 +54,10 @@ void printInterfaceList() {
 
 int32_t copyInterfaceList(JNIEnv *env, jobject, jobject javaList, const InterfaceList *list) {
     SetJavaIntField(env, javaList, "iNumInterfaces", list->count);
-    columnToJava(env, javaList, "aiIp", *list, &InterfaceRecord::ip);
-    columnToJava(env, javaList, "aiNetmask", *list, &InterfaceRecord::netmask);
-    columnToJava(env, javaList, "aiNetnumber", *list, &InterfaceRecord::netnumber);
-    columnToJava(env, javaList, "aiBroadcast", *list, &InterfaceRecord::broadcast);
+    columnToJava(env, javaList, "aiIp", list->records, list->count, &InterfaceRecord::ip);
+    columnToJava(env, javaList, "aiNetmask", list->records, list->count, &InterfaceRecord::netmask);
+    columnToJava(env, javaList, "aiNetnumber", list->records, list->count, &InterfaceRecord::netnumber);
+    columnToJava(env, javaList, "aiBroadcast", list->records, list->count, &InterfaceRecord::broadcast);
     return 0;
 }
 
@@ -105,7 +93,7 @@ void getInterface(int32_t, uint32_t address, char *name) {
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
         const InterfaceRecord &record = TheInterfaceList.records[i];
         const Name found = nameOf(record);
-        if (isAlias(found) && record.ip.word == htonl(address)) {
+        if (isAlias(found) && toHost(record.ip) == address) {
             memcpy(name, found.text, strlen(found.text) + 1);
             return;
         }
@@ -129,8 +117,8 @@ JNIEXPORT jint NATIVE(getNicAddrNative)(JNIEnv *, jobject, jint address, jint wh
         const InterfaceRecord &record = TheInterfaceList.records[i];
         if (isAlias(nameOf(record)) || (record.netmask.word == 0 && record.netnumber.word == 0))
             continue;
-        if (onSubnet(htonl(static_cast<uint32_t>(address)), record))
-            return static_cast<jint>(ntohl(which == 0 ? record.ip.word : record.localip.word));
+        if (onSubnet(networkAddress(address).word, record))
+            return javaInt(which == 0 ? record.ip : record.localip);
     }
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "library/config/executor_settings.h"
 #include "library/native.h"
 #include "library/shared/lists.h"
+#include "library/shared/replies.h"
 #include "library/shared/settings.h"
 
 using namespace rk;
@@ -49,7 +50,7 @@ int32_t listClusters(ReportText &text) {
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listClusters, {});
     if (status == 0)
-        appendNames(text, entriesOf<const ClusterListEntry>(block), entriesToRead(block->count, room),
+        appendNames(text, entriesOf<const ClusterListEntry>(block), entriesWithin(block->count, room),
                     &ClusterListEntry::clusterId);
     free(block);
     return status;

@@ -3,8 +3,6 @@
 #include "library/shared/keys.h"
 #include "library/shared/settings.h"
 
-#include <arpa/inet.h>
-
 namespace rk {
 
 namespace {
@@ -37,11 +35,11 @@ int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, Listener
     jint address = 0;
     if (!callInt(env, listener, "getIntAddress", address))
         return kStatusNoListener;
-    entry.address.word = htonl(static_cast<uint32_t>(address));
+    entry.address = networkAddress(address);
     jint mapPort = 0;
     if (!callInt(env, listener, "getMapPort", mapPort) || checkPort(mapPort) != 0)
         return kStatusBadListener;
-    entry.mapPort = toNetworkPort(mapPort);
+    entry.mapPort = networkPort(mapPort);
     // The two times are the server's, not the listener's, on purpose: every entry carries the same ones.
     if (!callInt(env, listener, "getProtocol", entry.protocol) ||
         !callInt(env, server, "getConnectTimeout", entry.connectTimeout) ||
@@ -53,9 +51,9 @@ int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, Listener
 }
 
 int32_t listenerToJava(JNIEnv *env, jobject server, jobject listener, const ListenerEntry &entry) {
-    if (!callWithInt(env, listener, "setAddress", static_cast<jint>(ntohl(entry.address.word))))
+    if (!callWithInt(env, listener, "setAddress", javaInt(entry.address)))
         return kStatusBadListener;
-    SetJavaIntField(env, listener, "_iMapPort", fromNetworkPort(entry.mapPort));
+    SetJavaIntField(env, listener, "_iMapPort", javaInt(entry.mapPort));
     toJava(env, listener, "_iProtocol", entry.protocol);
     toJava(env, listener, "_sKeyRing", entry.keyRing);
     toJava(env, listener, "_sStashFile", entry.stashFile);

@@ -4,6 +4,7 @@
 #include "library/native.h"
 #include "library/shared/keys.h"
 #include "library/shared/lists.h"
+#include "library/shared/replies.h"
 #include "library/shared/settings.h"
 
 #include <unistd.h>
@@ -86,8 +87,8 @@ int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
     const int32_t status = sendBlock(block->header, Command::listPorts, kListReasons);
     if (status == 0) {
         const auto *entries = entriesOf<const PortListEntry>(block);
-        const int32_t count = entriesToRead(block->count, room);
-        for (int32_t i = 0; i < count && appendLine(text, "+%d", fromNetworkPort(entries[i].port)) == 0; ++i)
+        const int32_t count = entriesWithin(block->count, room);
+        for (int32_t i = 0; i < count && appendLine(text, "+%d", javaInt(entries[i].port)) == 0; ++i)
             ;
     }
     free(block);
@@ -120,7 +121,7 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     optional(env, port, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
     if (flagFromJava(env, port, "SetCrossPort", record.setCrossPort)) {
         jint crossPort = 0;
-        record.crossPort = toNetworkPort(GetJavaIntField(env, port, "iCrossPort", &crossPort));
+        record.crossPort = networkPort(GetJavaIntField(env, port, "iCrossPort", &crossPort));
     }
     optional(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
 
@@ -133,7 +134,7 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
 
 int32_t getPortReport(uint32_t clusterKey, int32_t port) {
     ucb.portReport.clusterKey = clusterKey;
-    ucb.portReport.port = toNetworkPort(port);
+    ucb.portReport.port = networkPort(port);
     return send(ucb.portReport, Command::readPortReport);
 }
 
@@ -181,7 +182,7 @@ JNIEXPORT jint NATIVE(getPortStatusNative)(JNIEnv *env, jobject, jobject port) {
     SetJavaCharField(env, port, "Type", record.type); // sign-extended: 0x80 becomes 0xFF80
     toJava(env, port, "iMethod", record.method);
     SetJavaIntField(env, port, "Replicate", record.replicate);
-    SetJavaIntField(env, port, "iCrossPort", fromNetworkPort(record.crossPort));
+    SetJavaIntField(env, port, "iCrossPort", javaInt(record.crossPort));
     toJava(env, port, "iMaxHalfOpen", record.maxHalfOpen);
     SetJavaByteField(env, port, "SendReset", record.sendReset);
     return 0;

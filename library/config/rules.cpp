@@ -120,7 +120,7 @@ int32_t listRules(JNIEnv *env, jstring clusterId, jint port, ReportText &text) {
     if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
         return status;
     const int32_t room = ucb.portReport.numberOfRules;
-    auto *block = allocateBlock<RuleListBlock, RuleListEntry>(room, clusterKey, toNetworkPort(port));
+    auto *block = allocateBlock<RuleListBlock, RuleListEntry>(room, clusterKey, networkPort(port));
     if (block == nullptr)
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listRules, kListReasons);
@@ -248,7 +248,7 @@ JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
     fromJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
     const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
     jint port = 0;
-    record.port = toNetworkPort(GetJavaIntField(env, rule, "PortNumber", &port));
+    record.port = networkPort(GetJavaIntField(env, rule, "PortNumber", &port));
     textFromJava(env, rule, "RuleName", record.ruleName);
     if (!named)
         return kStatusOther;

@@ -102,7 +102,7 @@ int32_t listServers(JNIEnv *env, jstring clusterId, jint port, ReportText &text,
     if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
         return status;
     const int32_t room = ucb.portReport.numberOfServers;
-    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(room, clusterKey, toNetworkPort(port));
+    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(room, clusterKey, networkPort(port));
     if (block == nullptr)
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listServers, kListReasons);

@@ -2,9 +2,9 @@
 #include "library/native.h"
 #include "library/shared/keys.h"
 #include "library/shared/lists.h"
+#include "library/shared/replies.h"
 #include "library/shared/settings.h"
 
-#include <arpa/inet.h>
 #include <cstring>
 
 using namespace rk;
@@ -90,7 +90,7 @@ bool splitEntries(JNIEnv *env, jobject weights, const ServerWeightEntry *entries
         env->DeleteLocalRef(identifier);
         if (thrown)
             return false;
-        columns.addresses[i] = static_cast<jint>(ntohl(entries[i].address.word));
+        columns.addresses[i] = javaInt(entries[i].address);
         columns.weights[i] = entries[i].weight;
         columns.fixed[i] = entries[i].fixedWeight;
         columns.actives[i] = entries[i].activeConnections;
@@ -163,9 +163,7 @@ int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *ent
     auto *results = static_cast<jint *>(malloc((static_cast<std::size_t>(count) + 1) * sizeof(jint)));
     if (results == nullptr)
         return kStatusOutOfMemory;
-    for (jint i = 0; i < count; ++i)
-        results[i] = entries[i].result;
-    SetJavaIntArrayField(env, weights, "iRC", 0, count, results);
+    columnToJava(env, weights, "iRC", entries, count, &ServerWeightEntry::result, results);
     free(results);
     return 0;
 }

@@ -25,10 +25,9 @@ void appendEntries(ReportText &report, const AffinityRecord &record) {
     const auto *entries = entriesOf<const AffinityEntry>(&record);
     for (int i = 0; i < entriesWithin(static_cast<int32_t>(record.count), kWireAffinities); ++i) {
         const AffinityEntry &entry = entries[i];
-        const uint32_t client = ntohl(entry.clientAddress);
-        const uint32_t server = ntohl(entry.serverAddress);
-        appendLine(report, "%d.%d.%d.%d - %d.%d.%d.%d - %d - %d \n", RK_OCTETS(client), RK_OCTETS(server),
-                   static_cast<int32_t>(entry.activeConnections), ageOf(entry.firstTime, entry.stamp, record.now));
+        appendLine(report, "%s - %s - %d - %d \n", dotted({entry.clientAddress}).text,
+                   dotted({entry.serverAddress}).text, static_cast<int32_t>(entry.activeConnections),
+                   ageOf(entry.firstTime, entry.stamp, record.now));
     }
 }
 
@@ -42,7 +41,7 @@ int32_t respond(JNIEnv *env, jobject request, int32_t status) {
 // they stand in memory: converted first, 10.0.0.5 has the key of "10.0.0.5" on machines of either byte order.
 uint32_t keyOfAddress(jint address) {
     char text[16];
-    getAddress(networkOrder(address).word, text);
+    getAddress(networkAddress(address).word, text);
     uint32_t key = 0;
     makeHashResult(text, &key);
     return key;
@@ -69,31 +68,21 @@ int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, in
 }
 
 // Not after an array that could not take its values: its exception is pending.
-void columnToJava(JNIEnv *env, jobject request, const char *name, int count, const jint *values) {
+void columnUnlessThrown(JNIEnv *env, jobject request, const char *name, const AffinityEntry *entries, int count,
+                        uint32_t AffinityEntry::*field, jint *values) {
     if (!env->ExceptionCheck())
-        SetJavaIntArrayField(env, request, name, 0, count, values);
+        columnToJava(env, request, name, entries, count, field, values);
 }
 
 int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
-    constexpr std::size_t kColumns = 4;
-    const auto size = static_cast<std::size_t>(count);
-    auto *clients = static_cast<jint *>(calloc(size, kColumns * sizeof(jint)));
-    if (clients == nullptr)
+    auto *values = static_cast<jint *>(calloc(static_cast<std::size_t>(count), sizeof(jint)));
+    if (values == nullptr)
         return kStatusNoMemory;
-    jint *servers = clients + size;
-    jint *actives = servers + size;
-    jint *ages = actives + size;
-    for (int i = 0; i < count; ++i) {
-        clients[i] = static_cast<jint>(entries[i].clientAddress);
-        servers[i] = static_cast<jint>(entries[i].serverAddress);
-        actives[i] = static_cast<jint>(entries[i].activeConnections);
-        ages[i] = static_cast<jint>(entries[i].stamp);
-    }
-    columnToJava(env, request, "aiClientAddr", count, clients);
-    columnToJava(env, request, "aiServerAddr", count, servers);
-    columnToJava(env, request, "aiNumActive", count, actives);
-    columnToJava(env, request, "aiAgeOrResponse", count, ages);
-    free(clients);
+    columnUnlessThrown(env, request, "aiClientAddr", entries, count, &AffinityEntry::clientAddress, values);
+    columnUnlessThrown(env, request, "aiServerAddr", entries, count, &AffinityEntry::serverAddress, values);
+    columnUnlessThrown(env, request, "aiNumActive", entries, count, &AffinityEntry::activeConnections, values);
+    columnUnlessThrown(env, request, "aiAgeOrResponse", entries, count, &AffinityEntry::stamp, values);
+    free(values);
     return 0;
 }
 
@@ -101,8 +90,8 @@ int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries
 
 JNIEXPORT jstring NATIVE(getAffinityInfoNative)(JNIEnv *env, jobject, jint clusterAddress, jint port, jint detail) {
     AffinityRecord &record = ucb.affinity;
-    record.clusterAddress = networkOrder(clusterAddress).word;
-    record.port = toNetworkPort(port);
+    record.clusterAddress = networkAddress(clusterAddress).word;
+    record.port = networkPort(port);
     record.count = static_cast<uint32_t>(detail);
     if (send(ucb.header, Command::readAffinities, kWireBytes) != 0)
         return env->NewStringUTF(kKernelError);
@@ -124,7 +113,7 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     fromJava(env, request, "iCommand", record.command);
     jint value = 0;
     record.clusterAddress = static_cast<uint32_t>(GetJavaIntField(env, request, "iClusterAddr", &value));
-    record.port = toNetworkPort(GetJavaIntField(env, request, "iPort", &value));
+    record.port = networkPort(GetJavaIntField(env, request, "iPort", &value));
     record.count = static_cast<uint32_t>(GetJavaIntField(env, request, "iNumAffinities", &value));
     if (record.count > kAffinities)
         return respond(env, request, kStatusTooMany);

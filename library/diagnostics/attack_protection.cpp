@@ -30,8 +30,8 @@ bool reportHalfOpen(JNIEnv *env, jobject listener, const HalfOpenRecord &record)
         if (env->ExceptionCheck())
             return false;
         const HalfOpenEntry &entry = record.entries[i];
-        env->CallVoidMethod(listener, add, i, static_cast<jint>(hostOrder(entry.clientAddress)),
-                            fromNetworkPort(entry.clientPort), entry.flag != 0 ? JNI_TRUE : JNI_FALSE);
+        env->CallVoidMethod(listener, add, i, javaInt(entry.clientAddress), javaInt(entry.clientPort),
+                            entry.flag != 0 ? JNI_TRUE : JNI_FALSE);
     }
     return !env->ExceptionCheck();
 }
@@ -48,7 +48,7 @@ bool reportAttackers(JNIEnv *env, jobject listener, const AttackingAddressesReco
         if (env->ExceptionCheck())
             return false;
         const AttackingAddressEntry &entry = record.entries[i];
-        env->CallVoidMethod(listener, one, static_cast<jint>(hostOrder(entry.address)), entry.value);
+        env->CallVoidMethod(listener, one, javaInt(entry.address), entry.value);
     }
     return !env->ExceptionCheck();
 }
@@ -67,8 +67,8 @@ JNIEXPORT jint NATIVE(getAttackingAddrsNative)(JNIEnv *env, jobject, jobject lis
     if (!required(env, listener, "listener"))
         return kStatusOther;
     AttackingAddressesRecord &record = ucb.attackingAddresses;
-    record.address = networkOrder(address);
-    record.port = toNetworkPort(port);
+    record.address = networkAddress(address);
+    record.port = networkPort(port);
     if (const int32_t status = send(record.header, Command::readAttackingAddresses, kWireBytes); status != 0)
         return status;
     return reportAttackers(env, listener, record) ? 0 : kStatusOther;

@@ -2,7 +2,6 @@
 #include "library/channel/channel.h"
 #include "library/diagnostics/dump.h"
 #include "library/native.h"
-#include "library/shared/keys.h"
 #include "library/support/CMNImpUtils.h"
 
 #include <cstdio>
@@ -30,11 +29,11 @@ constexpr char kBanner[] = "CONNECTION COMMANDS SHOULD BE USED FOR DEBUGGING\n"
 void fillRequest(jint first, jint second, jint third, jint fourth, jint fifth, jint sixth) {
     ConnectionRequestRecord &record = ucb.connectionRequest;
     record.second = static_cast<uint16_t>(second);
-    record.first = networkOrder(first);
-    record.fifth = toNetworkPort(fifth);
-    record.third = networkOrder(third);
+    record.first = networkAddress(first);
+    record.fifth = networkPort(fifth);
+    record.third = networkAddress(third);
     record.fourth = fourth;
-    record.sixth = networkOrder(sixth);
+    record.sixth = networkAddress(sixth);
 }
 
 void appendEntries(ReportText &report, const ConnectionListRecord &record) {
@@ -49,13 +48,10 @@ void appendEntries(ReportText &report, const ConnectionListRecord &record) {
             currentState = EXC_TCPStates[entry.currentTcpState];
         else
             previousState = kUnknownState;
-        const uint32_t client = hostOrder(entry.clientAddress);
-        const uint32_t cluster = hostOrder(entry.clusterAddress);
-        const uint32_t server = hostOrder(entry.serverAddress);
-        appendLine(report, "%d \t%d.%d.%d.%d:%d \t%d.%d.%d.%d:%d \t%d.%d.%d.%d \t0x%.2X \t%s \t%s \t%d \t%c\n", i,
-                   RK_OCTETS(client), fromNetworkPort(entry.clientPort), RK_OCTETS(cluster),
-                   fromNetworkPort(entry.clusterPort), RK_OCTETS(server), entry.state, previousState, currentState,
-                   ageOf(entry.firstTime, entry.stamp, record.now), entry.mark);
+        appendLine(report, "%d \t%s:%d \t%s:%d \t%s \t0x%.2X \t%s \t%s \t%d \t%c\n", i,
+                   dotted(entry.clientAddress).text, javaInt(entry.clientPort), dotted(entry.clusterAddress).text,
+                   javaInt(entry.clusterPort), dotted(entry.serverAddress).text, entry.state, previousState,
+                   currentState, ageOf(entry.firstTime, entry.stamp, record.now), entry.mark);
     }
 }
 
@@ -77,12 +73,12 @@ JNIEXPORT jint NATIVE(deallocateConnectionNative)(JNIEnv *, jobject, jint a1, ji
 JNIEXPORT jstring NATIVE(getConnectionInfoNative)(JNIEnv *env, jobject, jint q1, jint q2, jint q3, jint q4, jint q5,
                                                   jint q6, jint detail) {
     ConnectionQueryRecord &query = ucb.connectionQuery;
-    query.firstAddress = networkOrder(q1);
-    query.firstPort = toNetworkPort(q2).word;
-    query.secondAddress = networkOrder(q3);
-    query.secondPort = toNetworkPort(q4).word;
-    query.thirdAddress = networkOrder(q5);
-    query.thirdPort = static_cast<int16_t>(toNetworkPort(q6).word);
+    query.firstAddress = networkAddress(q1);
+    query.firstPort = networkPort(q2).word;
+    query.secondAddress = networkAddress(q3);
+    query.secondPort = networkPort(q4).word;
+    query.thirdAddress = networkAddress(q5);
+    query.thirdPort = static_cast<int16_t>(networkPort(q6).word);
     query.detail = detail;
     if (send(ucb.header, Command::readConnections, kWireBytes) != 0)
         return env->NewStringUTF(kKernelError);

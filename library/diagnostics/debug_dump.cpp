@@ -73,8 +73,13 @@ void appendCounters(ReportText &report, const char *title, const CounterLine (&l
     }
 }
 
-void appendAddress(ReportText &report, const char *format, uint32_t hostOrderAddress) {
-    appendLine(report, format, RK_OCTETS(hostOrderAddress));
+void appendAddress(ReportText &report, const char *format, NetworkAddress address) {
+    appendLine(report, format, dotted(address).text);
+}
+
+// The same for an address in host byte order.
+void appendAddress(ReportText &report, const char *format, uint32_t address) {
+    appendAddress(report, format, toNetworkAddress(address));
 }
 
 // A line with a name that may lack its terminator.
@@ -95,11 +100,11 @@ void appendNetworkCards(ReportText &report) {
     for (int i = 0; i < entriesWithin(record.count, record.entries); ++i) {
         const NetworkCardEntry &entry = record.entries[i];
         appendLine(report, "NIC %d:\n", i);
-        appendAddress(report, " ia->ia_net ......... %d.%d.%d.%d\n", entry.network);
-        appendAddress(report, " ia->ia_netmask ..... %d.%d.%d.%d\n", entry.mask);
-        appendAddress(report, " ia->ia_subnet ...... %d.%d.%d.%d\n", entry.subnet);
-        appendAddress(report, " ia->ia_subnetmask .. %d.%d.%d.%d\n", entry.subnetMask);
-        appendAddress(report, " ia->ia_addr ........ %d.%d.%d.%d\n", hostOrder(entry.address));
+        appendAddress(report, " ia->ia_net ......... %s\n", entry.network);
+        appendAddress(report, " ia->ia_netmask ..... %s\n", entry.mask);
+        appendAddress(report, " ia->ia_subnet ...... %s\n", entry.subnet);
+        appendAddress(report, " ia->ia_subnetmask .. %s\n", entry.subnetMask);
+        appendAddress(report, " ia->ia_addr ........ %s\n", entry.address);
         appendNamed(report, " ifp->if_name ....... %s\n", entry.name);
         appendLine(report, " ifp->if_unit ....... 0x%X\n", entry.unit);
         appendLine(report, " ifp->if_flags ...... 0x%X\n", entry.flags);
@@ -114,11 +119,11 @@ void appendInterfaceList(ReportText &report) {
     for (int i = 0; i < recordsOf(list); ++i) {
         const InterfaceRecord &record = list.records[i];
         appendLine(report, "Record %d:\n", i);
-        appendAddress(report, " ip ................. %d.%d.%d.%d\n", hostOrder(record.ip));
-        appendAddress(report, " localip ............ %d.%d.%d.%d\n", hostOrder(record.localip));
-        appendAddress(report, " netmask ............ %d.%d.%d.%d\n", hostOrder(record.netmask));
-        appendAddress(report, " netnumber .......... %d.%d.%d.%d\n", hostOrder(record.netnumber));
-        appendAddress(report, " broadcast .......... %d.%d.%d.%d\n", hostOrder(record.broadcast));
+        appendAddress(report, " ip ................. %s\n", record.ip);
+        appendAddress(report, " localip ............ %s\n", record.localip);
+        appendAddress(report, " netmask ............ %s\n", record.netmask);
+        appendAddress(report, " netnumber .......... %s\n", record.netnumber);
+        appendAddress(report, " broadcast .......... %s\n", record.broadcast);
         appendLine(report, " mac ................ %X:%X:%X:%X:%X:%X\n", record.mac[0], record.mac[1], record.mac[2],
                    record.mac[3], record.mac[4], record.mac[5]);
         appendNamed(report, " name ............... %s\n", record.name);
@@ -135,9 +140,9 @@ void appendReturnAddresses(ReportText &report) {
     for (int i = 0; i < entriesWithin(record.count, record.entries); ++i) {
         const ReturnAddressEntry &entry = record.entries[i];
         appendLine(report, "Return Address %d\n", i);
-        appendAddress(report, " iaRar ........ %d.%d.%d.%d\n", hostOrder(entry.address));
+        appendAddress(report, " iaRar ........ %s\n", entry.address);
         appendLine(report, " ulRef......... %d\n", entry.references);
-        appendAddress(report, " iaFsm ........ %d.%d.%d.%d\n", hostOrder(entry.fsmAddress));
+        appendAddress(report, " iaFsm ........ %s\n", entry.fsmAddress);
         appendLine(report, " Ports in use . %d\n", entry.portsInUse);
     }
 }
@@ -151,8 +156,8 @@ void appendConnectionLists(ReportText &report) {
     appendText(report, "Connection Record State LL Info.\n");
     for (int i = 0; i < entriesWithin(record.count, record.entries); ++i) {
         const ConnectionListEntry &entry = record.entries[i];
-        appendLine(report, "  Cluster:Port ............... %d.%d.%d.%d:%d\n", RK_OCTETS(entry.clusterAddress),
-                   entry.port);
+        appendLine(report, "  Cluster:Port ............... %s:%d\n",
+                   dotted(toNetworkAddress(entry.clusterAddress)).text, entry.port);
         appendNamed(report, "  Linked list ................ %s\n", entry.name);
         appendLine(report, "  Timeout..................... %d\n", entry.timeout);
         appendLine(report, "  Current number of records .. %d\n", entry.records);
@@ -170,9 +175,8 @@ void appendAffinityLists(ReportText &report) {
     appendText(report, "Affinity Record LL Info.\n");
     for (int i = 0; i < entriesWithin(record.count, record.entries); ++i) {
         const AffinityListEntry &entry = record.entries[i];
-        const uint32_t address = hostOrder(entry.clusterAddress);
-        appendLine(report, "  Cluster:Port ................................... %d.%d.%d.%d:%d\n", RK_OCTETS(address),
-                   entry.port);
+        appendLine(report, "  Cluster:Port ................................... %s:%d\n",
+                   dotted(entry.clusterAddress).text, entry.port);
         appendLine(report, "  Current number of active affinity records ...... %d\n", entry.active);
         appendLine(report, "  Current number of non-active affinity records .. %d\n", entry.nonActive);
         appendLine(report, "  Number of stale non-active records ............. %d\n", entry.staleNonActive);

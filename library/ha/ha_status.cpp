@@ -1,41 +1,17 @@
 // The state of the executor's high-availability state machine.
 #include "library/native.h"
+#include "library/shared/replies.h"
 #include "library/shared/settings.h"
 #include "library/shared/statuses.h"
 
-#include <arpa/inet.h>
-
 using namespace rk;
-
-namespace {
-
-jint javaInt(NetworkAddress address) {
-    return static_cast<jint>(ntohl(address.word));
-}
-
-jint javaInt(uint32_t value) {
-    return static_cast<jint>(value);
-}
-
-// One field of every entry to an int array of Java. The executor's count is not believed beyond the record's room.
-template <typename Entry, std::size_t Room, typename Field>
-void columnToJava(JNIEnv *env, jobject status, const char *name, const Entry (&entries)[Room], std::size_t count,
-                  Field Entry::*field) {
-    jint values[Room];
-    const std::size_t within = count < Room ? count : Room;
-    for (std::size_t i = 0; i < within; ++i)
-        values[i] = javaInt(entries[i].*field);
-    SetJavaIntArrayField(env, status, name, 0, static_cast<jint>(within), values);
-}
-
-} // namespace
 
 JNIEXPORT jint NATIVE(getHAInfoNative)(JNIEnv *env, jobject, jobject status) {
     if (!required(env, status, "haStatus"))
         return kStatusOther;
     HaStatusRecord &record = ucb.haStatus;
     jint address = 0;
-    record.address.word = htonl(static_cast<uint32_t>(GetJavaIntField(env, status, "haFsmAddress", &address)));
+    record.address = networkAddress(GetJavaIntField(env, status, "haFsmAddress", &address));
     if (const int32_t result = send(record, Command::readHighAvailability); result != 0)
         return result;
     SetJavaIntField(env, status, "haFsmMode", javaInt(record.mode));

@@ -1,17 +1,8 @@
 #include "library/shared/keys.h"
 
-#include <arpa/inet.h>
 #include <cstring>
 
 namespace rk {
-
-NetworkPort toNetworkPort(jint port) {
-    return {htons(static_cast<uint16_t>(port))};
-}
-
-jint fromNetworkPort(NetworkPort port) {
-    return ntohs(port.word);
-}
 
 int32_t checkPort(jint port) {
     return port < 0 || port > 65535 ? kStatusBadPort : 0;
@@ -22,7 +13,7 @@ int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &po
     GetJavaIntField(env, obj, name, &number);
     const int32_t status = checkPort(number);
     if (status == 0)
-        port = toNetworkPort(number);
+        port = networkPort(number);
     return status;
 }
 

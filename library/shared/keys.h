@@ -1,6 +1,7 @@
 // What names an object to the executor: its cluster's key, its port, its own key or name.
 #pragma once
 
+#include "library/shared/java_values.h"
 #include "library/shared/statuses.h"
 #include "library/support/CMNImpUtils.h"
 
@@ -8,9 +9,6 @@ namespace rk {
 
 inline constexpr int32_t kStatusBadPort = -10;
 inline constexpr int32_t kStatusBadRuleName = -51;
-
-NetworkPort toNetworkPort(jint port); // low 16 bits
-jint fromNetworkPort(NetworkPort port);
 
 // A port number of Java: 0, or kStatusBadPort when it is outside 0 to 65535.
 [[nodiscard]] int32_t checkPort(jint port);

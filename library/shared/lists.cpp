@@ -8,10 +8,6 @@ int32_t sendBlock(CommandHeader &header, Command command, std::span<const Reason
     return send(header, command, header.length) == 0 ? 0 : statusOf(header.reason, rows);
 }
 
-int32_t entriesToRead(int32_t replied, int32_t room) {
-    return replied < room ? replied : room;
-}
-
 int32_t appendName(ReportText &text, const char *name, std::size_t size) {
     return appendLine(text, "+%.*s", static_cast<int>(strnlen(name, size)), name);
 }

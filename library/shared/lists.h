@@ -44,9 +44,6 @@ Block *allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port, Entri
 // Sends a block of its own, whose length is stored: 0, or the status that the rows give for the executor's reason.
 [[nodiscard]] int32_t sendBlock(CommandHeader &header, Command command, std::span<const ReasonRow> rows);
 
-// How many entries of a reply may be read: what the executor says, within the room that it was given.
-int32_t entriesToRead(int32_t replied, int32_t room);
-
 // Appends one name of a list; a name without a terminator ends with its field. Returns what appendText returns.
 int32_t appendName(ReportText &text, const char *name, std::size_t size);
 
