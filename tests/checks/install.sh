@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # What is installed stands where Debian expects it, and other builds find it: install.sh BUILD_FOLDER CXX MULTIARCH
+# Each header can be included alone, by older C++ too.
 set -euo pipefail
 build=$1 compiler=$2 libraries=$3
 folder=$(mktemp -d)
@@ -21,6 +22,19 @@ export PKG_CONFIG_PATH=$folder/usr/$libraries/pkgconfig
 "$compiler" -std=c++20 $(pkg-config --define-variable=prefix="$folder/usr" --cflags cmnexecutor) \
     "$folder/main.cpp" -o "$folder/by-pkg-config"
 "$folder/by-pkg-config"
+
+flags=$(pkg-config --define-variable=prefix="$folder/usr" --cflags cmnexecutor)
+headers=0
+while read -r header; do
+    for standard in c++17 c++20; do
+        # shellcheck disable=SC2086
+        printf '#include "%s"\n#include "%s"\n' "$header" "$header" |
+            "$compiler" -x c++ -std=$standard -Wall -Wextra -Wpedantic -Werror -fsyntax-only $flags - ||
+            { echo "$header does not stand alone in $standard"; exit 1; }
+    done
+    headers=$((headers + 1))
+done < <(cd "$folder/usr/include" && find rk -name '*.h')
+((headers >= 14)) || { echo "only $headers headers are installed"; exit 1; }
 
 cat > "$folder/CMakeLists.txt" << 'CODE'
 cmake_minimum_required(VERSION 3.24)
