@@ -1,18 +1,22 @@
-// The reason codes that the executor gives with a refused command. Each number has one meaning in all commands, but for
-// those of addHeartbeat, which other commands give for something else.
+// Why a command is refused: the reasons that an executor gives, and the statuses that Java gets.
 #pragma once
 
 #include <cstdint>
 
 namespace rk {
 
-// Of any command. These have no counterpart in another executor.
+// --- Reasons ---------------------------------------------------------------------------------------------------------
+//
+// What the executor leaves in the header of a command that it refuses. Each number has one meaning in all commands, but
+// for those of addHeartbeat, which other commands give for something else.
+
+// Of any command. Only this executor gives them.
 inline constexpr int32_t kNotStarted = -100;     // the executor does not run
 inline constexpr int32_t kUnknownCommand = -101; // the command code is none of this executor's
 inline constexpr int32_t kWrongLength = -102;    // the length word is not what the command and its count need
 inline constexpr int32_t kOutOfRange = -103;     // a value is out of range, or a text too long, and has no own reason
 
-// Of the commands whose clients do not tell reasons apart; likewise without a counterpart.
+// Of the commands whose clients do not tell reasons apart. Only this executor gives them, too.
 inline constexpr int32_t kOutOfMemory = -104;          // in a command whose family has no own reason for it
 inline constexpr int32_t kNoBackup = -105;             // there is no backup
 inline constexpr int32_t kBackupExists = -106;         // there is one already
@@ -74,5 +78,96 @@ inline constexpr int32_t kRuleRange = -70;    // the range begins above its end
 inline constexpr int32_t kServerInRule = -48; // the server is in the rule already
 inline constexpr int32_t kMembershipOutOfMemory = -49;
 inline constexpr int32_t kServerNotInRule = -51;
+
+// --- Statuses --------------------------------------------------------------------------------------------------------
+//
+// What the native methods return; 0 is success. Methods that hand on what sending returned have the channel's results
+// besides. Some numbers mean different things in different families of methods: the names tell the family. A status
+// for a reason of the executor is called as that reason is.
+
+// Of any family.
+inline constexpr int32_t kStatusOther = -99; // a refusal without a status of its own, or a request that cannot be made
+inline constexpr int32_t kStatusOutOfMemory = -28; // in the library, or in the executor
+inline constexpr int32_t kStatusBadPort = -10;     // a port outside 0 to 65535
+inline constexpr int32_t kStatusUnknownCluster = -5;
+inline constexpr int32_t kStatusUnknownPort = -12; // for an unknown port to cross to as well
+inline constexpr int32_t kStatusUnknownServer = -19;
+
+// Of the executor's settings.
+inline constexpr int32_t kStatusBadAddress = -21; // the non-forwarding address is no address
+inline constexpr int32_t kStatusBadClientGateway = -49;
+
+// Of clusters.
+inline constexpr int32_t kStatusClusterAddress = -3; // no address, or one that the executor does not take
+inline constexpr int32_t kStatusClusterExists = -4;
+inline constexpr int32_t kStatusClusterLimit = -29;
+inline constexpr int32_t kStatusNoClusterId = -88;      // the identifier is missing
+inline constexpr int32_t kStatusClusterIdTooLong = -90; // more than 64 characters
+
+// Of ports.
+inline constexpr int32_t kStatusPortClusterAddress = -3; // the address of the port's cluster is none
+inline constexpr int32_t kStatusPortExists = -14;
+inline constexpr int32_t kStatusPortLimit = -30;
+inline constexpr int32_t kStatusUnknownMethod = -38;
+inline constexpr int32_t kStatusPortServerLimit = -57;
+inline constexpr int32_t kStatusStickyBits = -65;
+inline constexpr int32_t kStatusStickyTime = -66;
+inline constexpr int32_t kStatusWeightBound = -67;
+inline constexpr int32_t kStatusCrossPortChain = -68;
+inline constexpr int32_t kStatusStaleTimeout = -73;
+inline constexpr int32_t kStatusUnknownProtocol = -74;
+inline constexpr int32_t kStatusHalfOpenLimit = -75;
+inline constexpr int32_t kStatusUnknownPortType = -84;
+
+// Of servers and their listeners.
+inline constexpr int32_t kStatusListenersDiffer = -10; // Java and the executor have both more than one, and not as many
+inline constexpr int32_t kStatusNoListener = -17;      // a listener, or its address, cannot be had
+inline constexpr int32_t kStatusServerExists = -18;
+inline constexpr int32_t kStatusWeight = -20; // negative, or one that the executor does not take
+inline constexpr int32_t kStatusServerLimit = -32;
+inline constexpr int32_t kStatusCollocatedRouter = -43;
+inline constexpr int32_t kStatusBadRouterAddress = -49;
+inline constexpr int32_t kStatusCpsMaximum = -58;
+inline constexpr int32_t kStatusBadReturnAddress = -76;
+inline constexpr int32_t kStatusBadListener = -78;     // what else is wrong with a listener, or there are more than two
+inline constexpr int32_t kStatusNoServerId = -80;      // the identifier is missing
+inline constexpr int32_t kStatusServerIdTooLong = -85; // more than 64 characters
+
+// Of rules and their servers.
+inline constexpr int32_t kStatusRuleExists = -50;
+inline constexpr int32_t kStatusBadRuleName = -51; // missing, or more than 20 characters
+inline constexpr int32_t kStatusBadRuleType = -52; // outside 0 to 9
+inline constexpr int32_t kStatusBadRangeBegin = -53;
+inline constexpr int32_t kStatusBadRangeEnd = -54;
+inline constexpr int32_t kStatusUnknownRule = -57;
+inline constexpr int32_t kStatusRulePriority = -58;
+inline constexpr int32_t kStatusServerNotInRule = -59;
+inline constexpr int32_t kStatusServerInRule = -60;
+inline constexpr int32_t kStatusRuleRange = -82;
+
+// Of high availability.
+inline constexpr int32_t kStatusBadTakeOverAddress = -1;
+inline constexpr int32_t kStatusBadTimer = -6;       // negative, or no number
+inline constexpr int32_t kStatusBadBackupPort = -10; // outside 1 to 65535, or no number
+inline constexpr int32_t kStatusTimersRefused = -17;
+inline constexpr int32_t kStatusReachRefused = -34;
+inline constexpr int32_t kStatusHeartbeatRefused = -35; // for another reason than the next two
+inline constexpr int32_t kStatusHeartbeatExists = -44;
+inline constexpr int32_t kStatusHeartbeatPair = -45;
+inline constexpr int32_t kStatusTakeOverRefused = -36;
+inline constexpr int32_t kStatusBadReachMask = -46;
+inline constexpr int32_t kStatusBadReachAddress = -47;
+inline constexpr int32_t kStatusReachNotDeleted = -47;   // the address is none, or no target has it
+inline constexpr int32_t kStatusBadFirstHeartbeat = -46; // of the two addresses of a heartbeat
+inline constexpr int32_t kStatusBadSecondHeartbeat = -47;
+inline constexpr int32_t kStatusHeartbeatNotDeleted = -47; // the address is none, or no heartbeat has it
+
+// Of cluster addresses on network interfaces. The status of the command that sets them is returned as it is.
+inline constexpr int32_t kStatusNoInterface = -62;   // none on the subnet, no alias free, or a text not fit for a shell
+inline constexpr int32_t kStatusNotConfigured = -63; // no alias carries the address, or none that is fit for a shell
+
+// Of server-directed affinity. A refusal is returned as the executor's reason.
+inline constexpr int32_t kStatusTooManyAffinities = -101; // more than 3000
+inline constexpr int32_t kStatusNoAffinityMemory = -102;
 
 } // namespace rk

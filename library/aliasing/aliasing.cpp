@@ -12,9 +12,6 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusNoInterface = -62;   // nor one that may be named to the shell
-constexpr int32_t kStatusNotConfigured = -63; // nor on an alias that may be named to the shell
-
 constexpr std::size_t kNameBytes = 100;    // of names, addresses and masks, terminator included
 constexpr std::size_t kCommandBytes = 512; // room for three of them and what stands around
 

@@ -10,12 +10,12 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadAddress = -3;
-constexpr int32_t kStatusNoIdentifier = -88;
-constexpr int32_t kStatusIdentifierTooLong = -90;
-
-constexpr ReasonRow kAddOrSetReasons[] = {{-33, kStatusBadAddress}, {-9, -29}, {-8, -4}, {-7, -28}, {-5, -5}};
-constexpr ReasonRow kReasons[] = {{-5, -5}};
+constexpr ReasonRow kAddOrSetReasons[] = {{kClusterAddress, kStatusClusterAddress},
+                                          {kClusterLimit, kStatusClusterLimit},
+                                          {kClusterExists, kStatusClusterExists},
+                                          {kClusterOutOfMemory, kStatusOutOfMemory},
+                                          {kUnknownCluster, kStatusUnknownCluster}};
+constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}};
 
 // The cluster that a request is about: the key of the object's identifier. False when there is no identifier: the
 // request would be about the cluster of the command before.
@@ -94,7 +94,7 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     record.clusterKey = static_cast<uint32_t>(GetJavaIntField(env, cluster, "iClusterIdKey", &key));
     if (flagFromJava(env, cluster, "SetIPAddress", record.setAddress)) {
         if (addressFromJava(env, cluster, "Address", address) != 0)
-            return kStatusBadAddress;
+            return kStatusClusterAddress;
         record.address = address;
     }
     if (flagFromJava(env, cluster, "SetNatPtAddress", record.setNatAddress))
@@ -102,7 +102,7 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
 
     // The key that goes out is the object's own; what may not go out is a cluster whose identifier is the empty text.
     if (!named)
-        return kStatusNoIdentifier;
+        return kStatusNoClusterId;
     const int32_t status = sendAndMap(record, record.header.command, kAddOrSetReasons);
     flagsOfRecordToJava(env, cluster, record);
     return status;
@@ -117,7 +117,7 @@ JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject 
     if (!required(env, cluster, "cluster"))
         return kStatusOther;
     const int32_t status =
-        identifierKeyToJava(env, cluster, "sClusterId", "iClusterIdKey", kStatusNoIdentifier, kStatusIdentifierTooLong);
+        identifierKeyToJava(env, cluster, "sClusterId", "iClusterIdKey", kStatusNoClusterId, kStatusClusterIdTooLong);
     if (status != 0)
         return status;
     ucb.header.command = Command::addCluster;
@@ -137,7 +137,7 @@ JNIEXPORT jint NATIVE(removeClusterNative)(JNIEnv *env, jobject, jobject cluster
     if (!required(env, cluster, "cluster"))
         return kStatusOther;
     if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
-        return kStatusNoIdentifier;
+        return kStatusNoClusterId;
     return sendAndMap(ucb.cluster, Command::removeCluster, kReasons);
 }
 
@@ -146,7 +146,7 @@ JNIEXPORT jint NATIVE(getClusterStatusNative)(JNIEnv *env, jobject, jobject clus
         return kStatusOther;
     const ClusterRecord &record = ucb.cluster;
     if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
-        return kStatusNoIdentifier;
+        return kStatusNoClusterId;
     if (const int32_t status = sendAndMap(ucb.cluster, Command::readClusterSettings, kReasons); status != 0)
         return status;
     toJava(env, cluster, "NumPorts", record.numberOfPorts);
@@ -178,7 +178,7 @@ JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject clus
     NetworkAddress unused; // a host name is resolved, as Java servers are used to, but the key alone names the cluster
     (void)addressFromJava(env, cluster, "Address", unused);
     if (!keyFromJava(env, cluster, record.clusterKey))
-        return kStatusNoIdentifier;
+        return kStatusNoClusterId;
     if (const int32_t status = sendAndMap(record, Command::readClusterReport, kReasons); status != 0)
         return status;
     toJava(env, cluster, "NumPorts", record.numberOfPorts);

@@ -10,8 +10,6 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadClientGateway = -49;
-
 template <std::size_t Size> void clear(uint8_t (&bytes)[Size]) {
     for (uint8_t &byte : bytes)
         byte = 0;

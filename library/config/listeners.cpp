@@ -7,10 +7,6 @@ namespace rk {
 
 namespace {
 
-constexpr int32_t kStatusListenersDiffer = -10;
-constexpr int32_t kStatusNoListener = -17;
-constexpr int32_t kStatusBadListener = -78;
-
 // A local reference to a listener, or null.
 jobject listenerAt(JNIEnv *env, jobject server, jint index) {
     jobject listener = nullptr;

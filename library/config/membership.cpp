@@ -11,8 +11,13 @@ using namespace rk;
 
 namespace {
 
-constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-11, -19}, {-44, -57}, {-48, -60}, {-49, -28}, {-51, -59}};
-constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}, {-44, -57}};
+constexpr ReasonRow kReasons[] = {
+    {kUnknownCluster, kStatusUnknownCluster},  {kUnknownPort, kStatusUnknownPort},
+    {kUnknownServer, kStatusUnknownServer},    {kUnknownRule, kStatusUnknownRule},
+    {kServerInRule, kStatusServerInRule},      {kMembershipOutOfMemory, kStatusOutOfMemory},
+    {kServerNotInRule, kStatusServerNotInRule}};
+constexpr ReasonRow kListReasons[] = {
+    {kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}, {kUnknownRule, kStatusUnknownRule}};
 
 int32_t addOrRemove(JNIEnv *env, jobject interface, jobject rule, jobject server, jint argument, Command command) {
     if (!required(env, rule, "rule") || !required(env, server, "server"))

@@ -13,22 +13,31 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadClusterAddress = -3;
-
-constexpr int32_t kReasonOutOfMemory = -2;
 constexpr unsigned kRetryWaits[] = {6789, 6543}; // seconds
 
-constexpr ReasonRow kAddOrSetReasons[] = {{-87, -57}, {-84, -84}, {-62, -75}, {-61, -74}, {-56, -68},
-                                          {-55, -67}, {-54, -12}, {-53, -66}, {-52, -65}, {-27, -38},
-                                          {-18, -73}, {-5, -5},   {-4, -30},  {-3, -14},  {-1, -12}};
-constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
-constexpr ReasonRow kListReasons[] = {{-5, -5}};
+constexpr ReasonRow kAddOrSetReasons[] = {{kPortServerLimit, kStatusPortServerLimit},
+                                          {kUnknownPortType, kStatusUnknownPortType},
+                                          {kHalfOpenLimit, kStatusHalfOpenLimit},
+                                          {kUnknownProtocol, kStatusUnknownProtocol},
+                                          {kCrossPortChain, kStatusCrossPortChain},
+                                          {kWeightBound, kStatusWeightBound},
+                                          {kUnknownCrossPort, kStatusUnknownPort},
+                                          {kStickyTime, kStatusStickyTime},
+                                          {kStickyBits, kStatusStickyBits},
+                                          {kUnknownMethod, kStatusUnknownMethod},
+                                          {kStaleTimeout, kStatusStaleTimeout},
+                                          {kUnknownCluster, kStatusUnknownCluster},
+                                          {kPortLimit, kStatusPortLimit},
+                                          {kPortExists, kStatusPortExists},
+                                          {kUnknownPort, kStatusUnknownPort}};
+constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
+constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}};
 
 // An executor that is out of memory gets the same block again after a long wait. The waits are hours, on purpose.
 int32_t sendWithRetries(PortRecord &record) {
     if (prv_EXC_Command(&record.header) == 0)
         return 0;
-    if (record.header.reason != kReasonOutOfMemory)
+    if (record.header.reason != kPortOutOfMemory)
         return statusOf(record.header.reason, kAddOrSetReasons);
     for (const unsigned seconds : kRetryWaits) {
         sleep(seconds);
@@ -158,7 +167,7 @@ JNIEXPORT jint NATIVE(removePortNative)(JNIEnv *env, jobject, jobject port) {
         return kStatusOther;
     NetworkAddress unused; // the cluster's key names it; its address must be one all the same
     if (addressFromJava(env, port, "ClusterAddress", unused) != 0)
-        return kStatusBadClusterAddress;
+        return kStatusPortClusterAddress;
     if (const int32_t status = keysFromJava(env, port, ucb.port); status != 0)
         return status;
     return sendAndMap(ucb.port, Command::removePort, kReasons);

@@ -10,15 +10,16 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadRuleType = -52;
-constexpr int32_t kStatusBadBeginAddress = -53;
-constexpr int32_t kStatusBadEndAddress = -54;
 constexpr int8_t kHighestRuleType = 9;
 constexpr int kServiceBits = 8;
 
-constexpr ReasonRow kAddOrSetReasons[] = {{-46, -50}, {-47, -58}, {-70, -82}, {-45, -28}, {-5, -5}, {-1, -12}};
-constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-44, -57}};
-constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}};
+constexpr ReasonRow kAddOrSetReasons[] = {
+    {kRuleExists, kStatusRuleExists},         {kRulePriority, kStatusRulePriority},
+    {kRuleRange, kStatusRuleRange},           {kRuleOutOfMemory, kStatusOutOfMemory},
+    {kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
+constexpr ReasonRow kReasons[] = {
+    {kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}, {kUnknownRule, kStatusUnknownRule}};
+constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
 // A given type goes into the record. Without one the executor is asked for the rule's record, unless the cluster is not
 // named; the record then fills the block, and with it what was written there so far: the configuration source is the
@@ -152,13 +153,13 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetBeginRange", record.setBeginRange))
-        status = rangeEnd(env, rule, record.ruleType, "AddressBeginRange", "BeginRange", kStatusBadBeginAddress,
+        status = rangeEnd(env, rule, record.ruleType, "AddressBeginRange", "BeginRange", kStatusBadRangeBegin,
                           record.beginRange);
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetEndRange", record.setEndRange))
         status =
-            rangeEnd(env, rule, record.ruleType, "AddressEndRange", "EndRange", kStatusBadEndAddress, record.endRange);
+            rangeEnd(env, rule, record.ruleType, "AddressEndRange", "EndRange", kStatusBadRangeEnd, record.endRange);
     if (status != 0)
         return status;
     optional(env, rule, "SetPriority", record.setPriority, "Priority", record.priority);

@@ -11,23 +11,26 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadWeight = -20;
-constexpr int32_t kStatusBadRouterAddress = -49;
-constexpr int32_t kStatusBadReturnAddress = -76;
-constexpr int32_t kStatusNoIdentifier = -80;
-constexpr int32_t kStatusIdentifierTooLong = -85;
-
-constexpr ReasonRow kAddOrSetReasons[] = {{-5, -5},   {-1, -12},  {-11, -19}, {-13, -28}, {-14, -18},
-                                          {-15, -32}, {-36, -20}, {-43, -43}, {-58, -58}};
-constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}, {-11, -19}};
-constexpr ReasonRow kListReasons[] = {{-5, -5}, {-1, -12}};
+constexpr ReasonRow kAddOrSetReasons[] = {{kUnknownCluster, kStatusUnknownCluster},
+                                          {kUnknownPort, kStatusUnknownPort},
+                                          {kUnknownServer, kStatusUnknownServer},
+                                          {kServerOutOfMemory, kStatusOutOfMemory},
+                                          {kServerExists, kStatusServerExists},
+                                          {kServerLimit, kStatusServerLimit},
+                                          {kWeight, kStatusWeight},
+                                          {kCollocatedRouter, kStatusCollocatedRouter},
+                                          {kCpsMaximum, kStatusCpsMaximum}};
+constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster},
+                                  {kUnknownPort, kStatusUnknownPort},
+                                  {kUnknownServer, kStatusUnknownServer}};
+constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
 int32_t weight(JNIEnv *env, jobject server, ServerRecord &record) {
     if (!flagFromJava(env, server, "SetWeight", record.setWeight))
         return 0;
     jint value = 0;
     if (GetJavaIntField(env, server, "_iWeight", &value) < 0)
-        return kStatusBadWeight;
+        return kStatusWeight;
     record.weight = static_cast<int16_t>(value);
     return 0;
 }
@@ -154,7 +157,7 @@ JNIEXPORT jint NATIVE(addServerNative)(JNIEnv *env, jobject interface, jobject s
     if (!required(env, server, "server"))
         return kStatusOther;
     const int32_t status =
-        identifierKeyToJava(env, server, "sServerID", "iServerIdKey", kStatusNoIdentifier, kStatusIdentifierTooLong);
+        identifierKeyToJava(env, server, "sServerID", "iServerIdKey", kStatusNoServerId, kStatusServerIdTooLong);
     if (status != 0)
         return status;
     ucb.header.command = Command::addServer;

@@ -11,7 +11,7 @@ using namespace rk;
 
 namespace {
 
-constexpr ReasonRow kReasons[] = {{-5, -5}, {-1, -12}};
+constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
 // Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status. `named` is false when
 // there is no cluster identifier: the block may not be sent then.

@@ -12,8 +12,6 @@ using namespace rk;
 namespace {
 
 constexpr std::size_t kReportBytes = 10000;
-constexpr int32_t kStatusTooMany = -101;
-constexpr int32_t kStatusNoMemory = -102;
 
 constexpr char kBanner[] = "AFFINITY COMMANDS SHOULD BE USED FOR DEBUGGING\n"
                            "PURPOSES ONLY.  THESE ARE UNSUPPORTED COMMANDS.\n"
@@ -52,7 +50,7 @@ uint32_t keyOfAddress(jint address) {
 int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, int count) {
     auto *clients = static_cast<jint *>(calloc(static_cast<std::size_t>(count), 2 * sizeof(jint)));
     if (clients == nullptr)
-        return kStatusNoMemory;
+        return kStatusNoAffinityMemory;
     jint *servers = clients + count;
     GetJavaIntArrayField(env, request, "aiClientAddr", 0, count, clients);
     if (!env->ExceptionCheck())
@@ -77,7 +75,7 @@ void columnUnlessThrown(JNIEnv *env, jobject request, const char *name, const Af
 int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
     auto *values = static_cast<jint *>(calloc(static_cast<std::size_t>(count), sizeof(jint)));
     if (values == nullptr)
-        return kStatusNoMemory;
+        return kStatusNoAffinityMemory;
     columnUnlessThrown(env, request, "aiClientAddr", entries, count, &AffinityEntry::clientAddress, values);
     columnUnlessThrown(env, request, "aiServerAddr", entries, count, &AffinityEntry::serverAddress, values);
     columnUnlessThrown(env, request, "aiNumActive", entries, count, &AffinityEntry::activeConnections, values);
@@ -116,12 +114,12 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
     record.port = networkPort(GetJavaIntField(env, request, "iPort", &value));
     record.count = static_cast<uint32_t>(GetJavaIntField(env, request, "iNumAffinities", &value));
     if (record.count > kAffinities)
-        return respond(env, request, kStatusTooMany);
+        return respond(env, request, kStatusTooManyAffinities);
     auto *entries = entriesOf<AffinityEntry>(&record);
     const int sent = static_cast<int>(record.count);
     if (sent != 0)
         if (const int32_t status = entriesFromJava(env, request, entries, sent); status != 0)
-            return status == kStatusNoMemory ? respond(env, request, status) : status;
+            return status == kStatusNoAffinityMemory ? respond(env, request, status) : status;
 
     // More entries than the wire size holds travel in a longer block.
     const int room = sent > kWireAffinities ? sent : kWireAffinities;

@@ -7,14 +7,8 @@ using namespace rk;
 
 namespace {
 
-constexpr int32_t kStatusBadTakeOverAddress = -1;
-constexpr int32_t kStatusBadTimer = -6;
-constexpr int32_t kStatusTimersRefused = -17;
-constexpr int32_t kStatusReachRefused = -34;
-constexpr int32_t kStatusTakeOverRefused = -36;
-
-constexpr ReasonRow kAddHeartbeatReasons[] = {{-44, -44}, {-45, -45}};
-constexpr int32_t kStatusHeartbeatRefused = -35;
+constexpr ReasonRow kAddHeartbeatReasons[] = {{kHeartbeatExists, kStatusHeartbeatExists},
+                                              {kHeartbeatPair, kStatusHeartbeatPair}};
 
 // The number in a string of decimal digits; -1 for anything else, and for no string at all.
 int32_t numberOf(JNIEnv *env, jstring string) {
@@ -56,7 +50,7 @@ JNIEXPORT jint NATIVE(backupAddNative)(JNIEnv *env, jobject, jint first, jint se
     record.second = static_cast<uint32_t>(second);
     const int32_t number = numberOf(env, port);
     if (number < 1 || checkPort(number) != 0)
-        return kStatusBadPort;
+        return kStatusBadBackupPort;
     record.third = static_cast<uint32_t>(number);
     (void)send(record, Command::addBackup);
     return 0;
@@ -69,15 +63,13 @@ JNIEXPORT jint NATIVE(backupDelNative)(JNIEnv *, jobject) {
 }
 
 JNIEXPORT jint NATIVE(addReachNative)(JNIEnv *env, jobject, jstring address, jstring mask, jint argument) {
-    constexpr int32_t kStatusBadAddress = -47;
-    constexpr int32_t kStatusBadMask = -46;
     HaControlRecord &record = ucb.haControl;
     uint32_t first = 0;
     uint32_t second = 0;
     if (!addressOf(env, address, first))
-        return kStatusBadAddress;
+        return kStatusBadReachAddress;
     if (!addressOf(env, mask, second))
-        return kStatusBadMask;
+        return kStatusBadReachMask;
     record.first = first;
     record.second = second;
     record.third = static_cast<uint32_t>(argument);
@@ -85,16 +77,13 @@ JNIEXPORT jint NATIVE(addReachNative)(JNIEnv *env, jobject, jstring address, jst
 }
 
 JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, jstring secondAddress) {
-    // The statuses stand the other way round than those of a reach target, on purpose.
-    constexpr int32_t kStatusBadFirst = -46;
-    constexpr int32_t kStatusBadSecond = -47;
     HaControlRecord &record = ucb.haControl;
     uint32_t first = 0;
     uint32_t second = 0;
     if (!addressOf(env, firstAddress, first))
-        return kStatusBadFirst;
+        return kStatusBadFirstHeartbeat;
     if (!addressOf(env, secondAddress, second))
-        return kStatusBadSecond;
+        return kStatusBadSecondHeartbeat;
     record.first = first;
     record.second = second;
     const int32_t status = sendAndMap(record, Command::addHeartbeat, kAddHeartbeatReasons);
@@ -103,14 +92,12 @@ JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, j
 
 // A bad address and a refusal look the same here, on purpose.
 JNIEXPORT jint NATIVE(delReachNative)(JNIEnv *env, jobject, jstring address) {
-    constexpr int32_t kStatusNotDeleted = -47;
-    return sendAddress(env, address, Command::deleteReachTarget, kStatusNotDeleted, kStatusNotDeleted);
+    return sendAddress(env, address, Command::deleteReachTarget, kStatusReachNotDeleted, kStatusReachNotDeleted);
 }
 
 // Likewise.
 JNIEXPORT jint NATIVE(delHBNative)(JNIEnv *env, jobject, jstring address) {
-    constexpr int32_t kStatusNotDeleted = -47;
-    return sendAddress(env, address, Command::deleteHeartbeat, kStatusNotDeleted, kStatusNotDeleted);
+    return sendAddress(env, address, Command::deleteHeartbeat, kStatusHeartbeatNotDeleted, kStatusHeartbeatNotDeleted);
 }
 
 JNIEXPORT jint NATIVE(chgReachNative)(JNIEnv *, jobject, jint first, jint second, jint third) {

@@ -7,9 +7,6 @@
 
 namespace rk {
 
-inline constexpr int32_t kStatusBadPort = -10;
-inline constexpr int32_t kStatusBadRuleName = -51;
-
 // A port number of Java: 0, or kStatusBadPort when it is outside 0 to 65535.
 [[nodiscard]] int32_t checkPort(jint port);
 

@@ -1,14 +1,12 @@
-// Statuses that more than one family of objects returns, and the reasons behind them.
+// Sending a command, and the status that Java gets for a refusal.
 #pragma once
 
 #include "library/channel/channel.h"
+#include "rk/reasons.h"
 
 #include <span>
 
 namespace rk {
-
-inline constexpr int32_t kStatusOutOfMemory = -28;
-inline constexpr int32_t kStatusOther = -99; // also for what a family has no status of its own for
 
 // A reason that an executor gives, and the status that Java gets for it.
 struct ReasonRow {

@@ -1,6 +1,7 @@
 // Texts to addresses and numbers, and back. What is accepted differs in small ways from the system's own parsers, on
 // purpose: Java servers rely on exactly these rules.
 #include "library/support/CMNImpUtils.h"
+#include "rk/reasons.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -81,7 +82,7 @@ int32_t JStringFieldToAddr(JNIEnv *env, jobject obj, const char *name, uint32_t 
     const char *text = rk::utfChars(env, string);
     int32_t status = 0;
     if (text != nullptr) {
-        status = ip_stol(text, address) == 0 ? 0 : -21;
+        status = ip_stol(text, address) == 0 ? 0 : rk::kStatusBadAddress;
         env->ReleaseStringUTFChars(string, text);
     }
     env->DeleteLocalRef(string);

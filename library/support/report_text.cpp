@@ -1,5 +1,6 @@
 // Reports: heap texts that grow as lines are added.
 #include "library/support/CMNImpUtils.h"
+#include "rk/reasons.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -57,7 +58,7 @@ int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth) {
     }
     *tokens = static_cast<char **>(calloc(static_cast<std::size_t>(count), sizeof(char *)));
     if (*tokens == nullptr)
-        return -28;
+        return rk::kStatusOutOfMemory;
     char *token = list;
     for (int32_t i = depth; i < count; ++i) {
         token = skip(token, separator);
