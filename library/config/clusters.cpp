@@ -65,33 +65,33 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     NetworkAddress address;
     if (addressFromJava(env, cluster, "Address", address) == 0)
         record.address = address; // a text that does not parse matters only when the address is to be changed, below
-    optional(env, cluster, "SetMaxNumberOfPorts", record.setMaxPorts, "MaxNumberOfPorts", record.maxPorts);
+    copyIfFlagged(env, cluster, "SetMaxNumberOfPorts", record.setMaxPorts, "MaxNumberOfPorts", record.maxPorts);
     if (flagFromJava(env, cluster, "SetPrimaryHost", record.setPrimaryHost))
         (void)addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost); // a bad one is no reason to refuse
-    optional(env, cluster, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
-             record.defaultPortMaxServers);
-    optional(env, cluster, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
-             record.defaultPortStickyTime);
-    optional(env, cluster, "SetDefaultPortAffinityType", record.setDefaultPortAffinityType, "DefaultPortAffinityType",
-             record.defaultPortAffinityType);
-    optional(env, cluster, "SetDefaultPortWeightBound", record.setDefaultPortWeightBound, "DefaultPortWeightBound",
-             record.defaultPortWeightBound);
-    optional(env, cluster, "SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout, "DefaultPortStaleTimeout",
-             record.defaultPortStaleTimeout);
+    copyIfFlagged(env, cluster, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
+                  record.defaultPortMaxServers);
+    copyIfFlagged(env, cluster, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
+                  record.defaultPortStickyTime);
+    copyIfFlagged(env, cluster, "SetDefaultPortAffinityType", record.setDefaultPortAffinityType,
+                  "DefaultPortAffinityType", record.defaultPortAffinityType);
+    copyIfFlagged(env, cluster, "SetDefaultPortWeightBound", record.setDefaultPortWeightBound, "DefaultPortWeightBound",
+                  record.defaultPortWeightBound);
+    copyIfFlagged(env, cluster, "SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout,
+                  "DefaultPortStaleTimeout", record.defaultPortStaleTimeout);
     if (flagFromJava(env, cluster, "SetClusterProportions", record.setProportions)) {
         fromJava(env, cluster, "iActiveConnsProp", record.activeConnectionsProportion);
         fromJava(env, cluster, "iNewConnsProp", record.newConnectionsProportion);
         fromJava(env, cluster, "iPortSpecificProp", record.portSpecificProportion);
         fromJava(env, cluster, "iSystemProp", record.systemProportion);
     }
-    optional(env, cluster, "SetSharedBandwidth", record.setSharedBandwidth, "iSharedBytesPerSecond",
-             record.sharedBytesPerSecond);
-    optional(env, cluster, "SetDefaultPortType", record.setDefaultPortType, "DefaultPortType", record.defaultPortType);
-    optional(env, cluster, "SetDefaultPortReplicate", record.setDefaultPortReplicate, "DefaultPortReplicate",
-             record.defaultPortReplicate);
+    copyIfFlagged(env, cluster, "SetSharedBandwidth", record.setSharedBandwidth, "iSharedBytesPerSecond",
+                  record.sharedBytesPerSecond);
+    copyIfFlagged(env, cluster, "SetDefaultPortType", record.setDefaultPortType, "DefaultPortType",
+                  record.defaultPortType);
+    copyIfFlagged(env, cluster, "SetDefaultPortReplicate", record.setDefaultPortReplicate, "DefaultPortReplicate",
+                  record.defaultPortReplicate);
     textFromJava(env, cluster, "sClusterId", record.clusterId);
-    jint key = 0;
-    record.clusterKey = static_cast<uint32_t>(GetJavaIntField(env, cluster, "iClusterIdKey", &key));
+    record.clusterKey = static_cast<uint32_t>(intFromJava(env, cluster, "iClusterIdKey"));
     if (flagFromJava(env, cluster, "SetIPAddress", record.setAddress)) {
         if (addressFromJava(env, cluster, "Address", address) != 0)
             return kStatusClusterAddress;
@@ -200,8 +200,7 @@ JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject clus
 JNIEXPORT jint NATIVE(setClusterCPSNative)(JNIEnv *env, jobject, jobject cluster) {
     if (!required(env, cluster, "cluster"))
         return kStatusOther;
-    jint key = 0;
-    ucb.clusterReport.clusterKey = static_cast<uint32_t>(GetJavaIntField(env, cluster, "iClusterIdKey", &key));
+    ucb.clusterReport.clusterKey = static_cast<uint32_t>(intFromJava(env, cluster, "iClusterIdKey"));
     fromJava(env, cluster, "iConnectionsPerSecond", ucb.clusterReport.connectionsPerSecond);
     return send(ucb.clusterReport, Command::setClusterCps);
 }

@@ -16,7 +16,7 @@ template <std::size_t Size> void clear(uint8_t (&bytes)[Size]) {
 }
 
 // The executor cannot know the server's time zone, so it travels with the non-forwarding address.
-int32_t nonForwardingAddress(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
+int32_t storeNonForwardingAddress(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
     if (!flagFromJava(env, status, "SetNonForwardingAddress", record.setNonForwardingAddress))
         return 0;
     const int32_t seconds = secondsWestOfGreenwich();
@@ -29,12 +29,12 @@ int32_t nonForwardingAddress(JNIEnv *env, jobject status, ExecutorSettingsRecord
     return failure;
 }
 
-int32_t clientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
+int32_t storeClientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
     if (!flagFromJava(env, status, "SetClientGateway", record.setClientGateway))
         return 0;
     NetworkAddress address;
     if (addressFromJava(env, status, "ClientGateway", address) != 0) {
-        SetJavaByteField(env, status, "SetClientGateway", 1);
+        toJava(env, status, "SetClientGateway", int8_t{1});
         return kStatusBadClientGateway;
     }
     record.clientGateway = address;
@@ -42,7 +42,7 @@ int32_t clientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &recor
     return 0;
 }
 
-void v6ClientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
+void storeV6ClientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
     if (!flagFromJava(env, status, "Setv6ClientGateway", record.setV6ClientGateway))
         return;
     bytesFromJava(env, status, "v6ClientGateway", record.v6ClientGateway);
@@ -93,36 +93,38 @@ JNIEXPORT jint NATIVE(setExecutorStatusNative)(JNIEnv *env, jobject, jobject sta
     if (!required(env, status, "executorStatus"))
         return kStatusOther;
     ExecutorSettingsRecord &record = ucb.executor;
-    if (const int32_t failure = nonForwardingAddress(env, status, record); failure != 0)
+    if (const int32_t failure = storeNonForwardingAddress(env, status, record); failure != 0)
         return failure;
-    optional(env, status, "SetTraceLevel", record.setTraceLevel, "TraceLevel", record.traceLevel);
-    optional(env, status, "SetDefaultClusterMaxPorts", record.setDefaultClusterMaxPorts, "DefaultClusterMaxPorts",
-             record.defaultClusterMaxPorts);
-    optional(env, status, "SetFINTimeout", record.setFinTimeout, "FINTimeout", record.finTimeout);
-    optional(env, status, "SetHaTimeout", record.setHaTimeout, "HaTimeout", record.haTimeout);
-    optional(env, status, "SetHaSyncTimeout", record.setHaSyncTimeout, "HaSyncTimeout", record.haSyncTimeout);
-    if (const int32_t failure = clientGateway(env, status, record); failure != 0)
+    copyIfFlagged(env, status, "SetTraceLevel", record.setTraceLevel, "TraceLevel", record.traceLevel);
+    copyIfFlagged(env, status, "SetDefaultClusterMaxPorts", record.setDefaultClusterMaxPorts, "DefaultClusterMaxPorts",
+                  record.defaultClusterMaxPorts);
+    copyIfFlagged(env, status, "SetFINTimeout", record.setFinTimeout, "FINTimeout", record.finTimeout);
+    copyIfFlagged(env, status, "SetHaTimeout", record.setHaTimeout, "HaTimeout", record.haTimeout);
+    copyIfFlagged(env, status, "SetHaSyncTimeout", record.setHaSyncTimeout, "HaSyncTimeout", record.haSyncTimeout);
+    if (const int32_t failure = storeClientGateway(env, status, record); failure != 0)
         return failure;
-    v6ClientGateway(env, status, record);
-    optional(env, status, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
-             record.defaultPortMaxServers);
-    optional(env, status, "SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout, "DefaultPortStaleTimeout",
-             record.defaultPortStaleTimeout);
-    optional(env, status, "SetSharedBandwidth", record.setSharedBandwidth, "iSharedBytesPerSecond",
-             record.sharedBytesPerSecond);
-    optional(env, status, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
-             record.defaultPortStickyTime);
-    optional(env, status, "SetDefaultPortAffinityType", record.setDefaultPortAffinityType, "DefaultPortAffinityType",
-             record.defaultPortAffinityType);
-    optional(env, status, "SetDefaultPortWeightBound", record.setDefaultPortWeightBound, "DefaultPortWeightBound",
-             record.defaultPortWeightBound);
-    optional(env, status, "SetDefaultPortType", record.setDefaultPortType, "DefaultPortType", record.defaultPortType);
-    optional(env, status, "SetDefaultPortReplicate", record.setDefaultPortReplicate, "DefaultPortReplicate",
-             record.defaultPortReplicate);
-    optional(env, status, "SetMaxNumberOfClusters", record.setMaxNumberOfClusters, "MaxNumberOfClusters",
-             record.maxNumberOfClusters);
-    optional(env, status, "SetWidePortNumber", record.setWidePortNumber, "WidePortNumber", record.widePortNumber);
-    optionalText(env, status, "SetConfigFileName", record.setConfigFileName, "ConfigFileName", record.configFileName);
+    storeV6ClientGateway(env, status, record);
+    copyIfFlagged(env, status, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
+                  record.defaultPortMaxServers);
+    copyIfFlagged(env, status, "SetDefaultPortStaleTimeout", record.setDefaultPortStaleTimeout,
+                  "DefaultPortStaleTimeout", record.defaultPortStaleTimeout);
+    copyIfFlagged(env, status, "SetSharedBandwidth", record.setSharedBandwidth, "iSharedBytesPerSecond",
+                  record.sharedBytesPerSecond);
+    copyIfFlagged(env, status, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
+                  record.defaultPortStickyTime);
+    copyIfFlagged(env, status, "SetDefaultPortAffinityType", record.setDefaultPortAffinityType,
+                  "DefaultPortAffinityType", record.defaultPortAffinityType);
+    copyIfFlagged(env, status, "SetDefaultPortWeightBound", record.setDefaultPortWeightBound, "DefaultPortWeightBound",
+                  record.defaultPortWeightBound);
+    copyIfFlagged(env, status, "SetDefaultPortType", record.setDefaultPortType, "DefaultPortType",
+                  record.defaultPortType);
+    copyIfFlagged(env, status, "SetDefaultPortReplicate", record.setDefaultPortReplicate, "DefaultPortReplicate",
+                  record.defaultPortReplicate);
+    copyIfFlagged(env, status, "SetMaxNumberOfClusters", record.setMaxNumberOfClusters, "MaxNumberOfClusters",
+                  record.maxNumberOfClusters);
+    copyIfFlagged(env, status, "SetWidePortNumber", record.setWidePortNumber, "WidePortNumber", record.widePortNumber);
+    copyTextIfFlagged(env, status, "SetConfigFileName", record.setConfigFileName, "ConfigFileName",
+                      record.configFileName);
     // The interval travels whatever its flag says, and its flag is not handed back, both on purpose.
     fromJava(env, status, "iCookieExpireInterval", record.cookieExpireInterval);
     (void)flagFromJava(env, status, "SetCookieExpireInterval", record.setCookieExpireInterval);

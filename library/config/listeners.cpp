@@ -49,7 +49,7 @@ int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, Listener
 int32_t listenerToJava(JNIEnv *env, jobject server, jobject listener, const ListenerEntry &entry) {
     if (!callWithInt(env, listener, "setAddress", javaInt(entry.address)))
         return kStatusBadListener;
-    SetJavaIntField(env, listener, "_iMapPort", javaInt(entry.mapPort));
+    toJava(env, listener, "_iMapPort", entry.mapPort);
     toJava(env, listener, "_iProtocol", entry.protocol);
     toJava(env, listener, "_sKeyRing", entry.keyRing);
     toJava(env, listener, "_sStashFile", entry.stashFile);
@@ -77,8 +77,7 @@ int32_t listenersFromJava(JNIEnv *env, jobject server, jint count, ServerRecord 
 }
 
 int32_t listenersToJava(JNIEnv *env, jobject server, const ServerRecord &record) {
-    jint javaCount = 0;
-    GetJavaIntField(env, server, "_iNumListeners", &javaCount);
+    const jint javaCount = intFromJava(env, server, "_iNumListeners");
     const jint executorCount = record.numberOfListeners;
     if (javaCount > 1 && executorCount > 1 && javaCount != executorCount)
         return kStatusListenersDiffer;

@@ -41,9 +41,10 @@ int32_t listRequestFromJava(JNIEnv *env, jobject rule, ListRequest &request) {
     int32_t status = portFromJava(env, rule, "PortNumber", request.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, request.ruleName);
-    if (status == 0 && GetJavaIntField(env, rule, "NumServers", &request.count) < 0)
-        status = kStatusOther;
-    return status;
+    if (status != 0)
+        return status;
+    request.count = intFromJava(env, rule, "NumServers");
+    return request.count < 0 ? kStatusOther : 0;
 }
 
 // Appends the names of a rule's servers. Returns 0 or a status.

@@ -112,27 +112,22 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     const bool named = clusterKeyFromJava(env, port, record.clusterKey);
     if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
         return status;
-    optional(env, port, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
-    optional(env, port, "SetStaleTimeout", record.setStaleTimeout, "StaleTimeout", record.staleTimeout);
-    optional(env, port, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
-    optional(env, port, "SetStickyBits", record.setStickyBits, "iStickyBits", record.stickyBits);
-    optional(env, port, "SetWeightBound", record.setWeightBound, "WeightBound", record.weightBound);
+    copyIfFlagged(env, port, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
+    copyIfFlagged(env, port, "SetStaleTimeout", record.setStaleTimeout, "StaleTimeout", record.staleTimeout);
+    copyIfFlagged(env, port, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
+    copyIfFlagged(env, port, "SetStickyBits", record.setStickyBits, "iStickyBits", record.stickyBits);
+    copyIfFlagged(env, port, "SetWeightBound", record.setWeightBound, "WeightBound", record.weightBound);
     if (flagFromJava(env, port, "SetType", record.setType)) {
         jchar type = 0;
         record.type = static_cast<int8_t>(GetJavaCharField(env, port, "Type", &type));
     }
-    optional(env, port, "SetMethod", record.setMethod, "iMethod", record.method);
-    optional(env, port, "SetPortProtocol", record.setProtocol, "iPortProtocol", record.protocol);
-    if (flagFromJava(env, port, "SetReplicate", record.setReplicate)) {
-        jint replicate = 0;
-        record.replicate = static_cast<uint8_t>(GetJavaIntField(env, port, "Replicate", &replicate));
-    }
-    optional(env, port, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
-    if (flagFromJava(env, port, "SetCrossPort", record.setCrossPort)) {
-        jint crossPort = 0;
-        record.crossPort = networkPort(GetJavaIntField(env, port, "iCrossPort", &crossPort));
-    }
-    optional(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
+    copyIfFlagged(env, port, "SetMethod", record.setMethod, "iMethod", record.method);
+    copyIfFlagged(env, port, "SetPortProtocol", record.setProtocol, "iPortProtocol", record.protocol);
+    if (flagFromJava(env, port, "SetReplicate", record.setReplicate)) // an int, unlike other bytes of records
+        record.replicate = static_cast<uint8_t>(intFromJava(env, port, "Replicate"));
+    copyIfFlagged(env, port, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
+    copyIfFlagged(env, port, "SetCrossPort", record.setCrossPort, "iCrossPort", record.crossPort);
+    copyIfFlagged(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
 
     if (!named)
         return kStatusOther;
@@ -190,10 +185,10 @@ JNIEXPORT jint NATIVE(getPortStatusNative)(JNIEnv *env, jobject, jobject port) {
     toJava(env, port, "WeightBound", record.weightBound);
     SetJavaCharField(env, port, "Type", record.type); // sign-extended: 0x80 becomes 0xFF80
     toJava(env, port, "iMethod", record.method);
-    SetJavaIntField(env, port, "Replicate", record.replicate);
-    SetJavaIntField(env, port, "iCrossPort", javaInt(record.crossPort));
+    toJava(env, port, "Replicate", int32_t{record.replicate});
+    toJava(env, port, "iCrossPort", record.crossPort);
     toJava(env, port, "iMaxHalfOpen", record.maxHalfOpen);
-    SetJavaByteField(env, port, "SendReset", record.sendReset);
+    toJava(env, port, "SendReset", record.sendReset);
     return 0;
 }
 

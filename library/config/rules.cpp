@@ -24,7 +24,7 @@ constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, 
 // A given type goes into the record. Without one the executor is asked for the rule's record, unless the cluster is not
 // named; the record then fills the block, and with it what was written there so far: the configuration source is the
 // executor's own again, on purpose.
-int32_t ruleType(JNIEnv *env, jobject rule, RuleRecord &record, bool named) {
+int32_t storeRuleType(JNIEnv *env, jobject rule, RuleRecord &record, bool named) {
     if (!flagFromJava(env, rule, "SetRuleType", record.setRuleType))
         return named ? getRuleType() : kStatusOther;
     int8_t type = 0;
@@ -36,8 +36,8 @@ int32_t ruleType(JNIEnv *env, jobject rule, RuleRecord &record, bool named) {
 }
 
 // One end of the range: an address when the rule's type says so, else a number.
-int32_t rangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addressName, const char *numberName,
-                 int32_t badAddress, int32_t &field) {
+int32_t storeRangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addressName, const char *numberName,
+                      int32_t badAddress, int32_t &field) {
     if (type != kRuleTypeAddress) {
         fromJava(env, rule, numberName, field);
         return 0;
@@ -51,7 +51,7 @@ int32_t rangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addressName
 
 // Eight characters, the first for bit 7: "0" and "1" tell what the bit must be, any other that it does not matter. A
 // shorter text leaves the bits it does not name open.
-void serviceBits(JNIEnv *env, jobject rule, RuleRecord &record) {
+void storeServiceBits(JNIEnv *env, jobject rule, RuleRecord &record) {
     if (!flagFromJava(env, rule, "SetServiceTOS", record.setServiceTos))
         return;
     record.serviceBitsClear = 0;
@@ -149,27 +149,27 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
         return status;
-    status = ruleType(env, rule, record, named);
+    status = storeRuleType(env, rule, record, named);
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetBeginRange", record.setBeginRange))
-        status = rangeEnd(env, rule, record.ruleType, "AddressBeginRange", "BeginRange", kStatusBadRangeBegin,
-                          record.beginRange);
+        status = storeRangeEnd(env, rule, record.ruleType, "AddressBeginRange", "BeginRange", kStatusBadRangeBegin,
+                               record.beginRange);
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetEndRange", record.setEndRange))
-        status =
-            rangeEnd(env, rule, record.ruleType, "AddressEndRange", "EndRange", kStatusBadRangeEnd, record.endRange);
+        status = storeRangeEnd(env, rule, record.ruleType, "AddressEndRange", "EndRange", kStatusBadRangeEnd,
+                               record.endRange);
     if (status != 0)
         return status;
-    optional(env, rule, "SetPriority", record.setPriority, "Priority", record.priority);
-    optional(env, rule, "SetShareLevel", record.setShareLevel, "iShareLevel", record.shareLevel);
-    serviceBits(env, rule, record);
-    optionalText(env, rule, "SetPattern", record.setPattern, "Pattern", record.pattern);
-    optionalWidened(env, rule, "SetEvaluate", record.setEvaluate, "bEvaluate", record.evaluate);
-    optional(env, rule, "SetWhatAffinity", record.setWhatAffinity, "WhatAffinity", record.whatAffinity);
-    optional(env, rule, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
-    optionalText(env, rule, "SetCookieName", record.setCookieName, "CookieName", record.cookieName);
+    copyIfFlagged(env, rule, "SetPriority", record.setPriority, "Priority", record.priority);
+    copyIfFlagged(env, rule, "SetShareLevel", record.setShareLevel, "iShareLevel", record.shareLevel);
+    storeServiceBits(env, rule, record);
+    copyTextIfFlagged(env, rule, "SetPattern", record.setPattern, "Pattern", record.pattern);
+    copyWidenedIfFlagged(env, rule, "SetEvaluate", record.setEvaluate, "bEvaluate", record.evaluate);
+    copyIfFlagged(env, rule, "SetWhatAffinity", record.setWhatAffinity, "WhatAffinity", record.whatAffinity);
+    copyIfFlagged(env, rule, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
+    copyTextIfFlagged(env, rule, "SetCookieName", record.setCookieName, "CookieName", record.cookieName);
     textFromJava(env, rule, "sHashID", record.hashId);
 
     if (!named)
@@ -208,7 +208,7 @@ JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
         return status;
     if (const int32_t status = sendAndMap(record, Command::readRuleSettings, kReasons); status != 0)
         return status;
-    SetJavaByteField(env, rule, "RuleType", record.ruleType);
+    toJava(env, rule, "RuleType", record.ruleType);
     rangeEndToJava(env, rule, "AddressBeginRange", "BeginRange", record.beginRange);
     rangeEndToJava(env, rule, "AddressEndRange", "EndRange", record.endRange);
     toJava(env, rule, "Priority", record.priority);
@@ -216,10 +216,10 @@ JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
     toJava(env, rule, "iShareLevel", record.shareLevel);
     toJava(env, rule, "NumServers", record.numberOfServers);
     toJava(env, rule, "Pattern", record.pattern);
-    SetJavaByteField(env, rule, "bEvaluate", record.evaluate);
-    SetJavaIntField(env, rule, "WhatAffinity", static_cast<int8_t>(record.whatAffinity)); // of the word, the low byte
+    toJava(env, rule, "bEvaluate", static_cast<int8_t>(record.evaluate));
+    toJava(env, rule, "WhatAffinity", int32_t{static_cast<int8_t>(record.whatAffinity)}); // of the word, the low byte
     toJava(env, rule, "CookieName", record.cookieName);
-    SetJavaIntField(env, rule, "StickyTime", static_cast<jint>(record.stickyTime)); // the low 32 bits
+    toJava(env, rule, "StickyTime", static_cast<int32_t>(record.stickyTime)); // the low 32 bits
     serviceBitsToJava(env, rule, record);
     return 0;
 }
@@ -248,8 +248,7 @@ JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
     RuleReportRecord &record = ucb.ruleReport;
     fromJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
     const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
-    jint port = 0;
-    record.port = networkPort(GetJavaIntField(env, rule, "PortNumber", &port));
+    fromJava(env, rule, "PortNumber", record.port);
     textFromJava(env, rule, "RuleName", record.ruleName);
     if (!named)
         return kStatusOther;

@@ -25,17 +25,17 @@ constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster},
                                   {kUnknownServer, kStatusUnknownServer}};
 constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
-int32_t weight(JNIEnv *env, jobject server, ServerRecord &record) {
+int32_t storeWeight(JNIEnv *env, jobject server, ServerRecord &record) {
     if (!flagFromJava(env, server, "SetWeight", record.setWeight))
         return 0;
-    jint value = 0;
-    if (GetJavaIntField(env, server, "_iWeight", &value) < 0)
+    const jint value = intFromJava(env, server, "_iWeight");
+    if (value < 0)
         return kStatusWeight;
     record.weight = static_cast<int16_t>(value);
     return 0;
 }
 
-int32_t returnAddress(JNIEnv *env, jobject server, ServerRecord &record) {
+int32_t storeReturnAddress(JNIEnv *env, jobject server, ServerRecord &record) {
     if (!flagFromJava(env, server, "SetReturnAddress", record.setReturnAddress))
         return 0;
     NetworkAddress address;
@@ -45,7 +45,7 @@ int32_t returnAddress(JNIEnv *env, jobject server, ServerRecord &record) {
     return 0;
 }
 
-int32_t routerAddress(JNIEnv *env, jobject server, ServerRecord &record) {
+int32_t storeRouterAddress(JNIEnv *env, jobject server, ServerRecord &record) {
     if (!flagFromJava(env, server, "SetRouterAddress", record.setRouterAddress)) {
         record.routerAddressPresent = 0;
         return 0;
@@ -60,7 +60,7 @@ int32_t routerAddress(JNIEnv *env, jobject server, ServerRecord &record) {
 }
 
 // Of the optional texts only this one is emptied when it is not given, on purpose: an old cookie must not stick.
-void cookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
+void storeCookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
     if (flagFromJava(env, server, "SetCookieValue", record.setCookieValue))
         textFromJava(env, server, "CookieValue", record.cookieValue);
     else
@@ -127,27 +127,28 @@ int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
     const bool named = clusterKeyFromJava(env, server, record.clusterKey);
     if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
-    jint listeners = 0;
-    record.numberOfListeners = static_cast<uint16_t>(GetJavaIntField(env, server, "_iNumListeners", &listeners));
+    const jint listeners = intFromJava(env, server, "_iNumListeners");
+    record.numberOfListeners = static_cast<uint16_t>(listeners);
     if (flagFromJava(env, server, "SetListeners", record.setListeners))
         if (const int32_t status = listenersFromJava(env, server, listeners, record); status != 0)
             return status;
-    if (const int32_t status = weight(env, server, record); status != 0)
+    if (const int32_t status = storeWeight(env, server, record); status != 0)
         return status;
-    optional(env, server, "SetFixedWeight", record.setFixedWeight, "_bFixedWeight", record.fixedWeight);
-    if (const int32_t status = returnAddress(env, server, record); status != 0)
+    copyIfFlagged(env, server, "SetFixedWeight", record.setFixedWeight, "_bFixedWeight", record.fixedWeight);
+    if (const int32_t status = storeReturnAddress(env, server, record); status != 0)
         return status;
-    if (const int32_t status = routerAddress(env, server, record); status != 0)
+    if (const int32_t status = storeRouterAddress(env, server, record); status != 0)
         return status;
-    optionalWidened(env, server, "SetCollocated", record.setCollocated, "bCollocated", record.collocated);
-    optionalWidened(env, server, "SetSticky", record.setSticky, "bSticky", record.sticky);
-    optional(env, server, "SetQuiesced", record.setQuiesced, "_iQuiesced", record.quiesced);
-    optionalText(env, server, "SetAdvisorRequest", record.setAdvisorRequest, "_sAdvisorRequest", record.advisorRequest);
-    optionalText(env, server, "SetAdvisorResponse", record.setAdvisorResponse, "_sAdvisorResponse",
-                 record.advisorResponse);
-    cookieValue(env, server, record);
-    optionalText(env, server, "SetCloneID", record.setCloneId, "CloneID", record.cloneId);
-    optional(env, server, "SetCPSMaximum", record.setCpsMaximum, "_iCPSMaximum", record.cpsMaximum);
+    copyWidenedIfFlagged(env, server, "SetCollocated", record.setCollocated, "bCollocated", record.collocated);
+    copyWidenedIfFlagged(env, server, "SetSticky", record.setSticky, "bSticky", record.sticky);
+    copyIfFlagged(env, server, "SetQuiesced", record.setQuiesced, "_iQuiesced", record.quiesced);
+    copyTextIfFlagged(env, server, "SetAdvisorRequest", record.setAdvisorRequest, "_sAdvisorRequest",
+                      record.advisorRequest);
+    copyTextIfFlagged(env, server, "SetAdvisorResponse", record.setAdvisorResponse, "_sAdvisorResponse",
+                      record.advisorResponse);
+    storeCookieValue(env, server, record);
+    copyTextIfFlagged(env, server, "SetCloneID", record.setCloneId, "CloneID", record.cloneId);
+    copyIfFlagged(env, server, "SetCPSMaximum", record.setCpsMaximum, "_iCPSMaximum", record.cpsMaximum);
     if (!named)
         return kStatusOther;
     return sendAndMap(record, record.header.command, kAddOrSetReasons);
@@ -247,12 +248,12 @@ JNIEXPORT jint NATIVE(getServerStatusNative)(JNIEnv *env, jobject, jobject serve
     if (const int32_t status = listenersToJava(env, server, record); status != 0)
         return status;
     toJava(env, server, "_iWeight", record.weight);
-    SetJavaByteField(env, server, "_bFixedWeight", record.fixedWeight);
+    toJava(env, server, "_bFixedWeight", record.fixedWeight);
     toJava(env, server, "_sRouterAddress", record.routerAddress);
     toJava(env, server, "_sReturnAddress", record.returnAddress);
-    SetJavaByteField(env, server, "IsRemote", record.routerAddress.word != 0 ? 1 : 0);
-    SetJavaByteField(env, server, "bCollocated", record.collocated);
-    SetJavaByteField(env, server, "bSticky", record.sticky);
+    toJava(env, server, "IsRemote", int8_t{record.routerAddress.word != 0});
+    toJava(env, server, "bCollocated", static_cast<int8_t>(record.collocated));
+    toJava(env, server, "bSticky", static_cast<int8_t>(record.sticky));
     toJava(env, server, "_iQuiesced", record.quiesced);
     toJava(env, server, "_sAdvisorRequest", record.advisorRequest);
     toJava(env, server, "_sAdvisorResponse", record.advisorResponse);

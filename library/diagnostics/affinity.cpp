@@ -109,10 +109,9 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
         return kStatusOther;
     AffinityRecord &record = ucb.affinity;
     fromJava(env, request, "iCommand", record.command);
-    jint value = 0;
-    record.clusterAddress = static_cast<uint32_t>(GetJavaIntField(env, request, "iClusterAddr", &value));
-    record.port = networkPort(GetJavaIntField(env, request, "iPort", &value));
-    record.count = static_cast<uint32_t>(GetJavaIntField(env, request, "iNumAffinities", &value));
+    record.clusterAddress = static_cast<uint32_t>(intFromJava(env, request, "iClusterAddr"));
+    fromJava(env, request, "iPort", record.port);
+    record.count = static_cast<uint32_t>(intFromJava(env, request, "iNumAffinities"));
     if (record.count > kAffinities)
         return respond(env, request, kStatusTooManyAffinities);
     auto *entries = entriesOf<AffinityEntry>(&record);

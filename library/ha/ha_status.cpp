@@ -10,8 +10,7 @@ JNIEXPORT jint NATIVE(getHAInfoNative)(JNIEnv *env, jobject, jobject status) {
     if (!required(env, status, "haStatus"))
         return kStatusOther;
     HaStatusRecord &record = ucb.haStatus;
-    jint address = 0;
-    record.address = networkAddress(GetJavaIntField(env, status, "haFsmAddress", &address));
+    record.address = networkAddress(intFromJava(env, status, "haFsmAddress"));
     if (const int32_t result = send(record, Command::readHighAvailability); result != 0)
         return result;
     SetJavaIntField(env, status, "haFsmMode", javaInt(record.mode));

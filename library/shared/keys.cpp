@@ -1,4 +1,5 @@
 #include "library/shared/keys.h"
+#include "library/shared/settings.h"
 
 #include <cstring>
 
@@ -9,8 +10,7 @@ int32_t checkPort(jint port) {
 }
 
 int32_t portFromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &port) {
-    jint number = 0;
-    GetJavaIntField(env, obj, name, &number);
+    const jint number = intFromJava(env, obj, name);
     const int32_t status = checkPort(number);
     if (status == 0)
         port = networkPort(number);
@@ -31,8 +31,7 @@ bool keyOfString(JNIEnv *env, jstring identifier, uint32_t &key) {
 }
 
 uint32_t serverKeyFromJava(JNIEnv *env, jobject server) {
-    jint key = 0;
-    return static_cast<uint32_t>(GetJavaIntField(env, server, "iServerIdKey", &key));
+    return static_cast<uint32_t>(intFromJava(env, server, "iServerIdKey"));
 }
 
 int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]) {

@@ -1,4 +1,5 @@
 #include "library/shared/settings.h"
+#include "library/shared/java_values.h"
 #include "library/shared/statuses.h"
 
 #include <cstring>
@@ -9,11 +10,6 @@ namespace {
 
 constexpr std::size_t kIdentifierMost = 64;
 constexpr std::size_t kTextFieldMost = 256;
-
-jint intFromJava(JNIEnv *env, jobject obj, const char *name) {
-    jint value = 0;
-    return GetJavaIntField(env, obj, name, &value);
-}
 
 // Copies a text field that may lack its terminator.
 void terminate(char (&text)[kTextFieldMost + 1], const char *field, std::size_t size) {
@@ -31,6 +27,11 @@ int32_t statusOf(int32_t reason, std::span<const ReasonRow> rows) {
     return kStatusOther;
 }
 
+jint intFromJava(JNIEnv *env, jobject obj, const char *name) {
+    jint value = 0;
+    return GetJavaIntField(env, obj, name, &value);
+}
+
 void fromJava(JNIEnv *env, jobject obj, const char *name, int32_t &field) {
     field = intFromJava(env, obj, name);
 }
@@ -41,6 +42,10 @@ void fromJava(JNIEnv *env, jobject obj, const char *name, int16_t &field) {
 
 void fromJava(JNIEnv *env, jobject obj, const char *name, uint16_t &field) {
     field = static_cast<uint16_t>(intFromJava(env, obj, name));
+}
+
+void fromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &field) {
+    field = networkPort(intFromJava(env, obj, name));
 }
 
 void fromJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 &field) {
@@ -88,7 +93,8 @@ bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag) {
     return flag == 1;
 }
 
-void optionalWidened(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, int32_t &field) {
+void copyWidenedIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name,
+                          int32_t &field) {
     if (!flagFromJava(env, obj, flagName, flag))
         return;
     int8_t value = 0;
@@ -96,7 +102,7 @@ void optionalWidened(JNIEnv *env, jobject obj, const char *flagName, uint8_t &fl
     field = value;
 }
 
-void optionalText(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, char *field) {
+void copyTextIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, char *field) {
     if (flagFromJava(env, obj, flagName, flag))
         textFromJava(env, obj, name, field);
 }
@@ -111,7 +117,7 @@ void toJava(JNIEnv *env, jobject obj, const char *name, int32_t field) {
 }
 
 void toJava(JNIEnv *env, jobject obj, const char *name, uint32_t field) {
-    SetJavaIntField(env, obj, name, static_cast<jint>(field));
+    SetJavaIntField(env, obj, name, javaInt(field));
 }
 
 void toJava(JNIEnv *env, jobject obj, const char *name, int16_t field) {
@@ -120,6 +126,10 @@ void toJava(JNIEnv *env, jobject obj, const char *name, int16_t field) {
 
 void toJava(JNIEnv *env, jobject obj, const char *name, uint16_t field) {
     SetJavaIntField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, NetworkPort field) {
+    SetJavaIntField(env, obj, name, javaInt(field));
 }
 
 void toJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 field) {
@@ -132,6 +142,10 @@ void toJava(JNIEnv *env, jobject obj, const char *name, int64_t field) {
 
 void toJava(JNIEnv *env, jobject obj, const char *name, uint8_t field) {
     SetJavaCharField(env, obj, name, field);
+}
+
+void toJava(JNIEnv *env, jobject obj, const char *name, int8_t field) {
+    SetJavaByteField(env, obj, name, field);
 }
 
 void toJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress field) {

@@ -8,14 +8,18 @@
 
 namespace rk {
 
+// The value of an int field.
+jint intFromJava(JNIEnv *env, jobject obj, const char *name);
+
 // From Java into a record. Narrow fields take the low bits.
-void fromJava(JNIEnv *env, jobject obj, const char *name, int32_t &field);    // int
-void fromJava(JNIEnv *env, jobject obj, const char *name, int16_t &field);    // int
-void fromJava(JNIEnv *env, jobject obj, const char *name, uint16_t &field);   // int
-void fromJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 &field); // int, sign-extended
-void fromJava(JNIEnv *env, jobject obj, const char *name, int64_t &field);    // int, sign-extended
-void fromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &field);    // char
-void fromJava(JNIEnv *env, jobject obj, const char *name, int8_t &field);     // byte
+void fromJava(JNIEnv *env, jobject obj, const char *name, int32_t &field);     // int
+void fromJava(JNIEnv *env, jobject obj, const char *name, int16_t &field);     // int
+void fromJava(JNIEnv *env, jobject obj, const char *name, uint16_t &field);    // int
+void fromJava(JNIEnv *env, jobject obj, const char *name, NetworkPort &field); // int
+void fromJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 &field);  // int, sign-extended
+void fromJava(JNIEnv *env, jobject obj, const char *name, int64_t &field);     // int, sign-extended
+void fromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &field);     // char
+void fromJava(JNIEnv *env, jobject obj, const char *name, int8_t &field);      // byte
 
 // A text into a text field of the shared block, with its terminator. No text is the empty text. A text longer than its
 // field runs into the fields behind it, and stops at the end of the block's storage.
@@ -27,16 +31,17 @@ void textFromJava(JNIEnv *env, jobject obj, const char *name, char *field); // f
 
 // A setting that Java may leave alone: its flag always travels, its value only when the flag is 1.
 template <typename Field>
-void optional(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, Field &field) {
+void copyIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, Field &field) {
     if (flagFromJava(env, obj, flagName, flag))
         fromJava(env, obj, name, field);
 }
 
 // The same for a setting that Java keeps as a byte and the record as a word: widened with its sign.
-void optionalWidened(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, int32_t &field);
+void copyWidenedIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name,
+                          int32_t &field);
 
 // The same for a text.
-void optionalText(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, char *field);
+void copyTextIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, char *field);
 
 // A change flag of a record and the Java field it goes back to.
 struct FlagField {
@@ -52,10 +57,16 @@ void toJava(JNIEnv *env, jobject obj, const char *name, int32_t field);        /
 void toJava(JNIEnv *env, jobject obj, const char *name, uint32_t field);       // int
 void toJava(JNIEnv *env, jobject obj, const char *name, int16_t field);        // int, sign-extended
 void toJava(JNIEnv *env, jobject obj, const char *name, uint16_t field);       // int, zero-extended
+void toJava(JNIEnv *env, jobject obj, const char *name, NetworkPort field);    // int
 void toJava(JNIEnv *env, jobject obj, const char *name, SplitInt64 field);     // int, from the low word
 void toJava(JNIEnv *env, jobject obj, const char *name, int64_t field);        // long
 void toJava(JNIEnv *env, jobject obj, const char *name, uint8_t field);        // char
+void toJava(JNIEnv *env, jobject obj, const char *name, int8_t field);         // byte
 void toJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress field); // String, dotted
+
+// Of any other type: what a field would be promoted to may be another Java type than its own, and the VM may end over
+// the look-up.
+template <typename Field> void toJava(JNIEnv *env, jobject obj, const char *name, const Field &field) = delete;
 
 // A new Java string of a text field; a text without a terminator ends with its field.
 jstring newString(JNIEnv *env, const char *field, std::size_t size);
