@@ -51,8 +51,8 @@ final class ModuleTest {
         expect("-57 of a family that has none", CMNStatus.describe(-57, Family.SYSTEM), CMNStatus.describe(-57));
         expect("-10 of any", CMNStatus.describe(-10), "the port number is outside 0 to 65535");
         expect("error number", CMNStatus.describe(19), "the device reported error number 19");
-        expect("unknown", CMNStatus.describe(-12345), "a status of the executor's own");
-        expect("lowest", CMNStatus.describe(Integer.MIN_VALUE, Family.PORT), "a status of the executor's own");
+        expect("unknown", CMNStatus.describe(-12345), "a status that the executor defines");
+        expect("lowest", CMNStatus.describe(Integer.MIN_VALUE, Family.PORT), "a status that the executor defines");
     }
 
     private static void listenersAreCountedAndMadeWhereTheExecutorHasMore() {

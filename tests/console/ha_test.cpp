@@ -62,7 +62,7 @@ TEST(HighAvailability, BackupHeartbeatsAndReachTargetsShowInTheStatus) {
 TEST(HighAvailability, StatusIsATableForPeople) {
     const ConsoleRun run = runScript("ha backup add 0 0 65535\nha heartbeat add 10.0.0.2 10.0.0.3\nha status\n");
     ASSERT_EQ(run.exitStatus, 0) << run.err;
-    EXPECT_EQ(run.out, "sent; 'ha status' shows what came of it\n"
+    EXPECT_EQ(run.out, "sent; 'ha status' shows the result\n"
                        "ok\n"
                        "address of the state machine  0.0.0.0\n"
                        "mode                          1\n"

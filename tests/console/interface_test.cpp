@@ -58,7 +58,7 @@ TEST(Interface, ListIsThatOfTheMachine) {
         << lines[3];
     EXPECT_EQ(lines[4].find("INTERFACE "), 0U) << lines[4];
     EXPECT_NE(run.out.find("\nlo "), std::string::npos) << run.out;
-    EXPECT_EQ(lines.back(), "sent; 'debug misc 8' shows what came of it");
+    EXPECT_EQ(lines.back(), "sent; 'debug misc 8' shows the result");
 }
 
 TEST(Interface, NicIsTheOneOnTheSubnet) {

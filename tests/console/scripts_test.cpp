@@ -82,7 +82,8 @@ TEST(Scripts, FileIsReadAndEchoed) {
 TEST(Scripts, RefusalThatWasExpectedAndDidNotComeIsAFailure) {
     const ConsoleRun run = runScript("! cluster list\n! cluster lst\n", {"--keep-going"});
     EXPECT_EQ(run.exitStatus, 1);
-    EXPECT_NE(run.err.find("line 1: cluster list: was to be refused, and was not\n"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("line 1: cluster list: should have been refused, but succeeded\n"), std::string::npos)
+        << run.err;
     EXPECT_NE(run.err.find("line 2: cluster: there is no command 'lst'"), std::string::npos) << run.err;
 }
 
@@ -100,7 +101,7 @@ TEST(Scripts, ExpectedRefusalNeedsNoBlankBehindItsMark) {
     const ConsoleRun run = runScript("!cluster status mail\n!cluster list\n!\n", {"--keep-going"});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(linesOf(run.err)[0], "line 1: cluster status: status -5: the cluster does not exist");
-    EXPECT_EQ(linesOf(run.err)[1], "line 2: cluster list: was to be refused, and was not");
+    EXPECT_EQ(linesOf(run.err)[1], "line 2: cluster list: should have been refused, but succeeded");
 }
 
 TEST(Scripts, JsonAndHelpWorkOnALine) {

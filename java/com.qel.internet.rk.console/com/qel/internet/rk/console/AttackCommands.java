@@ -80,7 +80,7 @@ final class AttackCommands {
         }, PORT);
         Identity[] parameters = new Identity[PARAMETERS];
         for (int i = 0; i < PARAMETERS; i++) {
-            parameters[i] = Identity.argument("P" + (i + 1), "A number of the executor's.", Kind.UINT16);
+            parameters[i] = Identity.argument("P" + (i + 1), "A number that the executor defines.", Kind.UINT16);
         }
         attack.command("set", "Set the parameters of the attack protection.", typed -> session.finish(Family.SYSTEM,
                 setParameters(session.natives(), parameters, typed)), parameters);

@@ -107,7 +107,7 @@ final class CommandRunner {
             session.output.failure(line, name, null, "the native library does not fit: " + cause.getMessage());
             return ExitStatus.NO_LIBRARY;
         }
-        session.output.failure(line, name, null, "an error of the console's own: " + cause);
+        session.output.failure(line, name, null, "the console itself failed: " + cause);
         return ExitStatus.REFUSED;
     }
 

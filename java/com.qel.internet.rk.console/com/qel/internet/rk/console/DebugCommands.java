@@ -11,10 +11,10 @@ final class DebugCommands {
     private static final List<String> SECTIONS = List.of("Primary FSM", "Backup FSM", "Misc debug");
     private static final String ERROR = "Error with kernel getting ";
 
-    private static final Identity SUB = Identity.argument("SUB", "The command's number: 0 to 29 and 99 show counters,"
-            + " of them 1 with the network cards, 8 with the interface list that the library has, 10 with the return"
-            + " addresses, 11 with the connection lists, 12 with the affinity lists; 43 walks over the byte counters;"
-            + " the others are actions of the executor's.", Kind.INT);
+    private static final Identity SUB = Identity.argument("SUB", "The command's number: 0 to 29 and 99 show counters;"
+            + " 1 adds the network cards, 8 the interface list that the library has, 10 the return addresses, 11 the"
+            + " connection lists, 12 the affinity lists; 43 walks over the byte counters; all others are actions of"
+            + " the executor.", Kind.INT);
     private static final Identity[] ARGUMENTS = {argument("A"), argument("B"), argument("C")};
 
     /** Sub-commands whose report has records behind the counters. */
@@ -54,7 +54,7 @@ final class DebugCommands {
     }
 
     private static Identity argument(String label) {
-        return Identity.argument(label, "A number that the executor is given as it is; 0 when left out.", Kind.INT);
+        return Identity.argument(label, "A number passed to the executor unchanged; 0 when left out.", Kind.INT);
     }
 
     private static void misc(Session session, ParseResult typed) {

@@ -56,7 +56,7 @@ final class HaCommands {
         ha.definition.addSubcommand("heartbeat", heartbeat(session));
 
         CommandSpec timers = ha.command("timers",
-                "Make the executor take its timers anew. The seven times are checked, and not sent.",
+                "Make the executor take its timers anew. The library checks the seven times and does not send them.",
                 typed -> session.finish(Family.HIGH_AVAILABILITY, setTimers(session, CommandGroup.rest(typed, 0))));
         CommandGroup.addRest(timers, "TIME", "A time, a decimal number; seven of them.", true);
 
@@ -76,9 +76,10 @@ final class HaCommands {
     }
 
     private static CommandSpec backup(Session session) {
-        Identity role = Identity.argument("ROLE", "Role of this load balancer: a number of the executor's.", Kind.INT);
+        Identity role = Identity.argument("ROLE", "Role of this load balancer; the executor defines the numbers.",
+                Kind.INT);
         Identity strategy = Identity.argument("STRATEGY", "Strategy by which a load balancer that was down gets its"
-                + " role back: a number of the executor's.", Kind.INT);
+                + " role back; the executor defines the numbers.", Kind.INT);
         Identity port = Identity.argument("PORT", "Port on which the partners talk, 1 to 65535.", Kind.TEXT);
         CommandGroup backup = new CommandGroup("backup", "The relation to the partner.");
         backup.command("add", "Define it.", typed -> {
@@ -99,10 +100,11 @@ final class HaCommands {
         Identity address = Identity.argument("ADDRESS", "Address of the target.", Kind.ADDRESS);
         Identity mask = Identity.argument("MASK", "Mask of the target, dotted; 255.255.255.255 does not parse.",
                 Kind.ADDRESS);
-        Identity type = Identity.argument("TYPE", "Type of the target: a number of the executor's.", Kind.INT);
+        Identity type = Identity.argument("TYPE", "Type of the target; the executor defines the numbers.", Kind.INT);
         Identity index = Identity.argument("INDEX", "Place of the target among those that 'ha status' shows, from 0.",
                 Kind.INT);
-        Identity status = Identity.argument("STATUS", "Status of the target: a number of the executor's.", Kind.INT);
+        Identity status = Identity.argument("STATUS", "Status of the target; the executor defines the numbers.",
+                Kind.INT);
         CommandGroup reach = new CommandGroup("reach", "Reach targets: addresses that have to stay reachable.");
         reach.command("add", "Add a target.", typed -> session.finish(Family.REACH, session.natives().addReachNative(
                 address.text(typed, 0), mask.text(typed, 1), type.number(typed, 2))), address, mask, type);

@@ -75,7 +75,7 @@ final class Lines {
     /**
      * Runs commands as they are typed, until the end of the input.
      *
-     * @return 0: what failed was seen
+     * @return 0, whatever failed: the user has seen it
      */
     int runInteractively(Terminal terminal) {
         LineReader reader = LineReaderBuilder.builder()
@@ -102,7 +102,7 @@ final class Lines {
         return ExitStatus.SUCCESS;
     }
 
-    /** Users of services have no home, or one that is not theirs to write to: the history then ends with the run. */
+    /** A service's user may have no home folder that it can write to: its history then ends with the run. */
     private static boolean keepsHistory() {
         return Files.isWritable(Files.exists(HISTORY) ? HISTORY : HOME);
     }
@@ -199,7 +199,7 @@ final class Lines {
             return ExitStatus.SUCCESS;
         }
         if (status == ExitStatus.SUCCESS) {
-            session.output.failure(number, String.join(" ", words), null, "was to be refused, and was not");
+            session.output.failure(number, String.join(" ", words), null, "should have been refused, but succeeded");
             return ExitStatus.REFUSED;
         }
         return status;

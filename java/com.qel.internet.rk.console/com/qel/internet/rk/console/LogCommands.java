@@ -22,12 +22,12 @@ final class LogCommands {
         Identity level = Identity.argument("N", "The level: 0 for nothing.", Kind.INT);
         log.command("level", "Set how much is logged.",
                 typed -> change(session, CMNExecutorInterface::xloglevelNative, level.number(typed, 0)), level);
-        Identity filter = Identity.argument("N", "The filter: a number of the executor's.", Kind.INT);
+        Identity filter = Identity.argument("N", "The filter; the executor defines the numbers.", Kind.INT);
         log.command("filter", "Set what is logged.",
                 typed -> change(session, CMNExecutorInterface::xlogfilterNative, filter.number(typed, 0)), filter);
 
         Identity size = Identity.argument("SIZE", "How many bytes; 10000 when left out.", Kind.INT);
-        Identity second = Identity.argument("N", "A number that the executor is given as it is; 0 when left out.",
+        Identity second = Identity.argument("N", "A number passed to the executor unchanged; 0 when left out.",
                 Kind.INT);
         CommandSpec head = log.command("head", "Show the oldest part of the log.", typed -> print(session,
                 session.natives().xlogheadNative(size.number(typed, 0), second.number(typed, 1))));
@@ -40,8 +40,8 @@ final class LogCommands {
     }
 
     /**
-     * Level and filter travel as settings of the executor, and what the command before has left in the block travels
-     * with them. When that was reading the settings, it changes none of them.
+     * Level and filter travel as settings of the executor, together with what the last command left in the block. When
+     * that command read the settings, they change nothing.
      */
     private static void change(Session session, Change method, int value) {
         Refusal.check(Family.EXECUTOR, session.natives().getExecutorStatusNative(new CMNExecutorStatus()));

@@ -88,7 +88,7 @@ final class NameCompleter implements Completer {
             try {
                 values.addAll(Names.ofKind(session, positional.paramLabel(), given));
             } catch (Refusal | UsageError refused) {
-                // What cannot be listed is not offered; running the command will say why.
+                // Nothing is offered; the command itself will say why the names cannot be listed.
                 values.clear();
             }
         }

@@ -49,7 +49,7 @@ final class Names {
     static int numberOfServers(Session session, CMNPort port) {
         Refusal.check(Family.PORT, session.natives().getPortReportNative(port));
         if (port.NumServers < 0 || port.NumServers > MOST_SERVERS) {
-            throw new Refusal(null, "the executor tells of " + port.NumServers + " servers, which cannot be");
+            throw new Refusal(null, "the executor reports " + port.NumServers + " servers, which is impossible");
         }
         return port.NumServers;
     }

@@ -34,7 +34,7 @@ final class Output {
         this.nativeOutput = nativeOutput;
     }
 
-    /** Prints what native code has printed by itself since this was done last, but for programs. */
+    /** Prints what native code has printed by itself since the last time. Programs, which read JSON, do not get it. */
     void passOn() {
         String text = nativeOutput.take();
         if (!json) {
@@ -155,12 +155,12 @@ final class Output {
         out.print(align(rows));
     }
 
-    /** Says that a command whose result the library does not tell was sent, and what shows the result. */
+    /** Says that a command was sent whose result the library does not return, and which command shows the result. */
     void sent(String shownBy) {
         if (json) {
             print(member("status", 0));
         } else {
-            out.println("sent; '" + shownBy + "' shows what came of it");
+            out.println("sent; '" + shownBy + "' shows the result");
         }
     }
 

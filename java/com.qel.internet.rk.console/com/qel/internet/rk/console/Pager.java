@@ -43,25 +43,25 @@ final class Pager {
 
     /** Gives the pager its text, and waits until the user leaves it. {@return its exit status} */
     private static int feed(Process process, String text) {
-        // Interrupts are the pager's from now on: they are not to end the console. A pager that were started while they
-        // are ignored would ignore them as well.
+        // From now on interrupts are for the pager: they must not end the console. The pager is started before, as it
+        // would inherit that they are ignored.
         ignoreInterrupts();
         try (Writer input = new OutputStreamWriter(process.getOutputStream(), StandardCharsets.UTF_8)) {
             input.write(text);
         } catch (IOException e) {
-            // Whoever has seen enough need not read all.
+            // The user left the pager before the end of the text.
         }
         int status = process.onExit().join().exitValue();
         Signals.registerDefault(INTERRUPT);
         return status;
     }
 
-    /** JLine names the class of signals that Java has for this by reflection only, and so it is here. */
+    /** JLine takes a handler of a class that it knows by reflection only, so this names the class by reflection too. */
     private static void ignoreInterrupts() {
         try {
             Signals.unregister(INTERRUPT, Class.forName("sun.misc.SignalHandler").getField("SIG_IGN").get(null));
         } catch (ReflectiveOperationException e) {
-            // A Java VM without it: an interrupt ends the console too.
+            // This Java VM has no such class: an interrupt ends the console too.
         }
     }
 }

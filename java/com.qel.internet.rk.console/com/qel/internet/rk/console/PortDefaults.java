@@ -4,7 +4,7 @@ import static com.qel.internet.rk.console.Property.setting;
 
 import java.util.List;
 
-/** What new ports start with: the executor has it for the clusters to come, a cluster for its own ports to come. */
+/** Defaults of new ports: the executor hands its own to new clusters, a cluster hands its own to its new ports. */
 final class PortDefaults {
     static final List<Property> PROPERTIES = List.of(
             setting("DefaultPortMaxServers", "new ports: most servers", Kind.INT, "--default-max-servers",

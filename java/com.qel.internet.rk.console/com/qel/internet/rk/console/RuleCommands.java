@@ -106,8 +106,8 @@ final class RuleCommands {
     /**
      * {@return a bound of the range as a number}
      *
-     * The native method takes the text for a rule whose ranges are addresses, and the number for every other: what is
-     * no number is refused here for those.
+     * The native method takes the text for a rule whose ranges are addresses, and the number for every other rule. A
+     * text that is no number is refused here for those others.
      */
     private static int rangeNumber(Session session, CMNRule rule, String option, String text) {
         try {
@@ -121,8 +121,8 @@ final class RuleCommands {
     }
 
     /**
-     * Gives the rule the type that it has when its configuration source changes: where no type is given, the native
-     * method reads the rule's record first, and what it has read takes the new source's place.
+     * Gives the rule its present type when its configuration source changes. Without a type the native method reads the
+     * rule's record first, and what it reads overwrites the new source.
      */
     private static void keepType(Session session, CMNRule rule) {
         if (rule.SetConfigSource == 1) {

@@ -47,7 +47,7 @@ final class RuleServerCommands {
                 .type(int.class)
                 .paramLabel("N")
                 .defaultValue("0")
-                .description("A number that the executor is given as it is; 0 when left out.")
+                .description("A number passed to the executor unchanged; 0 when left out.")
                 .build());
     }
 

@@ -6,8 +6,8 @@ import com.qel.internet.rk.common.CMNStatus.Family;
 
 /**
  * One run of the console against an executor. No two native methods may run at the same time, and nothing but this
- * class has the object to call them on: it gives it to the thread that made the session, and to no other, so that
- * whatever is ever done in the background cannot meet a command that runs.
+ * class has the object to call them on: it gives it to the thread that made the session, and to no other:
+ * nothing in the background can call a native method while a command runs.
  */
 final class Session {
     private static final int KERNEL_MODE = 0;

@@ -10,7 +10,7 @@ public final class CMNAddressConfig {
     public String Address;
     /** 1 when {@link #InterfaceName} and {@link #NetMask} are given; otherwise they are found by the subnet. */
     public byte ConfigInfoProvided;
-    /** Name of the interface, as in eth0; when written also that of an alias, as in eth0:1. */
+    /** Name of the interface, such as eth0; when writing, of an alias too, such as eth0:1. */
     public String InterfaceName;
     /** Subnet mask, dotted. */
     public String NetMask;

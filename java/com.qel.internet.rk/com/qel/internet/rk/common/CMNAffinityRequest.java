@@ -14,7 +14,7 @@ public final class CMNAffinityRequest {
     public CMNAffinityRequest() {
     }
 
-    /** What the executor is to do: a number of its own. */
+    /** What the executor is to do; the executor defines the numbers. */
     public int iCommand;
     /** Address of the cluster. */
     public int iClusterAddr;
@@ -32,6 +32,6 @@ public final class CMNAffinityRequest {
     public final int[] aiServerAddr = new int[CAPACITY];
     /** Active connections; read. */
     public final int[] aiNumActive = new int[CAPACITY];
-    /** Ages in seconds, or the executor's responses to each record, by what was asked; read. */
+    /** Ages in seconds, or the executor's responses to each record, depending on the command; read. */
     public final int[] aiAgeOrResponse = new int[CAPACITY];
 }

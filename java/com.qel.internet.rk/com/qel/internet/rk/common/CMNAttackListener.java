@@ -18,7 +18,7 @@ public interface CMNAttackListener {
      * @param index   its place, from 0
      * @param address the client's address, in host byte order
      * @param port    the client's port
-     * @param flag    the executor's mark; of the executor that comes with the library: the client seems to attack
+     * @param flag    the executor's mark; the one that comes with the library sets it when the client seems to attack
      */
     void addHalfOpenRec(int index, int address, int port, boolean flag);
 
@@ -26,7 +26,7 @@ public interface CMNAttackListener {
      * Begins the report of {@link CMNExecutorInterface#getAttackingAddrsNative getAttackingAddrsNative}.
      *
      * @param count   number of addresses; no more are reported than a reply holds, 7996
-     * @param summary a number of the executor's; of the executor that comes with the library: the port's half-open
+     * @param summary a number that the executor defines; the one that comes with the library gives the port's half-open
      *                connections
      */
     void reportAttackingAddrsResults(int count, int summary);
@@ -35,8 +35,8 @@ public interface CMNAttackListener {
      * Tells of an address that seems to attack.
      *
      * @param address the address, in host byte order
-     * @param value   a number of the executor's; of the executor that comes with the library: the address's half-open
-     *                connections
+     * @param value   a number that the executor defines; the one that comes with the library gives the address's
+     *                half-open connections
      */
     void reportAttackingAddr(int address, int value);
 }

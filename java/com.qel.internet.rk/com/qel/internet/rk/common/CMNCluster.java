@@ -17,7 +17,7 @@ public final class CMNCluster {
     /** Key of {@link #sClusterId}; adding sets it, and changing needs it. */
     public int iClusterIdKey;
 
-    /** Address of the cluster: dotted, or when written also a host name. */
+    /** Address of the cluster: dotted; when writing, a host name too. */
     public String Address;
     /** 1 to change {@link #Address}, and to have a text refused that does not parse. */
     public byte SetIPAddress;
@@ -27,7 +27,7 @@ public final class CMNCluster {
     /** 1 to change {@link #MaxNumberOfPorts}. */
     public byte SetMaxNumberOfPorts;
 
-    /** Primary host of the cluster: dotted, or when written also a host name. */
+    /** Primary host of the cluster: dotted; when writing, a host name too. */
     public String sPrimaryHost;
     /** 1 to change {@link #sPrimaryHost}. */
     public byte SetPrimaryHost;

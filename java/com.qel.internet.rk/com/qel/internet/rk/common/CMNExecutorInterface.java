@@ -235,8 +235,7 @@ public class CMNExecutorInterface {
     public synchronized native int setExecutorStatusNative(Object executorStatus);
 
     /**
-     * Reads the executor's settings. No field is changed when that fails; {@code iCookieExpireInterval} and the flags
-     * never are.
+     * Reads the executor's settings. On failure no field changes; {@code iCookieExpireInterval} and the flags never do.
      *
      * @param executorStatus takes the settings, as in {@link CMNExecutorStatus}
      * @return 0, or the channel's status
@@ -244,7 +243,7 @@ public class CMNExecutorInterface {
     public synchronized native int getExecutorStatusNative(Object executorStatus);
 
     /**
-     * Reads the executor's counters. No field is changed when that fails.
+     * Reads the executor's counters. On failure no field changes.
      *
      * @param executorReport takes the counters, as in {@link CMNExecutorReport}
      * @return 0, or the channel's status
@@ -263,7 +262,7 @@ public class CMNExecutorInterface {
 
     /**
      * Adds a cluster, with the settings whose flags are 1. {@code iClusterIdKey} is set from {@code sClusterId}, and
-     * the flags are written back as the executor left them, also when it refuses.
+     * the flags are written back as the executor left them, even when it refuses.
      *
      * @param cluster has {@code sClusterId}, {@code Address} and the settings, as in {@link CMNCluster}
      * @return 0; -88 when the identifier is null; -90 when it is longer than 64 characters; -3 when
@@ -275,7 +274,7 @@ public class CMNExecutorInterface {
 
     /**
      * Changes settings of a cluster: those whose flags are 1. The flags are written back as the executor left them,
-     * also when it refuses. The length of the identifier is not looked at: keep it to 64 characters.
+     * even when it refuses. The method does not check the length of the identifier: keep it to 64 characters.
      *
      * @param cluster has {@code sClusterId}, {@code iClusterIdKey} (its key) and the settings, as in {@link CMNCluster}
      * @return 0; -3 as when adding; -5 when the cluster does not exist; -4, -28, -29, -99
@@ -291,7 +290,7 @@ public class CMNExecutorInterface {
     public synchronized native int removeClusterNative(Object cluster);
 
     /**
-     * Reads the settings of a cluster and its number of ports. No field is changed when that fails.
+     * Reads the settings of a cluster and its number of ports. On failure no field changes.
      *
      * @param cluster has {@code sClusterId} and takes the settings, as in {@link CMNCluster}
      * @return 0; -5 when the cluster does not exist; -99
@@ -299,7 +298,7 @@ public class CMNExecutorInterface {
     public synchronized native int getClusterStatusNative(Object cluster);
 
     /**
-     * Reads the counters of a cluster, its address, key and number of ports. No field is changed when that fails.
+     * Reads the counters of a cluster, its address, key and number of ports. On failure no field changes.
      *
      * @param cluster has {@code sClusterId} and takes the counters, as in {@link CMNCluster}
      * @return 0; -5 when the cluster does not exist; -99
@@ -317,7 +316,7 @@ public class CMNExecutorInterface {
     /**
      * Lists the clusters: appends their identifiers, each with a plus sign before it.
      *
-     * @param list a {@link StringBuffer}; gets nothing when that fails
+     * @param list a {@link StringBuffer}; on failure it stays as it is
      * @return 0; -28; -99; the channel's status when the number of clusters cannot be read
      */
     public synchronized native int getClustersListNative(Object list);
@@ -326,7 +325,7 @@ public class CMNExecutorInterface {
 
     /**
      * Adds a port to a cluster, with the settings whose flags are 1; the others come from the cluster's defaults. The
-     * flags are written back as the executor left them, also when it refuses. When the executor is out of memory, the
+     * flags are written back as the executor left them, even when it refuses. When the executor is out of memory, the
      * method tries again after 6789 seconds and once more after 6543 seconds, and does not return until then.
      *
      * @param port has {@code ClusterId}, {@code PortNumber} and the settings, as in {@link CMNPort}
@@ -339,8 +338,8 @@ public class CMNExecutorInterface {
     public synchronized native int addPortNative(Object port);
 
     /**
-     * Changes settings of a port: those whose flags are 1. Flags are written back, and a lack of memory waited for, as
-     * in {@link #addPortNative}.
+     * Changes settings of a port: those whose flags are 1. Writes the flags back, and waits for memory, as
+     * {@link #addPortNative} does.
      *
      * @param port has {@code ClusterId}, {@code PortNumber} and the settings, as in {@link CMNPort}
      * @return as {@link #addPortNative}
@@ -351,13 +350,13 @@ public class CMNExecutorInterface {
      * Removes a port, with its servers and rules.
      *
      * @param port has {@code ClusterId}, {@code ClusterAddress} and {@code PortNumber}, as in {@link CMNPort}
-     * @return 0; -3 when {@code ClusterAddress} does not parse (null is not looked at); -10 when the port number is
+     * @return 0; -3 when {@code ClusterAddress} does not parse (null is not checked); -10 when the port number is
      *         outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -99
      */
     public synchronized native int removePortNative(Object port);
 
     /**
-     * Reads the settings of a port and its number of servers. No field is changed when that fails.
+     * Reads the settings of a port and its number of servers. On failure no field changes.
      *
      * @param port has {@code ClusterId} and {@code PortNumber} and takes the settings, as in {@link CMNPort}
      * @return 0; -10 when the port number is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist;
@@ -366,7 +365,7 @@ public class CMNExecutorInterface {
     public synchronized native int getPortStatusNative(Object port);
 
     /**
-     * Reads the counters of a port, its number of servers, protocol and method. No field is changed when that fails.
+     * Reads the counters of a port, its number of servers, protocol and method. On failure no field changes.
      *
      * @param port has {@code ClusterId} and {@code PortNumber} and takes the counters, as in {@link CMNPort}
      * @return as {@link #getPortStatusNative}
@@ -385,7 +384,7 @@ public class CMNExecutorInterface {
      * Lists the ports of a cluster: appends their numbers in decimal, each with a plus sign before it.
      *
      * @param clusterId identifier of the cluster
-     * @param list      a {@link StringBuffer}; gets nothing when that fails
+     * @param list      a {@link StringBuffer}; on failure it stays as it is
      * @return 0; -5 when the cluster does not exist; -28; -99; the channel's status when the number of ports cannot be
      *         read
      */
@@ -403,7 +402,7 @@ public class CMNExecutorInterface {
      * @param server has {@code ClusterId}, {@code Port}, {@code sServerID} and the settings, as in {@link CMNServer}
      * @return 0; -80 when the identifier is null; -85 when it is longer than 64 characters; -10 when {@code Port} is
      *         outside 0 to 65535; -17 when {@code getListener} gives none, or no address; -78 when a listener is not
-     *         usable (its port outside 0 to 65535, for one), or there are more than two; -20 when the weight is
+     *         usable (its port is outside 0 to 65535, for example), or there are more than two; -20 when the weight is
      *         negative or above the port's weight bound; -76 when the return address, -49 when the router address does
      *         not parse; -5 when the cluster, -12 when the port does not exist; -18 when the server exists, or
      *         another one of the port whose identifier has the same key; -32 when the port has as many servers as it
@@ -413,8 +412,8 @@ public class CMNExecutorInterface {
     public synchronized native int addServerNative(Object server);
 
     /**
-     * Changes settings of a server: those whose flags are 1, and listeners as in {@link #addServerNative}. The length
-     * of the identifier is not looked at: keep it to 64 characters.
+     * Changes settings of a server: those whose flags are 1, and listeners as in {@link #addServerNative}. The method
+     * does not check the length of the identifier: keep it to 64 characters.
      *
      * @param server has {@code ClusterId}, {@code Port}, {@code sServerID}, {@code iServerIdKey} (its key) and the
      *               settings, as in {@link CMNServer}
@@ -450,7 +449,7 @@ public class CMNExecutorInterface {
     /**
      * Does nothing: hosts are marked down server by server.
      *
-     * @param host not looked at
+     * @param host ignored
      * @return always 0
      */
     public synchronized native int setHostDownNative(Object host);
@@ -458,7 +457,7 @@ public class CMNExecutorInterface {
     /**
      * Does nothing: hosts are marked up server by server.
      *
-     * @param host not looked at
+     * @param host ignored
      * @return always 0
      */
     public synchronized native int setHostUpNative(Object host);
@@ -466,7 +465,7 @@ public class CMNExecutorInterface {
     /**
      * Does nothing: hosts are removed server by server.
      *
-     * @param host not looked at
+     * @param host ignored
      * @return always 0
      */
     public synchronized native int removeHostNative(Object host);
@@ -482,7 +481,7 @@ public class CMNExecutorInterface {
     public synchronized native int setServerCPSNative(Object server);
 
     /**
-     * Reads the counters of a server. No field is changed when that fails.
+     * Reads the counters of a server. On failure no field changes.
      *
      * @param server has {@code ClusterId}, {@code Port} and {@code iServerIdKey}, and takes the counters, as in
      *               {@link CMNServer}
@@ -510,7 +509,7 @@ public class CMNExecutorInterface {
      *
      * @param clusterId identifier of the cluster
      * @param port      port number
-     * @param list      a {@link StringBuffer}; gets nothing when that fails
+     * @param list      a {@link StringBuffer}; on failure it stays as it is
      * @param keys      takes the servers' keys; as long as the port has servers, see {@link #getPortReportNative}
      * @return 0; -10 when the port is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -28;
      *         -99; the channel's status when the number of servers cannot be read
@@ -521,7 +520,7 @@ public class CMNExecutorInterface {
 
     /**
      * Reads the weights of all servers of a port, with their identifiers, addresses and connections, in one exchange.
-     * No field is changed when that fails. Identifiers go to {@code setServerId(String, int)}.
+     * On failure no field changes. Identifiers go to {@code setServerId(String, int)}.
      *
      * @param weights has {@code sClusterID} and {@code iPortNumber}, and arrays of at least {@code count} elements, as
      *                in {@link CMNServerWeights}
@@ -533,7 +532,7 @@ public class CMNExecutorInterface {
 
     /**
      * Changes the weights of servers of a port in one exchange. Weights travel as their low 16 bits. The servers' own
-     * results are written to {@code iRC}, also when the executor refused the whole.
+     * results are written to {@code iRC}, even when the executor refused the whole.
      *
      * @param weights has {@code sClusterID}, {@code iPortNumber}, and in arrays of at least {@code count} elements
      *                {@code iServerIdKey}, {@code iWeight}, {@code bFixedWeight} and {@code ucQuiescedDown}, as in
@@ -547,11 +546,11 @@ public class CMNExecutorInterface {
     // Rules
 
     /**
-     * Adds a rule to a port, with the settings whose flags are 1. {@code SetRuleType} has to be 1, or the executor is
-     * asked for the type of a rule that it does not know. For type 1 the range comes from {@code AddressBeginRange} and
-     * {@code AddressEndRange}, for every other type from {@code BeginRange} and {@code EndRange}. {@code ServiceTOS}
-     * has to have eight characters. Flags other than {@code SetConfigSource} are written back as the executor left
-     * them, also when it refuses the rule itself.
+     * Adds a rule to a port, with the settings whose flags are 1. {@code SetRuleType} must be 1: otherwise the library
+     * asks the executor for the type of a rule that is not there yet. For type 1 the range comes from
+     * {@code AddressBeginRange} and {@code AddressEndRange}, for every other type from {@code BeginRange} and
+     * {@code EndRange}. {@code ServiceTOS} must have eight characters. Flags other than {@code SetConfigSource} are
+     * written back as the executor left them, even when it refuses the rule itself.
      *
      * @param rule has {@code ClusterId}, {@code PortNumber} and {@code RuleName} and the settings, as in
      *             {@link CMNRule}
@@ -583,8 +582,8 @@ public class CMNExecutorInterface {
     public synchronized native int removeRuleNative(Object rule);
 
     /**
-     * Reads the settings of a rule and its number of servers; {@code ServiceTOS} is empty except for type 7. No field
-     * is changed when that fails.
+     * Reads the settings of a rule and its number of servers; {@code ServiceTOS} is empty except for type 7. On failure
+     * no field changes.
      *
      * @param rule has {@code ClusterId}, {@code PortNumber} and {@code RuleName} and takes the settings, as in
      *             {@link CMNRule}
@@ -593,7 +592,7 @@ public class CMNExecutorInterface {
     public synchronized native int getRuleStatusNative(Object rule);
 
     /**
-     * Reads the counters of a rule, its number and its number of servers. No field is changed when that fails.
+     * Reads the counters of a rule, its number and its number of servers. On failure no field changes.
      *
      * @param rule has {@code ClusterId}, {@code PortNumber} and {@code RuleName} and takes the counters, as in
      *             {@link CMNRule}
@@ -602,8 +601,8 @@ public class CMNExecutorInterface {
     public synchronized native int getRuleReportNative(Object rule);
 
     /**
-     * Sets the connections-per-second counter of a rule. Neither the port number, of which the low 16 bits are sent,
-     * nor the length of the name is looked at.
+     * Sets the connections-per-second counter of a rule. The method checks neither the port number, of which it sends
+     * the low 16 bits, nor the length of the name.
      *
      * @param rule has {@code ClusterId}, {@code PortNumber}, {@code RuleName} and {@code iConnectionsPerSecond}, as in
      *             {@link CMNRule}
@@ -616,7 +615,7 @@ public class CMNExecutorInterface {
      *
      * @param clusterId identifier of the cluster
      * @param port      port number
-     * @param list      a {@link StringBuffer}; gets nothing when that fails
+     * @param list      a {@link StringBuffer}; on failure it stays as it is
      * @return 0; -10 when the port is outside 0 to 65535; -5 when the cluster, -12 when the port does not exist; -28;
      *         -99; the channel's status when the number of rules cannot be read
      */
@@ -653,17 +652,17 @@ public class CMNExecutorInterface {
      *
      * @param rule has {@code ClusterId}, {@code PortNumber}, {@code RuleName} and {@code NumServers}, which has to be
      *             current (see {@link #getRuleStatusNative}), as in {@link CMNRule}
-     * @param list a {@link StringBuffer}; gets nothing when that fails
+     * @param list a {@link StringBuffer}; on failure it stays as it is
      * @return 0; -10 when the port number is outside 0 to 65535; -51 when the name is null or longer than 20
-     *         characters; -5 when the cluster, -12 when the port, -57 when the rule does not exist; -28; -99, also when
-     *         {@code NumServers} is negative
+     *         characters; -5 when the cluster, -12 when the port, -57 when the rule does not exist; -28; -99, which
+     *         a negative {@code NumServers} gives too
      */
     public synchronized native int getRuleServersListNative(Object rule, Object list);
 
     // High availability
 
     /**
-     * Reads the state of the executor's high-availability machine. No field is changed when that fails.
+     * Reads the state of the executor's high-availability machine. On failure no field changes.
      *
      * @param haStatus has {@code haFsmAddress}, which is sent; takes the state, with heartbeats and reach targets in
      *                 arrays of at least 32 elements, as in {@link CMNHAStatus}
@@ -677,14 +676,14 @@ public class CMNExecutorInterface {
      * @param argument1 passed on to the executor as it is
      * @param argument2 passed on to the executor as it is
      * @param port      port number in decimal, 1 to 65535
-     * @return 0, also when the executor refuses; -10 when the port is out of range or no number
+     * @return 0, even when the executor refuses; -10 when the port is out of range or no number
      */
     public synchronized native int backupAddNative(int argument1, int argument2, String port);
 
     /**
      * Removes the relation to the high-availability partner.
      *
-     * @return always 0, also when the executor refuses
+     * @return always 0, even when the executor refuses
      */
     public synchronized native int backupDelNative();
 
@@ -737,13 +736,13 @@ public class CMNExecutorInterface {
     /**
      * Checks seven timers, and tells the executor to take its own: the values themselves are not sent.
      *
-     * @param timer1 a decimal number, not negative; so the others
-     * @param timer2 likewise
-     * @param timer3 likewise
-     * @param timer4 likewise
-     * @param timer5 likewise
-     * @param timer6 likewise
-     * @param timer7 likewise
+     * @param timer1 a decimal number, not negative, as are the others
+     * @param timer2 as timer1
+     * @param timer3 as timer1
+     * @param timer4 as timer1
+     * @param timer5 as timer1
+     * @param timer6 as timer1
+     * @param timer7 as timer1
      * @return 0; -6 when one is negative or no number; -17 when the executor refuses
      */
     public synchronized native int setTimersNative(String timer1, String timer2, String timer3, String timer4,
@@ -760,7 +759,7 @@ public class CMNExecutorInterface {
     // Interface list
 
     /**
-     * Looks up the network interface on an address's subnet, aliases left aside, in the list that
+     * Looks up the network interface on an address's subnet, aliases excepted, in the list that
      * {@link #setInterfacesNative} read last.
      *
      * @param address in host byte order
@@ -770,17 +769,17 @@ public class CMNExecutorInterface {
     public synchronized native int getNicAddrNative(int address, int which);
 
     /**
-     * Reads the executor's list of network interfaces anew. The list is empty when that fails.
+     * Reads the executor's list of network interfaces anew. On failure the list is empty.
      *
-     * @param unused not looked at
+     * @param unused ignored
      */
     public synchronized native void setInterfacesNative(Object unused);
 
     /**
      * Does nothing.
      *
-     * @param unused1 not looked at
-     * @param unused2 not looked at
+     * @param unused1 ignored
+     * @param unused2 ignored
      * @return always -1
      */
     public synchronized native int getInterfaceListNative(Object unused1, Object unused2);
@@ -923,7 +922,7 @@ public class CMNExecutorInterface {
     public synchronized native String getAffinityInfoNative(int clusterAddress, int port, int detail);
 
     /**
-     * Makes, asks for or otherwise drives affinity records.
+     * Changes or reads affinity records; the executor defines what each number in {@code iCommand} does.
      *
      * @param request has {@code iCommand}, {@code iClusterAddr}, {@code iPort}, {@code iNumAffinities} (at most 3000)
      *                and, with that many elements, {@code aiClientAddr} and {@code aiServerAddr}; takes
@@ -940,10 +939,9 @@ public class CMNExecutorInterface {
     /**
      * Runs one of the executor's debugging commands.
      *
-     * @param subCommand 0 to 29 and 99 print the executor's counters, of them 1 with the network cards, 8 with the
-     *                   interface list that the library has, 10 with the return addresses, 11 with the connection
-     *                   lists, 12 with the affinity lists; 43 walks over the executor's byte counters; the others are
-     *                   actions in the executor
+     * @param subCommand 0 to 29 and 99 print the executor's counters; 1 adds the network cards, 8 the interface list
+     *                   that the library has, 10 the return addresses, 11 the connection lists, 12 the affinity lists;
+     *                   43 walks over the executor's byte counters; all others are actions in the executor
      * @param argument1  passed on to the executor as it is
      * @param argument2  passed on to the executor as it is
      * @param argument3  passed on to the executor as it is
@@ -959,7 +957,7 @@ public class CMNExecutorInterface {
      *
      * @param listener its {@code void setNumHalfOpenRecs(int)} is called with their number, then for each of them
      *                 {@code void addHalfOpenRec(int, int, int, boolean)} with its index, the client's address in host
-     *                 byte order and port, and a flag, as in {@link CMNAttackListener}; not called when that fails
+     *                 byte order and port, and a flag, as in {@link CMNAttackListener}; not called on failure
      * @return 0, or the channel's status
      */
     public synchronized native int getHalfOpenInfoNative(Object listener);
@@ -980,14 +978,14 @@ public class CMNExecutorInterface {
     /**
      * Sets the parameters of the attack protection, of which the low 16 bits each are sent.
      *
-     * @param p1 passed on to the executor; so the others
-     * @param p2 likewise
-     * @param p3 likewise
-     * @param p4 likewise
-     * @param p5 likewise
-     * @param p6 likewise
-     * @param p7 likewise
-     * @param p8 likewise
+     * @param p1 passed on to the executor, as are the others
+     * @param p2 as p1
+     * @param p3 as p1
+     * @param p4 as p1
+     * @param p5 as p1
+     * @param p6 as p1
+     * @param p7 as p1
+     * @param p8 as p1
      * @return 0, or the channel's status
      */
     public synchronized native int xDOSAttackNative(int p1, int p2, int p3, int p4, int p5, int p6, int p7, int p8);

@@ -12,7 +12,7 @@ public final class CMNExecutorStatus {
     public CMNExecutorStatus() {
     }
 
-    /** Non-forwarding address, the executor's own: a dotted address, or when written also a host name. */
+    /** Non-forwarding address, the executor's own: a dotted address; when writing, a host name too. */
     public String NFA;
     /** 1 to change {@link #NFA}; the local time zone then travels with it. */
     public byte SetNonForwardingAddress;
@@ -42,7 +42,7 @@ public final class CMNExecutorStatus {
     /** 1 to change {@link #HaSyncTimeout}. */
     public byte SetHaSyncTimeout;
 
-    /** IPv4 client gateway: a dotted address, or when written also a host name. */
+    /** IPv4 client gateway: a dotted address; when writing, a host name too. */
     public String ClientGateway;
     /** 1 to change {@link #ClientGateway}; still 1 when its text does not parse. */
     public byte SetClientGateway;

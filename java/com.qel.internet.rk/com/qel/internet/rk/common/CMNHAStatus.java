@@ -2,8 +2,8 @@ package com.qel.internet.rk.common;
 
 /**
  * The state of the executor's high-availability machine, as
- * {@link CMNExecutorInterface#getHAInfoNative getHAInfoNative} fills it. What the numbers of mode, role, strategy,
- * states and types mean is the executor's. Addresses and masks are in host byte order: 10.0.0.1 is 0x0A000001.
+ * {@link CMNExecutorInterface#getHAInfoNative getHAInfoNative} fills it. The executor defines what the numbers of
+ * mode, role, strategy, states and types mean. Addresses and masks are in host byte order: 10.0.0.1 is 0x0A000001.
  */
 public final class CMNHAStatus {
     /** The most heartbeats, and the most reach targets, that an executor has. */

@@ -24,14 +24,14 @@ public final class CMNRule {
     /** 1 to give {@link #RuleType}; adding a rule needs it. */
     public byte SetRuleType;
 
-    /** Begin of the range, for type 1: dotted, or when written also a host name. */
+    /** Begin of the range, for type 1: dotted; when writing, a host name too. */
     public String AddressBeginRange;
     /** Begin of the range, for every other type. */
     public int BeginRange;
     /** 1 to change the begin of the range. */
     public byte SetBeginRange;
 
-    /** End of the range, for type 1: dotted, or when written also a host name. */
+    /** End of the range, for type 1: dotted; when writing, a host name too. */
     public String AddressEndRange;
     /** End of the range, for every other type. */
     public int EndRange;

@@ -39,12 +39,12 @@ public final class CMNServer {
     /** 1 to change {@link #_bFixedWeight}. */
     public byte SetFixedWeight;
 
-    /** Return address, from which the server is asked: dotted, or when written also a host name. */
+    /** Return address, from which the executor contacts the server: dotted; when writing, a host name too. */
     public String _sReturnAddress;
     /** 1 to change {@link #_sReturnAddress}. */
     public byte SetReturnAddress;
 
-    /** Router through which the server is reached: dotted, or when written also a host name; 0.0.0.0 for none. */
+    /** Router through which the server is reached: dotted; when writing, a host name too; 0.0.0.0 for none. */
     public String _sRouterAddress;
     /** 1 to change {@link #_sRouterAddress}. */
     public byte SetRouterAddress;

@@ -164,6 +164,6 @@ public final class CMNStatus {
     }
 
     private static String describeUnlisted(int status) {
-        return status > 0 ? "the device reported error number " + status : "a status of the executor's own";
+        return status > 0 ? "the device reported error number " + status : "a status that the executor defines";
     }
 }

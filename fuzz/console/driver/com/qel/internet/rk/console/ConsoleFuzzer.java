@@ -190,7 +190,7 @@ final class ConsoleFuzzer {
     }
 
     private String wrongWith(List<String> words, int status) {
-        if (err.toString(StandardCharsets.UTF_8).contains("an error of the console's own")) {
+        if (err.toString(StandardCharsets.UTF_8).contains("the console itself failed")) {
             return err.toString(StandardCharsets.UTF_8).strip();
         }
         if (status < ExitStatus.SUCCESS || status > ExitStatus.USAGE) {
