@@ -7,8 +7,11 @@ package com.qel.internet.rk.common;
  * <h2>Loading</h2>
  * The first use of the class loads the native library {@code cmnexecutor} from {@code java.library.path}; the library
  * itself needs {@code libuexc.so}, beside it or on {@code LD_LIBRARY_PATH}. When one of them is missing or broken, an
- * {@link UnsatisfiedLinkError} says which, and what to do. From Java 24 on the VM warns about native libraries unless
- * it is started with {@code --enable-native-access=com.qel.internet.rk}.
+ * {@link UnsatisfiedLinkError} says which, and what to do. A jar that has the libraries of its machine inside unpacks
+ * them when they are not installed, into a folder of its own below the one for temporary files, or below the one that
+ * the property {@code com.qel.internet.rk.unpack} names; the folder is removed as soon as they are loaded. A library of
+ * another version than these classes is refused with an error that tells both versions. From Java 24 on the VM warns
+ * about native libraries unless it is started with {@code --enable-native-access=com.qel.internet.rk}.
  *
  * <h2>One call at a time</h2>
  * All commands travel through one block of memory and one channel, shared by the whole process, and the library locks
