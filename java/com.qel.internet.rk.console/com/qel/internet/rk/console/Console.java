@@ -85,6 +85,12 @@ final class Console {
         System.exit(console.run(List.of(arguments)));
     }
 
+    /** {@return all commands, to tell of and not to run: the manual's page and the completion of shells are made of them} */
+    static CommandLine commands() {
+        Console console = new Console(new Output(null, null, null));
+        return CommandTree.add(new CommandLine(console), console.session);
+    }
+
     private static PrintStream stream(FileDescriptor descriptor) {
         return new PrintStream(new FileOutputStream(descriptor), true, StandardCharsets.UTF_8);
     }
