@@ -45,14 +45,13 @@ int32_t listClusters(ReportText &text) {
     if (const int32_t status = getExecutorReport(); status != 0)
         return status;
     const int32_t room = ucb.executorReport.numberOfClusters;
-    auto *block = allocateBlock<ClusterListBlock, ClusterListEntry>(room);
+    const auto block = allocateBlock<ClusterListBlock, ClusterListEntry>(room);
     if (block == nullptr)
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listClusters, {});
     if (status == 0)
-        appendNames(text, entriesOf<const ClusterListEntry>(block), entriesWithin(block->count, room),
+        appendNames(text, entriesOf<const ClusterListEntry>(block.get()), entriesWithin(block->count, room),
                     &ClusterListEntry::clusterId);
-    free(block);
     return status;
 }
 

@@ -2,29 +2,29 @@
 #include "library/shared/java_calls.h"
 #include "library/shared/keys.h"
 #include "library/shared/settings.h"
+#include "library/support/owners.h"
 
 namespace rk {
 
 namespace {
 
-// A local reference to a listener, or null.
-jobject listenerAt(JNIEnv *env, jobject server, jint index) {
+// A listener; `isUsable` tells whether it may be used: there may be one also when an exception is pending.
+LocalReference<jobject> listenerAt(JNIEnv *env, jobject server, jint index, bool &isUsable) {
     jobject listener = nullptr;
     const int32_t status = GetObjectFromJavaMethodIndex(
         env, server, "getListener", "(I)Lcom/qel/internet/rk/common/CMNListener;", index, &listener);
-    if (succeeded(env, status))
-        return listener;
-    env->DeleteLocalRef(listener); // there is one when the exception is of an earlier step
-    return nullptr;
+    isUsable = succeeded(env, status) && listener != nullptr;
+    return {env, listener};
 }
 
 bool textFromMethod(JNIEnv *env, jobject listener, const char *name, char *field) {
-    jobject string = nullptr;
-    const bool obtained = succeeded(env, GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &string));
-    if (obtained)
-        copyString(env, static_cast<jstring>(string), field);
-    env->DeleteLocalRef(string);
-    return obtained;
+    jobject returned = nullptr;
+    const int32_t status = GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &returned);
+    const LocalReference string(env, static_cast<jstring>(returned));
+    if (!succeeded(env, status))
+        return false;
+    copyString(env, string.reference, field);
+    return true;
 }
 
 int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, ListenerEntry &entry) {
@@ -65,11 +65,11 @@ int32_t listenersFromJava(JNIEnv *env, jobject server, jint count, ServerRecord 
     if (count > kListenersPerServer)
         return kStatusBadListener;
     for (jint i = 0; i < count; ++i) {
-        jobject listener = listenerAt(env, server, i);
-        if (listener == nullptr)
+        bool isUsable = false;
+        const auto listener = listenerAt(env, server, i, isUsable);
+        if (!isUsable)
             return kStatusNoListener;
-        const int32_t status = listenerFromJava(env, server, listener, record.listeners[i]);
-        env->DeleteLocalRef(listener);
+        const int32_t status = listenerFromJava(env, server, listener.reference, record.listeners[i]);
         if (status != 0)
             return status;
     }
@@ -85,11 +85,11 @@ int32_t listenersToJava(JNIEnv *env, jobject server, const ServerRecord &record)
     if (javaCount == 1 && count > 1 && !callWithInt(env, server, "addListenersFromNative", count))
         return kStatusBadListener;
     for (jint i = 0; i < count; ++i) {
-        jobject listener = listenerAt(env, server, i);
-        if (listener == nullptr)
+        bool isUsable = false;
+        const auto listener = listenerAt(env, server, i, isUsable);
+        if (!isUsable)
             return kStatusBadListener;
-        const int32_t status = listenerToJava(env, server, listener, record.listeners[i]);
-        env->DeleteLocalRef(listener);
+        const int32_t status = listenerToJava(env, server, listener.reference, record.listeners[i]);
         if (status != 0)
             return status;
     }

@@ -49,15 +49,14 @@ int32_t listRequestFromJava(JNIEnv *env, jobject rule, ListRequest &request) {
 
 // Appends the names of a rule's servers. Returns 0 or a status.
 int32_t listServers(const ListRequest &request, ReportText &text) {
-    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(request.count, request.clusterKey, request.port);
+    const auto block = allocateBlock<ServerListBlock, ServerListEntry>(request.count, request.clusterKey, request.port);
     if (block == nullptr)
         return kStatusOutOfMemory;
     memcpy(block->ruleName, request.ruleName, sizeof(block->ruleName));
     const int32_t status =
         request.named ? sendBlock(block->header, Command::listRuleServers, kListReasons) : kStatusOther;
     if (status == 0)
-        appendNames(text, entriesOf<const ServerListEntry>(block), request.count, &ServerListEntry::serverId);
-    free(block);
+        appendNames(text, entriesOf<const ServerListEntry>(block.get()), request.count, &ServerListEntry::serverId);
     return status;
 }
 

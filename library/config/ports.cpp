@@ -89,18 +89,17 @@ int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
     if (const int32_t status = getClusterReport(key); status != 0)
         return status;
     const int32_t room = ucb.clusterReport.numberOfPorts;
-    auto *block = allocateBlock<PortListBlock, PortListEntry>(room);
+    const auto block = allocateBlock<PortListBlock, PortListEntry>(room);
     if (block == nullptr)
         return kStatusOutOfMemory;
     block->clusterKey = key;
     const int32_t status = sendBlock(block->header, Command::listPorts, kListReasons);
     if (status == 0) {
-        const auto *entries = entriesOf<const PortListEntry>(block);
+        const auto *entries = entriesOf<const PortListEntry>(block.get());
         const int32_t count = entriesWithin(block->count, room);
         for (int32_t i = 0; i < count && appendLine(text, "+%d", javaInt(entries[i].port)) == 0; ++i)
             ;
     }
-    free(block);
     return status;
 }
 

@@ -5,6 +5,7 @@
 #include "library/shared/keys.h"
 #include "library/shared/lists.h"
 #include "library/shared/settings.h"
+#include "library/support/owners.h"
 
 using namespace rk;
 
@@ -56,20 +57,16 @@ void storeServiceBits(JNIEnv *env, jobject rule, RuleRecord &record) {
         return;
     record.serviceBitsClear = 0;
     record.serviceBitsSet = 0;
-    jstring string = nullptr;
-    GetJavaStringField(env, rule, "ServiceTOS", &string);
-    const char *text = utfChars(env, string);
-    if (text != nullptr) {
-        for (int i = 0; i < kServiceBits && text[i] != '\0'; ++i) {
-            const auto bit = static_cast<uint8_t>(0x80 >> i);
-            if (text[i] == '0')
-                record.serviceBitsClear |= bit;
-            else if (text[i] == '1')
-                record.serviceBitsSet |= bit;
-        }
-        env->ReleaseStringUTFChars(string, text);
+    const LocalReference string(env, stringFromJava(env, rule, "ServiceTOS"));
+    const Characters characters(env, string.reference);
+    const char *text = characters.text;
+    for (int i = 0; text != nullptr && i < kServiceBits && text[i] != '\0'; ++i) {
+        const auto bit = static_cast<uint8_t>(0x80 >> i);
+        if (text[i] == '0')
+            record.serviceBitsClear |= bit;
+        else if (text[i] == '1')
+            record.serviceBitsSet |= bit;
     }
-    env->DeleteLocalRef(string);
 }
 
 void serviceBitsToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
@@ -121,13 +118,12 @@ int32_t listRules(JNIEnv *env, jstring clusterId, jint port, ReportText &text) {
     if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
         return status;
     const int32_t room = ucb.portReport.numberOfRules;
-    auto *block = allocateBlock<RuleListBlock, RuleListEntry>(room, clusterKey, networkPort(port));
+    const auto block = allocateBlock<RuleListBlock, RuleListEntry>(room, clusterKey, networkPort(port));
     if (block == nullptr)
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listRules, kListReasons);
     if (status == 0)
-        appendNames(text, entriesOf<const RuleListEntry>(block), room, &RuleListEntry::ruleName);
-    free(block);
+        appendNames(text, entriesOf<const RuleListEntry>(block.get()), room, &RuleListEntry::ruleName);
     return status;
 }
 

@@ -105,15 +105,14 @@ int32_t listServers(JNIEnv *env, jstring clusterId, jint port, ReportText &text,
     if (const int32_t status = reportOfListedPort(env, clusterId, port, clusterKey); status != 0)
         return status;
     const int32_t room = ucb.portReport.numberOfServers;
-    auto *block = allocateBlock<ServerListBlock, ServerListEntry>(room, clusterKey, networkPort(port));
+    const auto block = allocateBlock<ServerListBlock, ServerListEntry>(room, clusterKey, networkPort(port));
     if (block == nullptr)
         return kStatusOutOfMemory;
     const int32_t status = sendBlock(block->header, Command::listServers, kListReasons);
     if (status == 0) {
-        const auto *entries = entriesOf<const ServerListEntry>(block);
+        const auto *entries = entriesOf<const ServerListEntry>(block.get());
         keysToJava(env, keys, entries, appendNames(text, entries, room, &ServerListEntry::serverId));
     }
-    free(block);
     return status;
 }
 

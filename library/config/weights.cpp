@@ -4,8 +4,10 @@
 #include "library/shared/lists.h"
 #include "library/shared/replies.h"
 #include "library/shared/settings.h"
+#include "library/support/owners.h"
 
 #include <cstring>
+#include <utility>
 
 using namespace rk;
 
@@ -13,9 +15,10 @@ namespace {
 
 constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
-// Allocates the block and puts its keys in: 0 and a block that the caller frees, or a status. `named` is false when
-// there is no cluster identifier: the block may not be sent then.
-int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, ServerWeightsBlock *&block, bool &named) {
+// Allocates the block and puts its keys in: 0, or a status. `named` is false when there is no cluster identifier: the
+// block may not be sent then.
+int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, HeapBlock<ServerWeightsBlock> &block,
+                  bool &named) {
     uint32_t clusterKey = 0;
     named = JStringFieldToHash(env, weights, "sClusterID", &clusterKey) != nullptr;
     NetworkPort port;
@@ -25,17 +28,17 @@ int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, Ser
     return block == nullptr ? kStatusOutOfMemory : 0;
 }
 
-// One column of the entries for each array field of the weights object, all in one block of the heap: the first is what
-// the caller frees.
+// A column of the entries for each array field of the weights object, all in one block of the heap: the first owns it,
+// and is null when memory is short. What they hold is not set.
 struct RequestColumns {
-    jint *keys;
+    HeapBlock<jint> keys;
     jint *weights;
     jint *quiesced;
     jbyte *fixed;
 };
 
 struct ReplyColumns {
-    jint *addresses;
+    HeapBlock<jint> addresses;
     jint *weights;
     jint *totals;
     jint *actives;
@@ -43,54 +46,48 @@ struct ReplyColumns {
     jbyte *fixed;
 };
 
-// Room for so many columns of ints and one of bytes behind them; null when memory is short. What they hold is not set.
-jint *allocateColumns(std::size_t intColumns, std::size_t count) {
+// Room for so many columns of ints and one of bytes behind them.
+HeapBlock<jint> allocateColumns(std::size_t intColumns, std::size_t count) {
     // One more element, so that no columns at all are not mistaken for a lack of memory.
-    return static_cast<jint *>(malloc((count + 1) * (intColumns * sizeof(jint) + sizeof(jbyte))));
+    const std::size_t bytes = (count + 1) * (intColumns * sizeof(jint) + sizeof(jbyte));
+    return HeapBlock<jint>(static_cast<jint *>(malloc(bytes)));
 }
 
-bool openColumns(RequestColumns &columns, jint count) {
+RequestColumns allocateRequestColumns(jint count) {
     const auto size = static_cast<std::size_t>(count);
-    jint *memory = allocateColumns(3, size);
-    if (memory == nullptr)
-        return false;
-    columns = {memory, memory + size, memory + 2 * size, reinterpret_cast<jbyte *>(memory + 3 * size)};
-    return true;
+    HeapBlock<jint> block = allocateColumns(3, size);
+    jint *first = block.get();
+    if (first == nullptr)
+        return {};
+    return {std::move(block), first + size, first + 2 * size, reinterpret_cast<jbyte *>(first + 3 * size)};
 }
 
-bool openColumns(ReplyColumns &columns, jint count) {
+ReplyColumns allocateReplyColumns(jint count) {
     const auto size = static_cast<std::size_t>(count);
-    jint *memory = allocateColumns(5, size);
-    if (memory == nullptr)
-        return false;
-    columns = {memory,
-               memory + size,
-               memory + 2 * size,
-               memory + 3 * size,
-               memory + 4 * size,
-               reinterpret_cast<jbyte *>(memory + 5 * size)};
-    return true;
+    HeapBlock<jint> block = allocateColumns(5, size);
+    jint *first = block.get();
+    if (first == nullptr)
+        return {};
+    return {std::move(block), first + size,     first + 2 * size,
+            first + 3 * size, first + 4 * size, reinterpret_cast<jbyte *>(first + 5 * size)};
 }
 
 // Hands each server's identifier and its place to the Java object, and what else its entry holds to the columns on the
 // way: the entries of many servers do not stay in the processor's cache for a second turn.
 bool splitEntries(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count,
                   const ReplyColumns &columns) {
-    jclass type = env->GetObjectClass(weights);
-    jmethodID setServerId = env->GetMethodID(type, "setServerId", "(Ljava/lang/String;I)V");
-    env->DeleteLocalRef(type);
+    const jmethodID setServerId = methodOf(env, weights, "setServerId", "(Ljava/lang/String;I)V");
     if (setServerId == nullptr)
         return false;
+    jint *addresses = columns.addresses.get();
     for (jint i = 0; i < count; ++i) {
-        jstring identifier = newString(env, entries[i].serverId);
-        if (identifier == nullptr)
+        const LocalReference identifier(env, newString(env, entries[i].serverId));
+        if (identifier.reference == nullptr)
             return false;
-        env->CallVoidMethod(weights, setServerId, identifier, i);
-        const bool thrown = env->ExceptionCheck();
-        env->DeleteLocalRef(identifier);
-        if (thrown)
+        env->CallVoidMethod(weights, setServerId, identifier.reference, i);
+        if (env->ExceptionCheck())
             return false;
-        columns.addresses[i] = javaInt(entries[i].address);
+        addresses[i] = javaInt(entries[i].address);
         columns.weights[i] = entries[i].weight;
         columns.fixed[i] = entries[i].fixedWeight;
         columns.actives[i] = entries[i].activeConnections;
@@ -101,20 +98,18 @@ bool splitEntries(JNIEnv *env, jobject weights, const ServerWeightEntry *entries
 }
 
 int32_t weightsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
-    ReplyColumns columns;
-    if (!openColumns(columns, count))
+    const ReplyColumns columns = allocateReplyColumns(count);
+    if (columns.addresses == nullptr)
         return kStatusOutOfMemory;
-    const bool split = splitEntries(env, weights, entries, count, columns);
-    if (split) {
-        SetJavaIntArrayField(env, weights, "iAddress", 0, count, columns.addresses);
-        SetJavaIntArrayField(env, weights, "iWeight", 0, count, columns.weights);
-        SetJavaByteArrayField(env, weights, "bFixedWeight", 0, count, columns.fixed);
-        SetJavaIntArrayField(env, weights, "iTotalConns", 0, count, columns.totals);
-        SetJavaIntArrayField(env, weights, "iActiveConns", 0, count, columns.actives);
-        SetJavaIntArrayField(env, weights, "iRC", 0, count, columns.results);
-    }
-    free(columns.addresses);
-    return split ? 0 : kStatusOther;
+    if (!splitEntries(env, weights, entries, count, columns))
+        return kStatusOther;
+    SetJavaIntArrayField(env, weights, "iAddress", 0, count, columns.addresses.get());
+    SetJavaIntArrayField(env, weights, "iWeight", 0, count, columns.weights);
+    SetJavaByteArrayField(env, weights, "bFixedWeight", 0, count, columns.fixed);
+    SetJavaIntArrayField(env, weights, "iTotalConns", 0, count, columns.totals);
+    SetJavaIntArrayField(env, weights, "iActiveConns", 0, count, columns.actives);
+    SetJavaIntArrayField(env, weights, "iRC", 0, count, columns.results);
+    return 0;
 }
 
 bool intsFromJava(JNIEnv *env, jobject weights, const char *name, jint count, jint *values) {
@@ -134,8 +129,9 @@ constexpr jint kFilledAtOnce = 64;
 // Fills the entries from `first` to before `end`; what the request does not carry is zero.
 void fillEntries(ServerWeightEntry *entries, jint first, jint end, const RequestColumns &columns) {
     memset(entries + first, 0, static_cast<std::size_t>(end - first) * sizeof(*entries));
+    const jint *keys = columns.keys.get();
     for (jint i = first; i < end; ++i) {
-        entries[i].serverKey = static_cast<uint32_t>(columns.keys[i]);
+        entries[i].serverKey = static_cast<uint32_t>(keys[i]);
         entries[i].weight = static_cast<int16_t>(columns.weights[i]);
         entries[i].fixedWeight = columns.fixed[i];
         entries[i].quiescedDown = static_cast<uint8_t>(columns.quiesced[i]);
@@ -145,26 +141,26 @@ void fillEntries(ServerWeightEntry *entries, jint first, jint end, const Request
 // Fills the entries from the Java object's arrays. An array that cannot be read ends the call with its exception
 // pending: weights made up from it would take servers out of service.
 int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries, jint count) {
-    RequestColumns columns;
-    if (!openColumns(columns, count))
+    const RequestColumns columns = allocateRequestColumns(count);
+    if (columns.keys == nullptr)
         return kStatusOutOfMemory;
-    const bool read = intsFromJava(env, weights, "iServerIdKey", count, columns.keys) &&
-                      intsFromJava(env, weights, "iWeight", count, columns.weights) &&
-                      bytesFromJava(env, weights, "bFixedWeight", count, columns.fixed) &&
-                      intsFromJava(env, weights, "ucQuiescedDown", count, columns.quiesced);
-    for (jint first = 0; read && first < count; first += kFilledAtOnce)
+    if (!intsFromJava(env, weights, "iServerIdKey", count, columns.keys.get()) ||
+        !intsFromJava(env, weights, "iWeight", count, columns.weights) ||
+        !bytesFromJava(env, weights, "bFixedWeight", count, columns.fixed) ||
+        !intsFromJava(env, weights, "ucQuiescedDown", count, columns.quiesced))
+        return kStatusOther;
+    for (jint first = 0; first < count; first += kFilledAtOnce)
         fillEntries(entries, first, count - first < kFilledAtOnce ? count : first + kFilledAtOnce, columns);
-    free(columns.keys);
-    return read ? 0 : kStatusOther;
+    return 0;
 }
 
 // The results of the single servers go to Java also when the executor refused the command as a whole.
 int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
-    auto *results = static_cast<jint *>(malloc((static_cast<std::size_t>(count) + 1) * sizeof(jint)));
+    const std::size_t bytes = (static_cast<std::size_t>(count) + 1) * sizeof(jint);
+    const HeapBlock<jint> results(static_cast<jint *>(malloc(bytes)));
     if (results == nullptr)
         return kStatusOutOfMemory;
-    columnToJava(env, weights, "iRC", entries, count, &ServerWeightEntry::result, results);
-    free(results);
+    columnToJava(env, weights, "iRC", entries, count, &ServerWeightEntry::result, results.get());
     return 0;
 }
 
@@ -173,33 +169,29 @@ int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *ent
 JNIEXPORT jint NATIVE(getServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
     if (!required(env, weights, "weights"))
         return kStatusOther;
-    ServerWeightsBlock *block = nullptr;
+    HeapBlock<ServerWeightsBlock> block;
     bool named = false;
     if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block, named); status != 0)
         return status;
-    int32_t status = named ? sendBlock(block->header, Command::readServerWeights, kReasons) : kStatusOther;
-    if (status == 0)
-        status = weightsToJava(env, weights, entriesOf<const ServerWeightEntry>(block), count);
-    free(block);
-    return status;
+    if (!named)
+        return kStatusOther;
+    const int32_t status = sendBlock(block->header, Command::readServerWeights, kReasons);
+    return status != 0 ? status : weightsToJava(env, weights, entriesOf<const ServerWeightEntry>(block.get()), count);
 }
 
 JNIEXPORT jint NATIVE(setServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
     if (!required(env, weights, "weights"))
         return kStatusOther;
-    ServerWeightsBlock *block = nullptr;
+    HeapBlock<ServerWeightsBlock> block;
     bool named = false;
     if (const int32_t status = openBlock(env, weights, count, Entries::unset, block, named); status != 0)
         return status;
-    auto *entries = entriesOf<ServerWeightEntry>(block);
-    int32_t status = weightsFromJava(env, weights, entries, count);
-    if (status == 0 && !named)
-        status = kStatusOther;
-    if (status == 0) {
-        status = sendBlock(block->header, Command::writeServerWeights, kReasons);
-        if (const int32_t failure = resultsToJava(env, weights, entries, count); failure != 0)
-            status = failure;
-    }
-    free(block);
-    return status;
+    auto *entries = entriesOf<ServerWeightEntry>(block.get());
+    if (const int32_t status = weightsFromJava(env, weights, entries, count); status != 0)
+        return status;
+    if (!named)
+        return kStatusOther;
+    const int32_t status = sendBlock(block->header, Command::writeServerWeights, kReasons);
+    const int32_t failure = resultsToJava(env, weights, entries, count);
+    return failure != 0 ? failure : status;
 }

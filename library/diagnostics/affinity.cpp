@@ -4,6 +4,7 @@
 #include "library/shared/keys.h"
 #include "library/shared/settings.h"
 #include "library/shared/statuses.h"
+#include "library/support/owners.h"
 
 #include <cstdlib>
 
@@ -48,21 +49,22 @@ uint32_t keyOfAddress(jint address) {
 // Fills the entries from the request's arrays: 0; -102 when memory is short; -99 when an array cannot be read, whose
 // exception is pending.
 int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, int count) {
-    auto *clients = static_cast<jint *>(calloc(static_cast<std::size_t>(count), 2 * sizeof(jint)));
-    if (clients == nullptr)
+    const HeapBlock<jint> columns(static_cast<jint *>(calloc(static_cast<std::size_t>(count), 2 * sizeof(jint))));
+    if (columns == nullptr)
         return kStatusNoAffinityMemory;
+    jint *clients = columns.get();
     jint *servers = clients + count;
     GetJavaIntArrayField(env, request, "aiClientAddr", 0, count, clients);
     if (!env->ExceptionCheck())
         GetJavaIntArrayField(env, request, "aiServerAddr", 0, count, servers);
-    const bool read = !env->ExceptionCheck();
-    for (int i = 0; read && i < count; ++i) {
+    if (env->ExceptionCheck())
+        return kStatusOther;
+    for (int i = 0; i < count; ++i) {
         entries[i].clientAddress = static_cast<uint32_t>(clients[i]);
         entries[i].serverAddress = static_cast<uint32_t>(servers[i]);
         entries[i].serverKey = keyOfAddress(servers[i]);
     }
-    free(clients);
-    return read ? 0 : kStatusOther;
+    return 0;
 }
 
 // Not after an array that could not take its values: its exception is pending.
@@ -73,14 +75,14 @@ void columnUnlessThrown(JNIEnv *env, jobject request, const char *name, const Af
 }
 
 int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
-    auto *values = static_cast<jint *>(calloc(static_cast<std::size_t>(count), sizeof(jint)));
+    const HeapBlock<jint> column(static_cast<jint *>(calloc(static_cast<std::size_t>(count), sizeof(jint))));
+    jint *values = column.get();
     if (values == nullptr)
         return kStatusNoAffinityMemory;
     columnUnlessThrown(env, request, "aiClientAddr", entries, count, &AffinityEntry::clientAddress, values);
     columnUnlessThrown(env, request, "aiServerAddr", entries, count, &AffinityEntry::serverAddress, values);
     columnUnlessThrown(env, request, "aiNumActive", entries, count, &AffinityEntry::activeConnections, values);
     columnUnlessThrown(env, request, "aiAgeOrResponse", entries, count, &AffinityEntry::stamp, values);
-    free(values);
     return 0;
 }
 

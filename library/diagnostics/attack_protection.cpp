@@ -9,20 +9,12 @@ using namespace rk;
 
 namespace {
 
-// A method of a listener; null, with the look-up's exception pending, when its class has none.
-jmethodID listenerMethod(JNIEnv *env, jobject listener, const char *name, const char *descriptor) {
-    jclass type = env->GetObjectClass(listener);
-    jmethodID method = env->GetMethodID(type, name, descriptor);
-    env->DeleteLocalRef(type);
-    return method;
-}
-
 // A listener that throws is not called again.
 bool reportHalfOpen(JNIEnv *env, jobject listener, const HalfOpenRecord &record) {
-    jmethodID setCount = listenerMethod(env, listener, "setNumHalfOpenRecs", "(I)V");
+    const jmethodID setCount = methodOf(env, listener, "setNumHalfOpenRecs", "(I)V");
     if (setCount == nullptr)
         return false;
-    jmethodID add = listenerMethod(env, listener, "addHalfOpenRec", "(IIIZ)V");
+    const jmethodID add = methodOf(env, listener, "addHalfOpenRec", "(IIIZ)V");
     if (add == nullptr)
         return false;
     env->CallVoidMethod(listener, setCount, record.count);
@@ -37,10 +29,10 @@ bool reportHalfOpen(JNIEnv *env, jobject listener, const HalfOpenRecord &record)
 }
 
 bool reportAttackers(JNIEnv *env, jobject listener, const AttackingAddressesRecord &record) {
-    jmethodID results = listenerMethod(env, listener, "reportAttackingAddrsResults", "(II)V");
+    const jmethodID results = methodOf(env, listener, "reportAttackingAddrsResults", "(II)V");
     if (results == nullptr)
         return false;
-    jmethodID one = listenerMethod(env, listener, "reportAttackingAddr", "(II)V");
+    const jmethodID one = methodOf(env, listener, "reportAttackingAddr", "(II)V");
     if (one == nullptr)
         return false;
     env->CallVoidMethod(listener, results, record.count, record.summary);

@@ -1,7 +1,7 @@
 // The executor's trace log. Unsupported debugging commands: every text begins with a warning.
 #include "library/channel/channel.h"
 #include "library/native.h"
-#include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -35,7 +35,8 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
     if (size <= 0)
         return nullptr;
     const auto bytes = static_cast<std::size_t>(size);
-    auto *text = static_cast<char *>(malloc(bytes));
+    const HeapBlock<char> block(static_cast<char *>(malloc(bytes)));
+    char *text = block.get();
     if (text == nullptr)
         return nullptr;
     (void)send(ucb.header, command, kWireBytes);
@@ -43,9 +44,7 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
     append(text, bytes, kBanner, kBannerLength);
     const char *log = ucb.logRequest.text;
     append(text, bytes, log, strnlen(log, kWireBytes - sizeof(CommandHeader)));
-    jstring string = env->NewStringUTF(text);
-    free(text);
-    return string;
+    return env->NewStringUTF(text);
 }
 
 } // namespace

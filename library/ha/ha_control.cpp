@@ -2,6 +2,7 @@
 #include "library/native.h"
 #include "library/shared/keys.h"
 #include "library/shared/statuses.h"
+#include "library/support/owners.h"
 
 using namespace rk;
 
@@ -12,31 +13,24 @@ constexpr ReasonRow kAddHeartbeatReasons[] = {{kHeartbeatExists, kStatusHeartbea
 
 // The number in a string of decimal digits; -1 for anything else, and for no string at all.
 int32_t numberOf(JNIEnv *env, jstring string) {
-    const char *text = utfChars(env, string);
-    if (text == nullptr)
-        return -1;
-    const int32_t number = get_number(text);
-    env->ReleaseStringUTFChars(string, text);
-    return number;
+    const Characters characters(env, string);
+    return characters.text == nullptr ? -1 : get_number(characters.text);
 }
 
 // Stores the address in a string, in network byte order; false when it does not parse or there is no string.
-bool addressOf(JNIEnv *env, jstring string, uint32_t &address) {
-    const char *text = utfChars(env, string);
-    if (text == nullptr)
-        return false;
+bool storeAddress(JNIEnv *env, jstring string, uint32_t &address) {
+    const Characters characters(env, string);
     uint32_t parsed = 0;
-    const bool parses = ip_stol(text, &parsed) == 0;
-    env->ReleaseStringUTFChars(string, text);
-    if (parses)
-        address = parsed;
-    return parses;
+    if (characters.text == nullptr || ip_stol(characters.text, &parsed) != 0)
+        return false;
+    address = parsed;
+    return true;
 }
 
 // A command about one address: 0, or a status for an address that does not parse and one for a refusal.
 int32_t sendAddress(JNIEnv *env, jstring address, Command command, int32_t bad, int32_t refused) {
     HaControlRecord &record = ucb.haControl;
-    if (!addressOf(env, address, record.first))
+    if (!storeAddress(env, address, record.first))
         return bad;
     return send(record, command) == 0 ? 0 : refused;
 }
@@ -66,9 +60,9 @@ JNIEXPORT jint NATIVE(addReachNative)(JNIEnv *env, jobject, jstring address, jst
     HaControlRecord &record = ucb.haControl;
     uint32_t first = 0;
     uint32_t second = 0;
-    if (!addressOf(env, address, first))
+    if (!storeAddress(env, address, first))
         return kStatusBadReachAddress;
-    if (!addressOf(env, mask, second))
+    if (!storeAddress(env, mask, second))
         return kStatusBadReachMask;
     record.first = first;
     record.second = second;
@@ -80,9 +74,9 @@ JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, j
     HaControlRecord &record = ucb.haControl;
     uint32_t first = 0;
     uint32_t second = 0;
-    if (!addressOf(env, firstAddress, first))
+    if (!storeAddress(env, firstAddress, first))
         return kStatusBadFirstHeartbeat;
-    if (!addressOf(env, secondAddress, second))
+    if (!storeAddress(env, secondAddress, second))
         return kStatusBadSecondHeartbeat;
     record.first = first;
     record.second = second;

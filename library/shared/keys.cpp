@@ -1,5 +1,6 @@
 #include "library/shared/keys.h"
 #include "library/shared/settings.h"
+#include "library/support/owners.h"
 
 #include <cstring>
 
@@ -22,12 +23,10 @@ bool clusterKeyFromJava(JNIEnv *env, jobject obj, uint32_t &key) {
 }
 
 bool keyOfString(JNIEnv *env, jstring identifier, uint32_t &key) {
-    const char *text = utfChars(env, identifier);
-    if (text == nullptr)
-        return false;
-    makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
-    env->ReleaseStringUTFChars(identifier, text);
-    return true;
+    const Characters characters(env, identifier);
+    if (characters.text != nullptr)
+        key = keyOfCharacters(characters.text);
+    return characters.text != nullptr;
 }
 
 uint32_t serverKeyFromJava(JNIEnv *env, jobject server) {
@@ -35,20 +34,15 @@ uint32_t serverKeyFromJava(JNIEnv *env, jobject server) {
 }
 
 int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]) {
-    jstring string = nullptr;
-    GetJavaStringField(env, rule, "RuleName", &string);
-    const char *text = utfChars(env, string);
-    int32_t status = kStatusBadRuleName;
-    if (text != nullptr) {
-        const std::size_t length = strlen(text);
-        if (length < sizeof(name)) {
-            memcpy(name, text, length + 1);
-            status = 0;
-        }
-        env->ReleaseStringUTFChars(string, text);
-    }
-    env->DeleteLocalRef(string);
-    return status;
+    const LocalReference string(env, stringFromJava(env, rule, "RuleName"));
+    const Characters characters(env, string.reference);
+    if (characters.text == nullptr)
+        return kStatusBadRuleName;
+    const std::size_t length = strlen(characters.text);
+    if (length >= sizeof(name))
+        return kStatusBadRuleName;
+    memcpy(name, characters.text, length + 1);
+    return 0;
 }
 
 } // namespace rk

@@ -4,6 +4,7 @@
 
 #include "library/shared/statuses.h"
 #include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
 
 #include <cstdlib>
 
@@ -15,13 +16,14 @@ inline constexpr std::size_t kListTextBytes = 10000; // what a list's text start
 enum class Entries { zeroed, unset };
 
 // Allocates a block for `count` entries behind it, and stores its count and its length; null when the count is
-// negative, the length word could not tell the size, or memory is short. The caller frees it.
-template <typename Block, typename Entry> Block *allocateBlock(int32_t count, Entries entries = Entries::zeroed) {
+// negative, the length word could not tell the size, or memory is short.
+template <typename Block, typename Entry>
+HeapBlock<Block> allocateBlock(int32_t count, Entries entries = Entries::zeroed) {
     const uint64_t size = sizeof(Block) + sizeof(Entry) * static_cast<uint64_t>(count);
     if (count < 0 || size > UINT32_MAX)
         return nullptr;
     const auto bytes = static_cast<std::size_t>(size);
-    auto *block = static_cast<Block *>(entries == Entries::zeroed ? calloc(1, bytes) : malloc(bytes));
+    HeapBlock<Block> block(static_cast<Block *>(entries == Entries::zeroed ? calloc(1, bytes) : malloc(bytes)));
     if (block != nullptr) {
         *block = {};
         block->header.length = static_cast<uint32_t>(size);
@@ -32,8 +34,9 @@ template <typename Block, typename Entry> Block *allocateBlock(int32_t count, En
 
 // The same for a block that is about one port.
 template <typename Block, typename Entry>
-Block *allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port, Entries entries = Entries::zeroed) {
-    auto *block = allocateBlock<Block, Entry>(count, entries);
+HeapBlock<Block> allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port,
+                               Entries entries = Entries::zeroed) {
+    HeapBlock<Block> block = allocateBlock<Block, Entry>(count, entries);
     if (block != nullptr) {
         block->clusterKey = clusterKey;
         block->port = port;

@@ -1,6 +1,7 @@
 #include "library/shared/settings.h"
 #include "library/shared/java_values.h"
 #include "library/shared/statuses.h"
+#include "library/support/owners.h"
 
 #include <cstring>
 
@@ -69,21 +70,17 @@ void fromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &field) {
 }
 
 void copyString(JNIEnv *env, jstring string, char *field) {
-    const char *text = utfChars(env, string);
+    const Characters characters(env, string);
     const auto room = static_cast<std::size_t>(reinterpret_cast<char *>(&ucb + 1) - field);
-    const std::size_t length = text == nullptr ? 0 : strnlen(text, room - 1);
-    if (text != nullptr) {
-        memcpy(field, text, length);
-        env->ReleaseStringUTFChars(string, text);
-    }
+    const std::size_t length = characters.text == nullptr ? 0 : strnlen(characters.text, room - 1);
+    if (length > 0)
+        memcpy(field, characters.text, length);
     field[length] = '\0';
 }
 
 void textFromJava(JNIEnv *env, jobject obj, const char *name, char *field) {
-    jstring string = nullptr;
-    GetJavaStringField(env, obj, name, &string);
-    copyString(env, string, field);
-    env->DeleteLocalRef(string);
+    const LocalReference string(env, stringFromJava(env, obj, name));
+    copyString(env, string.reference, field);
 }
 
 bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag) {
@@ -171,21 +168,14 @@ int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddre
 
 int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName, int32_t missing,
                             int32_t tooLong) {
-    jstring string = nullptr;
-    GetJavaStringField(env, obj, name, &string);
-    const char *text = utfChars(env, string);
-    int32_t status = missing;
-    if (text != nullptr) {
-        status = strlen(text) > kIdentifierMost ? tooLong : 0;
-        if (status == 0) {
-            uint32_t key = 0;
-            makeHashResult(const_cast<char *>(text), &key); // the characters are our own copy
-            toJava(env, obj, keyName, key);
-        }
-        env->ReleaseStringUTFChars(string, text);
-    }
-    env->DeleteLocalRef(string);
-    return status;
+    const LocalReference string(env, stringFromJava(env, obj, name));
+    const Characters characters(env, string.reference);
+    if (characters.text == nullptr)
+        return missing;
+    if (strlen(characters.text) > kIdentifierMost)
+        return tooLong;
+    toJava(env, obj, keyName, keyOfCharacters(characters.text));
+    return 0;
 }
 
 } // namespace rk

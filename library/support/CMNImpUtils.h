@@ -119,8 +119,17 @@ int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth);
 
 namespace rk {
 
+// A method of an object's class; null, with the look-up's exception pending, when it has none.
+jmethodID methodOf(JNIEnv *env, jobject obj, const char *name, const char *descriptor);
+
 // The modified UTF-8 characters of a string, or null for a null string or when memory is short.
 const char *utfChars(JNIEnv *env, jstring string);
+
+// A local reference to the string of a String field, or null.
+jstring stringFromJava(JNIEnv *env, jobject obj, const char *name);
+
+// The key of characters that utfChars gave: a copy of the caller's own, which is upper-cased.
+uint32_t keyOfCharacters(const char *text);
 
 // True when `object` is not null; otherwise a NullPointerException that names it is left pending.
 bool required(JNIEnv *env, jobject object, const char *name);

@@ -1,6 +1,7 @@
 // Texts to addresses and numbers, and back. What is accepted differs in small ways from the system's own parsers, on
 // purpose: Java servers rely on exactly these rules.
 #include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
 #include "rk/reasons.h"
 
 #include <arpa/inet.h>
@@ -77,16 +78,9 @@ int32_t ip_stol(const char *text, uint32_t *address) {
 }
 
 int32_t JStringFieldToAddr(JNIEnv *env, jobject obj, const char *name, uint32_t *address) {
-    jstring string = nullptr;
-    GetJavaStringField(env, obj, name, &string);
-    const char *text = rk::utfChars(env, string);
-    int32_t status = 0;
-    if (text != nullptr) {
-        status = ip_stol(text, address) == 0 ? 0 : rk::kStatusBadAddress;
-        env->ReleaseStringUTFChars(string, text);
-    }
-    env->DeleteLocalRef(string);
-    return status;
+    const rk::LocalReference string(env, rk::stringFromJava(env, obj, name));
+    const rk::Characters characters(env, string.reference);
+    return characters.text == nullptr || ip_stol(characters.text, address) == 0 ? 0 : rk::kStatusBadAddress;
 }
 
 int32_t getAddress(uint32_t address, char *text) {

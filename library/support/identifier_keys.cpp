@@ -1,6 +1,7 @@
 // Identifiers as 32-bit keys. Executors keep keys made earlier, so the arithmetic is fixed bit for bit.
 #include "library/native.h"
 #include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
 
 uint16_t prv_ausCRCTable[256];
 int32_t bCRCTableInited = 0;
@@ -43,16 +44,18 @@ void makeHashResult(char *text, uint32_t *key) {
     *key = hash;
 }
 
+uint32_t rk::keyOfCharacters(const char *text) {
+    uint32_t key = 0;
+    makeHashResult(const_cast<char *>(text), &key);
+    return key;
+}
+
 const char *JStringFieldToHash(JNIEnv *env, jobject obj, const char *name, uint32_t *key) {
-    jstring string = nullptr;
-    GetJavaStringField(env, obj, name, &string);
-    const char *text = rk::utfChars(env, string);
-    if (text != nullptr) {
-        makeHashResult(const_cast<char *>(text), key); // the characters are our own copy
-        env->ReleaseStringUTFChars(string, text);
-    }
-    env->DeleteLocalRef(string);
-    return text;
+    const rk::LocalReference string(env, rk::stringFromJava(env, obj, name));
+    const rk::Characters characters(env, string.reference);
+    if (characters.text != nullptr)
+        *key = rk::keyOfCharacters(characters.text);
+    return characters.text;
 }
 
 int32_t initCRCTable() {
@@ -70,13 +73,8 @@ int32_t initCRCTable() {
 
 // The second string has no part in the key. A null identifier has the key of the empty one.
 JNIEXPORT jint NATIVE(calcClusterIdKeyNative)(JNIEnv *env, jobject, jstring identifier, jstring) {
-    uint32_t key = 0xFFFFFFFF;
-    const char *text = rk::utfChars(env, identifier);
-    if (text != nullptr) {
-        makeHashResult(const_cast<char *>(text), &key);
-        env->ReleaseStringUTFChars(identifier, text);
-    }
-    return static_cast<jint>(key);
+    const rk::Characters characters(env, identifier);
+    return static_cast<jint>(characters.text == nullptr ? 0xFFFFFFFF : rk::keyOfCharacters(characters.text));
 }
 
 JNIEXPORT void NATIVE(setKeyIsIpAddrNative)(JNIEnv *, jobject, jint flag) {

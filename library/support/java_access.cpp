@@ -1,21 +1,16 @@
 // Reading, writing and calling members of Java objects by name. Nothing is cached, so any object of any class with the
 // right member names will do.
 #include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
+
+using rk::LocalReference;
+using rk::methodOf;
 
 namespace {
 
 jfieldID fieldOf(JNIEnv *env, jobject obj, const char *name, const char *descriptor) {
-    const jclass type = env->GetObjectClass(obj);
-    const jfieldID field = env->GetFieldID(type, name, descriptor);
-    env->DeleteLocalRef(type);
-    return field;
-}
-
-jmethodID methodOf(JNIEnv *env, jobject obj, const char *name, const char *descriptor) {
-    const jclass type = env->GetObjectClass(obj);
-    const jmethodID method = env->GetMethodID(type, name, descriptor);
-    env->DeleteLocalRef(type);
-    return method;
+    const LocalReference type(env, env->GetObjectClass(obj));
+    return env->GetFieldID(type.reference, name, descriptor);
 }
 
 constexpr char kString[] = "Ljava/lang/String;";
@@ -67,9 +62,8 @@ void GetJavaByteField(JNIEnv *env, jobject obj, const char *name, jbyte *value) 
 
 void SetJavaStringField(JNIEnv *env, jobject obj, const char *name, const char *text) {
     const jfieldID field = fieldOf(env, obj, name, kString);
-    const jstring string = env->NewStringUTF(text);
-    env->SetObjectField(obj, field, string);
-    env->DeleteLocalRef(string);
+    const LocalReference string(env, env->NewStringUTF(text));
+    env->SetObjectField(obj, field, string.reference);
 }
 
 jstring GetJavaStringField(JNIEnv *env, jobject obj, const char *name, jstring *value) {
@@ -87,11 +81,9 @@ int32_t SetJavaIntArrayField(JNIEnv *env, jobject obj, const char *name, jint st
     const jfieldID field = fieldOf(env, obj, name, "[I");
     if (field == nullptr)
         return 0;
-    const auto array = arrayOf<jintArray>(env, obj, name, field);
-    if (array != nullptr) {
-        env->SetIntArrayRegion(array, start, count, values);
-        env->DeleteLocalRef(array);
-    }
+    const LocalReference array(env, arrayOf<jintArray>(env, obj, name, field));
+    if (array.reference != nullptr)
+        env->SetIntArrayRegion(array.reference, start, count, values);
     return 0;
 }
 
@@ -99,31 +91,25 @@ int32_t SetJavaByteArrayField(JNIEnv *env, jobject obj, const char *name, jint s
     const jfieldID field = fieldOf(env, obj, name, "[B");
     if (field == nullptr)
         return 0;
-    const auto array = arrayOf<jbyteArray>(env, obj, name, field);
-    if (array != nullptr) {
-        env->SetByteArrayRegion(array, start, count, values);
-        env->DeleteLocalRef(array);
-    }
+    const LocalReference array(env, arrayOf<jbyteArray>(env, obj, name, field));
+    if (array.reference != nullptr)
+        env->SetByteArrayRegion(array.reference, start, count, values);
     return 0;
 }
 
 // Reading a missing field goes on with a null identifier and a null array, on purpose unlike writing.
 void GetJavaIntArrayField(JNIEnv *env, jobject obj, const char *name, jint start, jint count, jint *values) {
     const jfieldID field = fieldOf(env, obj, name, "[I");
-    const auto array = arrayOf<jintArray>(env, obj, name, field);
-    if (array == nullptr && field != nullptr)
-        return;
-    env->GetIntArrayRegion(array, start, count, values);
-    env->DeleteLocalRef(array);
+    const LocalReference array(env, arrayOf<jintArray>(env, obj, name, field));
+    if (array.reference != nullptr || field == nullptr)
+        env->GetIntArrayRegion(array.reference, start, count, values);
 }
 
 void GetJavaByteArrayField(JNIEnv *env, jobject obj, const char *name, jint start, jint count, jbyte *values) {
     const jfieldID field = fieldOf(env, obj, name, "[B");
-    const auto array = arrayOf<jbyteArray>(env, obj, name, field);
-    if (array == nullptr && field != nullptr)
-        return;
-    env->GetByteArrayRegion(array, start, count, values);
-    env->DeleteLocalRef(array);
+    const LocalReference array(env, arrayOf<jbyteArray>(env, obj, name, field));
+    if (array.reference != nullptr || field == nullptr)
+        env->GetByteArrayRegion(array.reference, start, count, values);
 }
 
 int32_t GetIntFromJavaMethod(JNIEnv *env, jobject obj, const char *name, jint *value) {
@@ -191,19 +177,27 @@ jobject AppendJavaStringBuffer(JNIEnv *env, jobject buffer, jstring string) {
     return env->CallObjectMethod(buffer, append, string);
 }
 
+jmethodID rk::methodOf(JNIEnv *env, jobject obj, const char *name, const char *descriptor) {
+    const LocalReference type(env, env->GetObjectClass(obj));
+    return env->GetMethodID(type.reference, name, descriptor);
+}
+
 const char *rk::utfChars(JNIEnv *env, jstring string) {
     return string == nullptr ? nullptr : env->GetStringUTFChars(string, nullptr);
+}
+
+jstring rk::stringFromJava(JNIEnv *env, jobject obj, const char *name) {
+    jstring string = nullptr;
+    return GetJavaStringField(env, obj, name, &string);
 }
 
 bool rk::required(JNIEnv *env, jobject object, const char *name) {
     if (object != nullptr)
         return true;
     if (!env->ExceptionCheck()) {
-        const jclass type = env->FindClass("java/lang/NullPointerException");
-        if (type != nullptr) {
-            env->ThrowNew(type, name);
-            env->DeleteLocalRef(type);
-        }
+        const LocalReference type(env, env->FindClass("java/lang/NullPointerException"));
+        if (type.reference != nullptr)
+            env->ThrowNew(type.reference, name);
     }
     return false;
 }

@@ -1,5 +1,6 @@
 // Reports: heap texts that grow as lines are added.
 #include "library/support/CMNImpUtils.h"
+#include "library/support/owners.h"
 #include "rk/reasons.h"
 
 #include <cstdarg>
@@ -117,9 +118,7 @@ jstring rk::reportToJava(JNIEnv *env, ReportText &report) {
 }
 
 void rk::appendReportToJava(JNIEnv *env, jobject buffer, ReportText &report) {
-    const jstring string = reportToJava(env, report);
-    if (string == nullptr)
-        return;
-    env->DeleteLocalRef(AppendJavaStringBuffer(env, buffer, string));
-    env->DeleteLocalRef(string);
+    const LocalReference string(env, reportToJava(env, report));
+    if (string.reference != nullptr)
+        const LocalReference returned(env, AppendJavaStringBuffer(env, buffer, string.reference));
 }
