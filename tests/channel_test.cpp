@@ -29,7 +29,7 @@ struct KernelChannelTest : LibraryTest {
     rk::CommandHeader block;
 };
 
-TEST(ChannelStart, BlockIsZeroAndHandleClosed) {
+TEST(ChannelStartTest, BlockIsZeroAndHandleClosed) {
     for (const uint8_t byte : ucb.bytes)
         ASSERT_EQ(byte, 0);
     EXPECT_EQ(hQelPd, -1);
@@ -38,7 +38,7 @@ TEST(ChannelStart, BlockIsZeroAndHandleClosed) {
     EXPECT_EQ(ueHandle, 0u);
 }
 
-TEST(ChannelStart, BlockHasRoomBehindTheWireSize) {
+TEST(ChannelStartTest, BlockHasRoomBehindTheWireSize) {
     EXPECT_EQ(rk::kWireBytes, 64016u);
     EXPECT_GE(sizeof(ucb), 48u + 32 * 3000); // 3000 entries of server-directed affinity
     EXPECT_GE(sizeof(ucb), 16u + 64016);     // what the byte-counter request clears
@@ -212,7 +212,7 @@ struct CodeRow {
     int32_t code;
 };
 
-TEST(CommandCodes, AreTheExecutorsNumbers) {
+TEST(CommandCodesTest, AreTheExecutorsNumbers) {
     using rk::Command;
     const CodeRow rows[] = {{Command::readExecutorSettings, 1},
                             {Command::writeExecutorSettings, 2},

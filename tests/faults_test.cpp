@@ -148,7 +148,7 @@ bool failsSilently(const char *function) {
 
 // --- Tests -----------------------------------------------------------------------------------------------------------
 
-TEST(Faults, EveryNativeMethodHasItsScenario) {
+TEST(FaultsTest, EveryNativeMethodHasItsScenario) {
     std::set<std::string> natives;
     for (const Scenario &scenario : faults::scenarios())
         if (scenario.native.find("Native") != std::string::npos)
@@ -156,7 +156,7 @@ TEST(Faults, EveryNativeMethodHasItsScenario) {
     EXPECT_EQ(natives.size(), 96u);
 }
 
-TEST(Faults, None) {
+TEST(FaultsTest, None) {
     for (const Mode mode : {Mode::user, Mode::kernel})
         for (const Scenario &scenario : faults::scenarios()) {
             SCOPED_TRACE(describe(scenario, {}));
@@ -168,7 +168,7 @@ TEST(Faults, None) {
         }
 }
 
-TEST(Faults, EveryCallOfTheJni) {
+TEST(FaultsTest, EveryCallOfTheJni) {
     std::map<std::string, int> injected;
     for (const Mode mode : {Mode::user, Mode::kernel})
         for (const Scenario &scenario : faults::scenarios()) {
@@ -194,7 +194,7 @@ TEST(Faults, EveryCallOfTheJni) {
         printf("%5d failing calls of %s\n", count, function.c_str());
 }
 
-TEST(Faults, EveryAllocation) {
+TEST(FaultsTest, EveryAllocation) {
     int injected = 0;
     for (const Scenario &scenario : faults::scenarios())
         for (std::size_t i = 0; i < scenario.allocations.size(); ++i, ++injected) {
@@ -207,7 +207,7 @@ TEST(Faults, EveryAllocation) {
     printf("%5d failing allocations\n", injected);
 }
 
-TEST(Faults, EverySend) {
+TEST(FaultsTest, EverySend) {
     int injected = 0;
     for (const Scenario &scenario : faults::scenarios()) {
         EXPECT_EQ(scenario.refused.size(), scenario.outcome.commands.size()) << scenario.native;

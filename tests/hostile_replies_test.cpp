@@ -87,7 +87,7 @@ const Scenario &scenarioOf(const std::string &native, const std::string &way) {
 }
 
 // One dump prints its warning on standard output every time.
-struct HostileReplies : testing::Test {
+struct HostileRepliesTest : testing::Test {
     void SetUp() override {
         fflush(stdout);
         terminal = dup(STDOUT_FILENO);
@@ -183,7 +183,7 @@ std::string expectedFor(const Scenario &scenario, const Count &count, uint32_t v
     return count.use == Use::sizes && !sane ? "-28" : scenario.outcome.result;
 }
 
-TEST_F(HostileReplies, CountsThatCannotBe) {
+TEST_F(HostileRepliesTest, CountsThatCannotBe) {
     for (const Count &count : kCounts)
         for (const uint32_t value :
              {0u, 1u, count.room, count.room + 1, 0x7FFFu, 0xFFFFu, 0x7FFFFFFFu, 0x80000000u, ~0u})
@@ -236,7 +236,7 @@ void expectSane(const Scenario &scenario, const Fill &fill) {
     EXPECT_TRUE(isSane(scenario, result)) << scenario.native << "(" << scenario.way << "): " << result;
 }
 
-TEST_F(HostileReplies, TextsWithoutEnd) {
+TEST_F(HostileRepliesTest, TextsWithoutEnd) {
     for (const Scenario *scenario : asking())
         for (const uint8_t byte : {uint8_t{0x41}, uint8_t{0xC3}, uint8_t{0xFF}})
             expectSane(*scenario, [=](uint8_t *body, std::size_t size, int32_t command) {
@@ -273,7 +273,7 @@ void fillWithNoise(uint8_t *body, std::size_t size, uint64_t seed) {
     }
 }
 
-TEST_F(HostileReplies, Noise) {
+TEST_F(HostileRepliesTest, Noise) {
     constexpr uint64_t kSeeds = 200;
     for (const Scenario *scenario : asking())
         for (uint64_t seed = 0; seed < kSeeds; ++seed) {

@@ -10,7 +10,7 @@ using interfaces::replyOf;
 using interfaces::word;
 using Ints = std::vector<jint>;
 
-TEST(InterfaceListStart, TheListIsEmpty) {
+TEST(InterfaceListStartTest, TheListIsEmpty) {
     EXPECT_EQ(sizeof(TheInterfaceList), 5604u);
     const executor::Bytes bytes(reinterpret_cast<uint8_t *>(&TheInterfaceList),
                                 reinterpret_cast<uint8_t *>(&TheInterfaceList + 1));

@@ -379,22 +379,22 @@ TEST_F(JavaAccessTest, NoCharactersOfANullString) {
 }
 
 TEST_F(JavaAccessTest, ARequiredObjectThatIsNullIsNamed) {
-    EXPECT_TRUE(rk::required(env, object, "cluster"));
+    EXPECT_TRUE(rk::requireObject(env, object, "cluster"));
     EXPECT_EQ(java::takeException(), "");
-    EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
+    EXPECT_FALSE(rk::requireObject(env, nullptr, "cluster"));
     EXPECT_EQ(java::takeException(), "java.lang.NullPointerException: cluster");
 }
 
 TEST_F(JavaAccessTest, ARequiredObjectThatIsNullLeavesAnEarlierExceptionAlone) {
     env->ThrowNew(env->FindClass("java/lang/IllegalStateException"), "earlier");
-    EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
+    EXPECT_FALSE(rk::requireObject(env, nullptr, "cluster"));
     EXPECT_EQ(java::takeException(), "java.lang.IllegalStateException: earlier");
 }
 
 TEST_F(JavaAccessTest, ARequiredObjectIsMissingEvenWhenThatCannotBeThrown) {
     java::PatchedEnv patched;
     patched.functions.FindClass = [](JNIEnv *, const char *) -> jclass { return nullptr; };
-    EXPECT_FALSE(rk::required(env, nullptr, "cluster"));
+    EXPECT_FALSE(rk::requireObject(env, nullptr, "cluster"));
 }
 
 TEST_F(JavaAccessTest, ACallThatFindsNoMethodFailsEvenWithoutAnException) {

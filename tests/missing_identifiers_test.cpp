@@ -35,7 +35,7 @@ jint call(OfObject native, jobject object) {
     return native(fake_java::env(), nullptr, object);
 }
 
-struct MissingIdentifiers : testing::Test {
+struct MissingIdentifiersTest : testing::Test {
     void SetUp() override {
         faults::beginWorld(faults::Mode::user);
         fake_java::beginCalls();
@@ -50,7 +50,7 @@ struct MissingIdentifiers : testing::Test {
     }
 };
 
-TEST_F(MissingIdentifiers, OfClusters) {
+TEST_F(MissingIdentifiersTest, OfClusters) {
     EXPECT_EQ(call(NATIVE(addClusterNative), unnamed({}, {{"Address", kNotAnAddress}})), -88);
     EXPECT_EQ(call(NATIVE(setClusterStatusNative), unnamed({}, {{"Address", kNotAnAddress}})), -3);
     EXPECT_EQ(call(NATIVE(setClusterStatusNative), unnamed({{"SetIPAddress", "B", 0}}, {{"Address", kNotAnAddress}})),
@@ -60,7 +60,7 @@ TEST_F(MissingIdentifiers, OfClusters) {
         EXPECT_EQ(call(native, unnamed()), -88);
 }
 
-TEST_F(MissingIdentifiers, OfPorts) {
+TEST_F(MissingIdentifiersTest, OfPorts) {
     EXPECT_EQ(call(NATIVE(removePortNative), unnamed({{"PortNumber", "I", -1}}, {{"ClusterAddress", kNotAnAddress}})),
               -3);
     for (OfObject native : {NATIVE(addPortNative), NATIVE(setPortStatusNative), NATIVE(removePortNative),
@@ -72,7 +72,7 @@ TEST_F(MissingIdentifiers, OfPorts) {
     EXPECT_EQ(NATIVE(getPortsListNative)(fake_java::env(), nullptr, nullptr, buffer()), -99);
 }
 
-TEST_F(MissingIdentifiers, OfServers) {
+TEST_F(MissingIdentifiersTest, OfServers) {
     for (OfObject native : {NATIVE(addServerNative), NATIVE(setServerStatusNative)}) {
         EXPECT_EQ(call(native, unnamed({{"_iNumListeners", "I", 3}, {"_iWeight", "I", -1}})), -78);
         EXPECT_EQ(call(native, unnamed({{"SetListeners", "B", 0}, {"_iWeight", "I", -1}},
@@ -99,7 +99,7 @@ TEST_F(MissingIdentifiers, OfServers) {
     EXPECT_EQ(list(80), -99);
 }
 
-TEST_F(MissingIdentifiers, OfServersWithAListenerThatCannotBeHad) {
+TEST_F(MissingIdentifiersTest, OfServersWithAListenerThatCannotBeHad) {
     const auto noListener = [](fake_java::Object *, const std::string &, const std::string &) {
         return [](const fake_java::Arguments &) { return fake_java::Value{}; };
     };
@@ -108,7 +108,7 @@ TEST_F(MissingIdentifiers, OfServersWithAListenerThatCannotBeHad) {
         EXPECT_EQ(call(native, unnamed({{"_iNumListeners", "I", 1}})), -17);
 }
 
-TEST_F(MissingIdentifiers, OfWeights) {
+TEST_F(MissingIdentifiersTest, OfWeights) {
     using OfWeights = jint (*)(JNIEnv *, jobject, jobject, jint);
     const auto ask = [](OfWeights native, jobject weights, jint count = 3, int failing = 0) {
         calls::countAllocations(failing);
@@ -123,7 +123,7 @@ TEST_F(MissingIdentifiers, OfWeights) {
     EXPECT_EQ(ask(NATIVE(setServerWeightsNative), unnamed(), 3, 2), -28);
 }
 
-TEST_F(MissingIdentifiers, OfRules) {
+TEST_F(MissingIdentifiersTest, OfRules) {
     for (OfObject native : {NATIVE(addRuleNative), NATIVE(setRuleStatusNative), NATIVE(removeRuleNative),
                             NATIVE(getRuleStatusNative), NATIVE(getRuleReportNative)}) {
         EXPECT_EQ(call(native, unnamed({{"PortNumber", "I", -1}}, {{"RuleName", nullptr}})), -10);
@@ -147,7 +147,7 @@ TEST_F(MissingIdentifiers, OfRules) {
     EXPECT_EQ(list(80), -99);
 }
 
-TEST_F(MissingIdentifiers, OfTheServersOfRules) {
+TEST_F(MissingIdentifiersTest, OfTheServersOfRules) {
     using OfMembership = jint (*)(JNIEnv *, jobject, jobject, jobject, jint);
     for (OfMembership native : {NATIVE(addServertoRuleNative), NATIVE(removeServerfromRuleNative)}) {
         const auto perform = [=](jobject rule) { return native(fake_java::env(), nullptr, rule, faults::object(), 7); };

@@ -15,7 +15,7 @@ using faults::object;
 constexpr char kTooShort[] = "java.lang.ArrayIndexOutOfBoundsException: ";
 constexpr char kNull[] = "java.lang.NullPointerException: ";
 
-struct PendingExceptions : testing::Test {
+struct PendingExceptionsTest : testing::Test {
     void SetUp() override {
         faults::beginWorld(faults::Mode::user);
         given = object();
@@ -57,7 +57,7 @@ struct PendingExceptions : testing::Test {
 
 // --- Columns of a reply ----------------------------------------------------------------------------------------------
 
-TEST_F(PendingExceptions, HaStatusFillsTheColumnsThatFit) {
+TEST_F(PendingExceptionsTest, HaStatusFillsTheColumnsThatFit) {
     executor::answer(47, [](uint8_t *block, uint32_t length) {
         memset(block + 16, 0x11, length - 16);
         const uint16_t heartbeats = 2;
@@ -73,7 +73,7 @@ TEST_F(PendingExceptions, HaStatusFillsTheColumnsThatFit) {
     EXPECT_NE(fake_java::callsWhilePending().count("SetIntArrayRegion"), 0u);
 }
 
-TEST_F(PendingExceptions, WeightsFillTheColumnsThatFit) {
+TEST_F(PendingExceptionsTest, WeightsFillTheColumnsThatFit) {
     executor::answer(17, [](uint8_t *block, uint32_t length) {
         memset(block + 28, 0, length - 28);
         return 0;
@@ -86,7 +86,7 @@ TEST_F(PendingExceptions, WeightsFillTheColumnsThatFit) {
     EXPECT_EQ(ints("iRC"), std::vector<jint>({0, 0}));
 }
 
-TEST_F(PendingExceptions, ResultsOfNewWeightsThatDoNotFitAreNoFailure) {
+TEST_F(PendingExceptionsTest, ResultsOfNewWeightsThatDoNotFitAreNoFailure) {
     giveInts("iRC", {7});
     EXPECT_EQ(NATIVE(setServerWeightsNative)(fake_java::env(), given, given, 2), 0);
     expectException(kTooShort);
@@ -94,7 +94,7 @@ TEST_F(PendingExceptions, ResultsOfNewWeightsThatDoNotFitAreNoFailure) {
     EXPECT_EQ(executor::commandsSent(), std::vector<int32_t>({16}));
 }
 
-TEST_F(PendingExceptions, AnInterfaceListFillsTheColumnsThatFit) {
+TEST_F(PendingExceptionsTest, AnInterfaceListFillsTheColumnsThatFit) {
     static rk::InterfaceList list;
     list.count = 2;
     giveInts("aiIp", {5});
@@ -107,7 +107,7 @@ TEST_F(PendingExceptions, AnInterfaceListFillsTheColumnsThatFit) {
 
 // --- Strings ---------------------------------------------------------------------------------------------------------
 
-TEST_F(PendingExceptions, AStringThatCannotBeMadeLeavesNullAndTheRestFollows) {
+TEST_F(PendingExceptionsTest, AStringThatCannotBeMadeLeavesNullAndTheRestFollows) {
     const auto read = [&](int failing) {
         thing->fields.clear();
         fake_java::beginCalls(failing);
@@ -130,7 +130,7 @@ TEST_F(PendingExceptions, AStringThatCannotBeMadeLeavesNullAndTheRestFollows) {
 
 // --- Arrays of single settings ---------------------------------------------------------------------------------------
 
-TEST_F(PendingExceptions, ANatAddressThatCannotBeReadIsZeros) {
+TEST_F(PendingExceptionsTest, ANatAddressThatCannotBeReadIsZeros) {
     for (const bool missing : {true, false}) {
         if (missing)
             fake_java::setObject(thing, "natPtAddress", "[B", nullptr);
@@ -143,7 +143,7 @@ TEST_F(PendingExceptions, ANatAddressThatCannotBeReadIsZeros) {
     }
 }
 
-TEST_F(PendingExceptions, AV6GatewayThatCannotBeReadIsZeros) {
+TEST_F(PendingExceptionsTest, AV6GatewayThatCannotBeReadIsZeros) {
     for (const bool missing : {true, false}) {
         if (missing)
             fake_java::setObject(thing, "v6ClientGateway", "[B", nullptr);

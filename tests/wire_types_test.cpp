@@ -20,14 +20,14 @@ template <typename Value> std::vector<int> bytesOf(const Value &value) {
     return {bytes, bytes + sizeof(value)};
 }
 
-TEST(WireTypes, TheFirstOctetComesFirstInMemory) {
+TEST(WireTypesTest, TheFirstOctetComesFirstInMemory) {
     EXPECT_EQ(bytesOf(rk::toNetworkAddress(0x0A000005)), std::vector<int>({10, 0, 0, 5}));
     EXPECT_EQ(bytesOf(rk::toNetworkAddress(0xFFFEFDFC)), std::vector<int>({255, 254, 253, 252}));
     EXPECT_EQ(bytesOf(rk::toNetworkPort(0x01BB)), std::vector<int>({0x01, 0xBB}));
     EXPECT_EQ(bytesOf(rk::toNetworkPort(0xFF00)), std::vector<int>({0xFF, 0x00}));
 }
 
-TEST(WireTypes, NumbersComeBackAsTheyWere) {
+TEST(WireTypesTest, NumbersComeBackAsTheyWere) {
     for (const uint32_t number : {0u, 1u, 0x0A000005u, 0x80000000u, 0x12345678u, 0xFFFFFFFFu})
         EXPECT_EQ(toHost(rk::toNetworkAddress(number)), number);
     for (int number = 0; number <= 65535; ++number)

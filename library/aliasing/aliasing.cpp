@@ -19,7 +19,7 @@ constexpr std::size_t kCommandBytes = 512; // room for three of them and what st
 // Only plain names, addresses and masks reach the shell. What begins with "-" would be an option of the tool.
 bool isPlain(const char *text) {
     constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:_-";
-    const std::size_t length = strlen(text);
+    const std::size_t length = std::strlen(text);
     return length > 0 && length < kNameBytes && text[0] != '-' && strspn(text, kPlain) == length;
 }
 
@@ -83,13 +83,14 @@ int32_t configureOn(const Target &target, const char *interface, const char *net
         return kStatusNoInterface;
     char command[kCommandBytes];
     if (isConfigured(target))
-        snprintf(command, sizeof(command), "/sbin/ifconfig %s %s netmask %s up", target.alias, target.text, netmask);
-    else if (strchr(interface, ':') != nullptr)
-        snprintf(command, sizeof(command), "/sbin/ifconfig %s %s netmask %s up", interface, target.text, netmask);
+        std::snprintf(command, sizeof(command), "/sbin/ifconfig %s %s netmask %s up", target.alias, target.text,
+                      netmask);
+    else if (std::strchr(interface, ':') != nullptr)
+        std::snprintf(command, sizeof(command), "/sbin/ifconfig %s %s netmask %s up", interface, target.text, netmask);
     else
-        snprintf(command, sizeof(command), "/sbin/ifconfig %s:%d %s netmask %s up", interface, alias, target.text,
-                 netmask);
-    return system(command);
+        std::snprintf(command, sizeof(command), "/sbin/ifconfig %s:%d %s netmask %s up", interface, alias, target.text,
+                      netmask);
+    return std::system(command);
 }
 
 // Takes an address that an alias carries off it, to put it there again; that it goes up is what counts.
@@ -117,7 +118,7 @@ int32_t configureFromList(JNIEnv *env, jobject interface, jobject config, const 
     if (record == nullptr)
         return kStatusNoInterface;
     char name[sizeof(record->name) + 1] = {};
-    memcpy(name, record->name, sizeof(record->name));
+    std::memcpy(name, record->name, sizeof(record->name));
     char netmask[16];
     getAddress(record->netmask.word, netmask);
     if (!isConfigured(target) && !isPlain(name))
@@ -125,7 +126,7 @@ int32_t configureFromList(JNIEnv *env, jobject interface, jobject config, const 
     return configureOn(target, name, netmask);
 }
 
-bool isSet(JNIEnv *env, jobject config, const char *flag) {
+bool isFlagSet(JNIEnv *env, jobject config, const char *flag) {
     uint8_t value = 0;
     return flagFromJava(env, config, flag, value);
 }
@@ -133,7 +134,7 @@ bool isSet(JNIEnv *env, jobject config, const char *flag) {
 } // namespace
 
 JNIEXPORT jint NATIVE(configureAddressNative)(JNIEnv *env, jobject interface, jobject config) {
-    if (!required(env, config, "addressConfig"))
+    if (!requireObject(env, config, "addressConfig"))
         return kStatusOther;
     const uint32_t address = addressOf(env, config);
     const FieldText text(env, config, "Address");
@@ -141,12 +142,12 @@ JNIEXPORT jint NATIVE(configureAddressNative)(JNIEnv *env, jobject interface, jo
     const Target target = {address, text.text, alias.text};
     if (!isPlain(target.text) || (isConfigured(target) && !isPlain(target.alias)))
         return kStatusNoInterface;
-    return isSet(env, config, "ConfigInfoProvided") ? configureAsProvided(env, interface, config, target)
-                                                    : configureFromList(env, interface, config, target);
+    return isFlagSet(env, config, "ConfigInfoProvided") ? configureAsProvided(env, interface, config, target)
+                                                        : configureFromList(env, interface, config, target);
 }
 
 JNIEXPORT jint NATIVE(unconfigureAddressNative)(JNIEnv *env, jobject, jobject config) {
-    if (!required(env, config, "addressConfig"))
+    if (!requireObject(env, config, "addressConfig"))
         return kStatusOther;
     const uint32_t address = addressOf(env, config);
     const FieldText text(env, config, "Address");
@@ -154,18 +155,18 @@ JNIEXPORT jint NATIVE(unconfigureAddressNative)(JNIEnv *env, jobject, jobject co
     if (!isPlain(alias.text) || !isPlain(text.text))
         return kStatusNotConfigured;
     char command[kCommandBytes];
-    snprintf(command, sizeof(command), "/sbin/ifconfig %s %s down", alias.text, text.text);
-    return system(command);
+    std::snprintf(command, sizeof(command), "/sbin/ifconfig %s %s down", alias.text, text.text);
+    return std::system(command);
 }
 
 JNIEXPORT jint NATIVE(clusterConfigureStatusNative)(JNIEnv *env, jobject, jobject config) {
-    if (!required(env, config, "addressConfig"))
+    if (!requireObject(env, config, "addressConfig"))
         return kStatusOther;
     return aliasOf(env, config).text[0] != '\0' ? 0 : kStatusNotConfigured;
 }
 
 JNIEXPORT jint NATIVE(getAddressConfigureInfoNative)(JNIEnv *env, jobject, jobject config) {
-    if (!required(env, config, "addressConfig"))
+    if (!requireObject(env, config, "addressConfig"))
         return kStatusOther;
     AliasName alias = aliasOf(env, config);
     char *save = nullptr;

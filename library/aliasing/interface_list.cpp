@@ -21,15 +21,15 @@ struct Name {
 
 Name nameOf(const InterfaceRecord &record) {
     Name name = {};
-    memcpy(name.text, record.name, sizeof(record.name));
+    std::memcpy(name.text, record.name, sizeof(record.name));
     return name;
 }
 
 bool isAlias(const Name &name) {
-    return strchr(name.text, ':') != nullptr;
+    return std::strchr(name.text, ':') != nullptr;
 }
 
-bool onSubnet(uint32_t address, const InterfaceRecord &record) {
+bool isOnSubnet(uint32_t address, const InterfaceRecord &record) {
     return (address & record.netmask.word) == record.netnumber.word;
 }
 
@@ -64,7 +64,7 @@ int32_t copyInterfaceList(JNIEnv *env, jobject, jobject javaList, const Interfac
 const InterfaceRecord *findAddressConfigInfo(uint32_t address) {
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
         const InterfaceRecord &record = TheInterfaceList.records[i];
-        if (record.netmask.word != 0 && onSubnet(address, record))
+        if (record.netmask.word != 0 && isOnSubnet(address, record))
             return &record;
     }
     return nullptr;
@@ -75,8 +75,8 @@ int32_t getAlias(const char *prefix) {
     refreshInterfaceList();
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
         const Name name = nameOf(TheInterfaceList.records[i]);
-        const char *colon = strchr(name.text, ':');
-        if (colon == nullptr || strncmp(name.text, prefix, strlen(prefix)) != 0)
+        const char *colon = std::strchr(name.text, ':');
+        if (colon == nullptr || std::strncmp(name.text, prefix, std::strlen(prefix)) != 0)
             continue;
         const int32_t number = get_number(colon + 1);
         if (number >= 0 && number < kAliasNumbers)
@@ -94,7 +94,7 @@ void getInterface(int32_t, uint32_t address, char *name) {
         const InterfaceRecord &record = TheInterfaceList.records[i];
         const Name found = nameOf(record);
         if (isAlias(found) && toHost(record.ip) == address) {
-            memcpy(name, found.text, strlen(found.text) + 1);
+            std::memcpy(name, found.text, std::strlen(found.text) + 1);
             return;
         }
     }
@@ -104,7 +104,7 @@ void getNetmaskStr(const char *name, char *text) {
     refreshInterfaceList();
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
         const InterfaceRecord &record = TheInterfaceList.records[i];
-        if (strcmp(nameOf(record).text, name) == 0) {
+        if (std::strcmp(nameOf(record).text, name) == 0) {
             getAddress(record.netmask.word, text);
             return;
         }
@@ -117,7 +117,7 @@ JNIEXPORT jint NATIVE(getNicAddrNative)(JNIEnv *, jobject, jint address, jint wh
         const InterfaceRecord &record = TheInterfaceList.records[i];
         if (isAlias(nameOf(record)) || (record.netmask.word == 0 && record.netnumber.word == 0))
             continue;
-        if (onSubnet(networkAddress(address).word, record))
+        if (isOnSubnet(networkAddress(address).word, record))
             return javaInt(which == 0 ? record.ip : record.localip);
     }
     return 0;

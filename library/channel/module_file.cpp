@@ -15,7 +15,7 @@ constexpr char kGenericName[] = "/opt/qel/brev/xw/servers/bin/qelrk";
 
 // Runs a command and returns the first byte that it prints; -1 when it cannot be run or prints nothing.
 int firstByteOf(const char *command) {
-    FILE *pipe = popen(command, "r");
+    std::FILE *pipe = popen(command, "r");
     if (pipe == nullptr)
         return -1;
     unsigned char byte = 0;
@@ -26,7 +26,7 @@ int firstByteOf(const char *command) {
 
 // Runs a command to its end; what comes of it does not matter.
 void run(const char *command) {
-    FILE *pipe = popen(command, "r");
+    std::FILE *pipe = popen(command, "r");
     if (pipe != nullptr)
         pclose(pipe);
 }
@@ -39,9 +39,9 @@ void linkFile() {
     }
     const int processors = firstByteOf("/bin/uname -a | /bin/grep -i smp | wc -l | awk '{print $1}'");
     char file[16];
-    snprintf(file, sizeof(file), "qelrk-%s", processors != -1 && processors != '0' ? "smp" : "up");
+    std::snprintf(file, sizeof(file), "qelrk-%s", processors != -1 && processors != '0' ? "smp" : "up");
     char command[160];
-    snprintf(command, sizeof(command), "/bin/ln -s /opt/qel/brev/xw/servers/bin/%s %s", file, kGenericName);
+    std::snprintf(command, sizeof(command), "/bin/ln -s /opt/qel/brev/xw/servers/bin/%s %s", file, kGenericName);
     run(command);
 }
 

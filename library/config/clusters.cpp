@@ -60,7 +60,7 @@ int32_t listClusters(ReportText &text) {
 int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     ClusterRecord &record = ucb.cluster;
     record.header.length = sizeof(ClusterRecord);
-    const bool named = keyFromJava(env, cluster, record.clusterKey);
+    const bool isNamed = keyFromJava(env, cluster, record.clusterKey);
     NetworkAddress address;
     if (addressFromJava(env, cluster, "Address", address) == 0)
         record.address = address; // a text that does not parse matters only when the address is to be changed, below
@@ -100,7 +100,7 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
         bytesFromJava(env, cluster, "natPtAddress", record.natAddress);
 
     // The key that goes out is the object's own; what may not go out is a cluster whose identifier is the empty text.
-    if (!named)
+    if (!isNamed)
         return kStatusNoClusterId;
     const int32_t status = sendAndMap(record, record.header.command, kAddOrSetReasons);
     flagsOfRecordToJava(env, cluster, record);
@@ -113,7 +113,7 @@ int32_t getClusterReport(uint32_t clusterKey) {
 }
 
 JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     const int32_t status =
         identifierKeyToJava(env, cluster, "sClusterId", "iClusterIdKey", kStatusNoClusterId, kStatusClusterIdTooLong);
@@ -126,14 +126,14 @@ JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject 
 // Unlike adding, a change neither checks the identifier's length nor makes its key anew, and Java servers depend on it:
 // the cluster is the one whose key the object holds.
 JNIEXPORT jint NATIVE(setClusterStatusNative)(JNIEnv *env, jobject interface, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     ucb.header.command = Command::writeClusterSettings;
     return AddOrSetCluster(env, interface, cluster);
 }
 
 JNIEXPORT jint NATIVE(removeClusterNative)(JNIEnv *env, jobject, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
         return kStatusNoClusterId;
@@ -141,7 +141,7 @@ JNIEXPORT jint NATIVE(removeClusterNative)(JNIEnv *env, jobject, jobject cluster
 }
 
 JNIEXPORT jint NATIVE(getClusterStatusNative)(JNIEnv *env, jobject, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     const ClusterRecord &record = ucb.cluster;
     if (!keyFromJava(env, cluster, ucb.cluster.clusterKey))
@@ -171,7 +171,7 @@ JNIEXPORT jint NATIVE(getClusterStatusNative)(JNIEnv *env, jobject, jobject clus
 }
 
 JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     ClusterReportRecord &record = ucb.clusterReport;
     NetworkAddress unused; // a host name is resolved, as Java servers are used to, but the key alone names the cluster
@@ -197,7 +197,7 @@ JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject clus
 }
 
 JNIEXPORT jint NATIVE(setClusterCPSNative)(JNIEnv *env, jobject, jobject cluster) {
-    if (!required(env, cluster, "cluster"))
+    if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     ucb.clusterReport.clusterKey = static_cast<uint32_t>(intFromJava(env, cluster, "iClusterIdKey"));
     fromJava(env, cluster, "iConnectionsPerSecond", ucb.clusterReport.connectionsPerSecond);
@@ -205,7 +205,7 @@ JNIEXPORT jint NATIVE(setClusterCPSNative)(JNIEnv *env, jobject, jobject cluster
 }
 
 JNIEXPORT jint NATIVE(getClustersListNative)(JNIEnv *env, jobject, jobject list) {
-    if (!required(env, list, "list"))
+    if (!requireObject(env, list, "list"))
         return kStatusOther;
     ReportText text;
     if (!openReport(text, kListTextBytes))

@@ -74,12 +74,12 @@ void reportToFields(JNIEnv *env, jobject report, const ExecutorReportRecord &rec
 } // namespace
 
 int32_t rk::secondsWestOfGreenwich() {
-    const time_t now = time(nullptr);
-    tm utc = {};
+    const std::time_t now = std::time(nullptr);
+    std::tm utc = {};
     gmtime_r(&now, &utc);
     utc.tm_hour = 12; // far from a day's ends, so that most zones see the same day
-    const time_t noon = mktime(&utc);
-    tm local = {};
+    const std::time_t noon = std::mktime(&utc);
+    std::tm local = {};
     gmtime_r(&noon, &utc);
     localtime_r(&noon, &local);
     return (utc.tm_hour - local.tm_hour) * 3600 + (utc.tm_min - local.tm_min) * 60;
@@ -90,7 +90,7 @@ int32_t getExecutorReport() {
 }
 
 JNIEXPORT jint NATIVE(setExecutorStatusNative)(JNIEnv *env, jobject, jobject status) {
-    if (!required(env, status, "executorStatus"))
+    if (!requireObject(env, status, "executorStatus"))
         return kStatusOther;
     ExecutorSettingsRecord &record = ucb.executor;
     if (const int32_t failure = storeNonForwardingAddress(env, status, record); failure != 0)
@@ -157,7 +157,7 @@ JNIEXPORT jint NATIVE(setExecutorStatusNative)(JNIEnv *env, jobject, jobject sta
 }
 
 JNIEXPORT jint NATIVE(getExecutorStatusNative)(JNIEnv *env, jobject, jobject status) {
-    if (!required(env, status, "executorStatus"))
+    if (!requireObject(env, status, "executorStatus"))
         return kStatusOther;
     const ExecutorSettingsRecord &record = ucb.executor;
     if (const int32_t result = send(ucb.executor, Command::readExecutorSettings); result != 0)
@@ -186,7 +186,7 @@ JNIEXPORT jint NATIVE(getExecutorStatusNative)(JNIEnv *env, jobject, jobject sta
 }
 
 JNIEXPORT jint NATIVE(getExecutorReportNative)(JNIEnv *env, jobject, jobject report) {
-    if (!required(env, report, "executorReport"))
+    if (!requireObject(env, report, "executorReport"))
         return kStatusOther;
     const int32_t result = getExecutorReport();
     if (result == 0)
@@ -195,7 +195,7 @@ JNIEXPORT jint NATIVE(getExecutorReportNative)(JNIEnv *env, jobject, jobject rep
 }
 
 JNIEXPORT jint NATIVE(setExecutorCPSNative)(JNIEnv *env, jobject, jobject report) {
-    if (!required(env, report, "executorReport"))
+    if (!requireObject(env, report, "executorReport"))
         return kStatusOther;
     fromJava(env, report, "iConnectionsPerSecond", ucb.executorReport.connectionsPerSecond);
     return send(ucb.executorReport, Command::setExecutorCps);

@@ -13,7 +13,7 @@ LocalReference<jobject> listenerAt(JNIEnv *env, jobject server, jint index, bool
     jobject listener = nullptr;
     const int32_t status = GetObjectFromJavaMethodIndex(
         env, server, "getListener", "(I)Lcom/qel/internet/rk/common/CMNListener;", index, &listener);
-    isUsable = succeeded(env, status) && listener != nullptr;
+    isUsable = hasSucceeded(env, status) && listener != nullptr;
     return {env, listener};
 }
 
@@ -21,7 +21,7 @@ bool textFromMethod(JNIEnv *env, jobject listener, const char *name, char *field
     jobject returned = nullptr;
     const int32_t status = GetObjectFromJavaMethod(env, listener, name, "()Ljava/lang/String;", &returned);
     const LocalReference string(env, static_cast<jstring>(returned));
-    if (!succeeded(env, status))
+    if (!hasSucceeded(env, status))
         return false;
     copyString(env, string.reference, field);
     return true;

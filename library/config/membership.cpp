@@ -20,7 +20,7 @@ constexpr ReasonRow kListReasons[] = {
     {kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}, {kUnknownRule, kStatusUnknownRule}};
 
 int32_t addOrRemove(JNIEnv *env, jobject interface, jobject rule, jobject server, jint argument, Command command) {
-    if (!required(env, rule, "rule") || !required(env, server, "server"))
+    if (!requireObject(env, rule, "rule") || !requireObject(env, server, "server"))
         return kStatusOther;
     ucb.header.command = command;
     return addOrRemoveServer(env, interface, rule, server, argument);
@@ -28,7 +28,7 @@ int32_t addOrRemove(JNIEnv *env, jobject interface, jobject rule, jobject server
 
 // What a list is about.
 struct ListRequest {
-    bool named; // there is a cluster identifier
+    bool isNamed; // there is a cluster identifier
     uint32_t clusterKey;
     NetworkPort port;
     char ruleName[21];
@@ -37,7 +37,7 @@ struct ListRequest {
 
 // Returns 0 or a status; a cluster identifier that is missing is told in the request.
 int32_t listRequestFromJava(JNIEnv *env, jobject rule, ListRequest &request) {
-    request.named = clusterKeyFromJava(env, rule, request.clusterKey);
+    request.isNamed = clusterKeyFromJava(env, rule, request.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", request.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, request.ruleName);
@@ -52,9 +52,9 @@ int32_t listServers(const ListRequest &request, ReportText &text) {
     const auto block = allocateBlock<ServerListBlock, ServerListEntry>(request.count, request.clusterKey, request.port);
     if (block == nullptr)
         return kStatusOutOfMemory;
-    memcpy(block->ruleName, request.ruleName, sizeof(block->ruleName));
+    std::memcpy(block->ruleName, request.ruleName, sizeof(block->ruleName));
     const int32_t status =
-        request.named ? sendBlock(block->header, Command::listRuleServers, kListReasons) : kStatusOther;
+        request.isNamed ? sendBlock(block->header, Command::listRuleServers, kListReasons) : kStatusOther;
     if (status == 0)
         appendNames(text, entriesOf<const ServerListEntry>(block.get()), request.count, &ServerListEntry::serverId);
     return status;
@@ -64,7 +64,7 @@ int32_t listServers(const ListRequest &request, ReportText &text) {
 
 int32_t addOrRemoveServer(JNIEnv *env, jobject, jobject rule, jobject server, jint argument) {
     RuleMembershipRecord &record = ucb.ruleMembership;
-    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, record.ruleName);
@@ -72,7 +72,7 @@ int32_t addOrRemoveServer(JNIEnv *env, jobject, jobject rule, jobject server, ji
         return status;
     record.serverKey = serverKeyFromJava(env, server);
     record.argument = argument;
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     return sendAndMap(record, record.header.command, kReasons);
 }
@@ -88,7 +88,7 @@ JNIEXPORT jint NATIVE(removeServerfromRuleNative)(JNIEnv *env, jobject interface
 }
 
 JNIEXPORT jint NATIVE(getRuleServersListNative)(JNIEnv *env, jobject, jobject rule, jobject list) {
-    if (!required(env, rule, "rule") || !required(env, list, "list"))
+    if (!requireObject(env, rule, "rule") || !requireObject(env, list, "list"))
         return kStatusOther;
     ListRequest request = {};
     if (const int32_t status = listRequestFromJava(env, rule, request); status != 0)

@@ -65,7 +65,7 @@ void flagsOfRecordToJava(JNIEnv *env, jobject port, const PortRecord &record) {
 
 // The first step of adding and changing, which look at the port number before anything else.
 int32_t addOrSet(JNIEnv *env, jobject interface, jobject port, Command command) {
-    if (!required(env, port, "port"))
+    if (!requireObject(env, port, "port"))
         return kStatusOther;
     NetworkPort number;
     if (const int32_t status = portFromJava(env, port, "PortNumber", number); status != 0)
@@ -108,7 +108,7 @@ int32_t listPorts(JNIEnv *env, jstring clusterId, ReportText &text) {
 int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     PortRecord &record = ucb.port;
     record.header.length = sizeof(PortRecord);
-    const bool named = clusterKeyFromJava(env, port, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, port, record.clusterKey);
     if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
         return status;
     copyIfFlagged(env, port, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
@@ -128,7 +128,7 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     copyIfFlagged(env, port, "SetCrossPort", record.setCrossPort, "iCrossPort", record.crossPort);
     copyIfFlagged(env, port, "SetSendReset", record.setSendReset, "SendReset", record.sendReset);
 
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     const int32_t status = sendWithRetries(record);
     flagsOfRecordToJava(env, port, record);
@@ -142,10 +142,10 @@ int32_t getPortReport(uint32_t clusterKey, int32_t port) {
 }
 
 int32_t rk::reportOfListedPort(JNIEnv *env, jstring clusterId, jint port, uint32_t &clusterKey) {
-    const bool named = keyOfString(env, clusterId, clusterKey);
+    const bool isNamed = keyOfString(env, clusterId, clusterKey);
     if (const int32_t status = checkPort(port); status != 0)
         return status;
-    return named ? getPortReport(clusterKey, port) : kStatusOther;
+    return isNamed ? getPortReport(clusterKey, port) : kStatusOther;
 }
 
 JNIEXPORT jint NATIVE(addPortNative)(JNIEnv *env, jobject interface, jobject port) {
@@ -157,7 +157,7 @@ JNIEXPORT jint NATIVE(setPortStatusNative)(JNIEnv *env, jobject interface, jobje
 }
 
 JNIEXPORT jint NATIVE(removePortNative)(JNIEnv *env, jobject, jobject port) {
-    if (!required(env, port, "port"))
+    if (!requireObject(env, port, "port"))
         return kStatusOther;
     NetworkAddress unused; // the cluster's key names it; its address must be one all the same
     if (addressFromJava(env, port, "ClusterAddress", unused) != 0)
@@ -168,7 +168,7 @@ JNIEXPORT jint NATIVE(removePortNative)(JNIEnv *env, jobject, jobject port) {
 }
 
 JNIEXPORT jint NATIVE(getPortStatusNative)(JNIEnv *env, jobject, jobject port) {
-    if (!required(env, port, "port"))
+    if (!requireObject(env, port, "port"))
         return kStatusOther;
     PortRecord &record = ucb.port;
     if (const int32_t status = keysFromJava(env, port, record); status != 0)
@@ -192,7 +192,7 @@ JNIEXPORT jint NATIVE(getPortStatusNative)(JNIEnv *env, jobject, jobject port) {
 }
 
 JNIEXPORT jint NATIVE(getPortReportNative)(JNIEnv *env, jobject, jobject port) {
-    if (!required(env, port, "port"))
+    if (!requireObject(env, port, "port"))
         return kStatusOther;
     PortReportRecord &record = ucb.portReport;
     if (const int32_t status = keysFromJava(env, port, record); status != 0)
@@ -214,7 +214,7 @@ JNIEXPORT jint NATIVE(getPortReportNative)(JNIEnv *env, jobject, jobject port) {
 }
 
 JNIEXPORT jint NATIVE(setPortCPSNative)(JNIEnv *env, jobject, jobject port) {
-    if (!required(env, port, "port"))
+    if (!requireObject(env, port, "port"))
         return kStatusOther;
     PortReportRecord &record = ucb.portReport;
     if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
@@ -226,7 +226,7 @@ JNIEXPORT jint NATIVE(setPortCPSNative)(JNIEnv *env, jobject, jobject port) {
 }
 
 JNIEXPORT jint NATIVE(getPortsListNative)(JNIEnv *env, jobject, jstring clusterId, jobject list) {
-    if (!required(env, list, "list"))
+    if (!requireObject(env, list, "list"))
         return kStatusOther;
     ReportText text;
     if (!openReport(text, kListTextBytes))

@@ -25,9 +25,9 @@ constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, 
 // A given type goes into the record. Without one the executor is asked for the rule's record, unless the cluster is not
 // named; the record then fills the block, and with it what was written there so far: the configuration source is the
 // executor's own again, on purpose.
-int32_t storeRuleType(JNIEnv *env, jobject rule, RuleRecord &record, bool named) {
+int32_t storeRuleType(JNIEnv *env, jobject rule, RuleRecord &record, bool isNamed) {
     if (!flagFromJava(env, rule, "SetRuleType", record.setRuleType))
-        return named ? getRuleType() : kStatusOther;
+        return isNamed ? getRuleType() : kStatusOther;
     int8_t type = 0;
     fromJava(env, rule, "RuleType", type);
     if (type < 0 || type > kHighestRuleType)
@@ -105,11 +105,11 @@ void flagsOfRecordToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
 
 // The keys and the name of a request about a rule: 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject rule, Record &record) {
-    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status == 0)
         status = ruleNameFromJava(env, rule, record.ruleName);
-    return status == 0 && !named ? kStatusOther : status;
+    return status == 0 && !isNamed ? kStatusOther : status;
 }
 
 // Appends the names of a port's rules. Returns 0 or a status.
@@ -136,7 +136,7 @@ int32_t getRuleType() {
 int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     RuleRecord &record = ucb.rule;
     const Command command = record.header.command; // asking for the type replaces it
-    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status != 0)
         return status;
@@ -145,7 +145,7 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
         return status;
-    status = storeRuleType(env, rule, record, named);
+    status = storeRuleType(env, rule, record, isNamed);
     if (status != 0)
         return status;
     if (flagFromJava(env, rule, "SetBeginRange", record.setBeginRange))
@@ -168,7 +168,7 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     copyTextIfFlagged(env, rule, "SetCookieName", record.setCookieName, "CookieName", record.cookieName);
     textFromJava(env, rule, "sHashID", record.hashId);
 
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     status = sendAndMap(record, command, kAddOrSetReasons);
     flagsOfRecordToJava(env, rule, record);
@@ -176,28 +176,28 @@ int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
 }
 
 JNIEXPORT jint NATIVE(addRuleNative)(JNIEnv *env, jobject interface, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     ucb.header.command = Command::addRule;
     return AddOrSetRule(env, interface, rule);
 }
 
 JNIEXPORT jint NATIVE(setRuleStatusNative)(JNIEnv *env, jobject interface, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     ucb.header.command = Command::writeRuleSettings;
     return AddOrSetRule(env, interface, rule);
 }
 
 JNIEXPORT jint NATIVE(removeRuleNative)(JNIEnv *env, jobject, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     const int32_t status = keysFromJava(env, rule, ucb.rule);
     return status != 0 ? status : sendAndMap(ucb.rule, Command::removeRule, kReasons);
 }
 
 JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     RuleRecord &record = ucb.rule;
     if (const int32_t status = keysFromJava(env, rule, record); status != 0)
@@ -221,7 +221,7 @@ JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
 }
 
 JNIEXPORT jint NATIVE(getRuleReportNative)(JNIEnv *env, jobject, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     RuleReportRecord &record = ucb.ruleReport;
     if (const int32_t status = keysFromJava(env, rule, record); status != 0)
@@ -239,20 +239,20 @@ JNIEXPORT jint NATIVE(getRuleReportNative)(JNIEnv *env, jobject, jobject rule) {
 
 // Neither the port nor the length of the name is checked here, on purpose: the port's low 16 bits are sent.
 JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
-    if (!required(env, rule, "rule"))
+    if (!requireObject(env, rule, "rule"))
         return kStatusOther;
     RuleReportRecord &record = ucb.ruleReport;
     fromJava(env, rule, "iConnectionsPerSecond", record.connectionsPerSecond);
-    const bool named = clusterKeyFromJava(env, rule, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     fromJava(env, rule, "PortNumber", record.port);
     textFromJava(env, rule, "RuleName", record.ruleName);
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     return send(record, Command::setRuleCps);
 }
 
 JNIEXPORT jint NATIVE(getRulesListNative)(JNIEnv *env, jobject, jstring clusterId, jint port, jobject list) {
-    if (!required(env, list, "list"))
+    if (!requireObject(env, list, "list"))
         return kStatusOther;
     ReportText text;
     if (!openReport(text, kListTextBytes))

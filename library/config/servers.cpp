@@ -69,15 +69,15 @@ void storeCookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
 
 // The keys of a request about a server: 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject server, Record &record) {
-    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, server, record.clusterKey);
     if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
     record.serverKey = serverKeyFromJava(env, server);
-    return named ? 0 : kStatusOther;
+    return isNamed ? 0 : kStatusOther;
 }
 
 int32_t markServer(JNIEnv *env, jobject server, Command command) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     if (const int32_t status = keysFromJava(env, server, ucb.serverCommand); status != 0)
         return status;
@@ -123,7 +123,7 @@ int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
     record.header.length = sizeof(ServerRecord);
     textFromJava(env, server, "sServerID", record.serverId);
     record.serverKey = serverKeyFromJava(env, server);
-    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, server, record.clusterKey);
     if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
     const jint listeners = intFromJava(env, server, "_iNumListeners");
@@ -148,13 +148,13 @@ int32_t AddOrSetServer(JNIEnv *env, jobject, jobject server) {
     storeCookieValue(env, server, record);
     copyTextIfFlagged(env, server, "SetCloneID", record.setCloneId, "CloneID", record.cloneId);
     copyIfFlagged(env, server, "SetCPSMaximum", record.setCpsMaximum, "_iCPSMaximum", record.cpsMaximum);
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     return sendAndMap(record, record.header.command, kAddOrSetReasons);
 }
 
 JNIEXPORT jint NATIVE(addServerNative)(JNIEnv *env, jobject interface, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     const int32_t status =
         identifierKeyToJava(env, server, "sServerID", "iServerIdKey", kStatusNoServerId, kStatusServerIdTooLong);
@@ -166,14 +166,14 @@ JNIEXPORT jint NATIVE(addServerNative)(JNIEnv *env, jobject interface, jobject s
 
 // A change makes no check of the identifier and keeps the key that Java holds from the add.
 JNIEXPORT jint NATIVE(setServerStatusNative)(JNIEnv *env, jobject interface, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     ucb.header.command = Command::writeServerSettings;
     return AddOrSetServer(env, interface, server);
 }
 
 JNIEXPORT jint NATIVE(removeServerNative)(JNIEnv *env, jobject, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     const int32_t status = keysFromJava(env, server, ucb.server);
     return status != 0 ? status : sendAndMap(ucb.server, Command::removeServer, kReasons);
@@ -201,24 +201,24 @@ JNIEXPORT jint NATIVE(removeHostNative)(JNIEnv *, jobject, jobject) {
 }
 
 JNIEXPORT jint NATIVE(setServerCPSNative)(JNIEnv *env, jobject, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     ServerReportRecord &record = ucb.serverReport;
     const uint32_t serverKey = serverKeyFromJava(env, server);
     if (static_cast<int32_t>(serverKey) < 0)
         return kStatusOther;
-    const bool named = clusterKeyFromJava(env, server, record.clusterKey);
+    const bool isNamed = clusterKeyFromJava(env, server, record.clusterKey);
     if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
         return status;
     fromJava(env, server, "_iCPSCount", record.connectionsPerSecond);
-    if (record.connectionsPerSecond < 0 || !named)
+    if (record.connectionsPerSecond < 0 || !isNamed)
         return kStatusOther;
     record.serverKey = serverKey;
     return send(record, Command::setServerCps);
 }
 
 JNIEXPORT jint NATIVE(getServerReportNative)(JNIEnv *env, jobject, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     ServerReportRecord &record = ucb.serverReport;
     if (const int32_t status = keysFromJava(env, server, record); status != 0)
@@ -237,7 +237,7 @@ JNIEXPORT jint NATIVE(getServerReportNative)(JNIEnv *env, jobject, jobject serve
 }
 
 JNIEXPORT jint NATIVE(getServerStatusNative)(JNIEnv *env, jobject, jobject server) {
-    if (!required(env, server, "server"))
+    if (!requireObject(env, server, "server"))
         return kStatusOther;
     ServerRecord &record = ucb.server;
     if (const int32_t status = keysFromJava(env, server, record); status != 0)
@@ -264,7 +264,7 @@ JNIEXPORT jint NATIVE(getServerStatusNative)(JNIEnv *env, jobject, jobject serve
 
 JNIEXPORT jint NATIVE(getServersListNative)(JNIEnv *env, jobject, jstring clusterId, jint port, jobject list,
                                             jintArray keys) {
-    if (!required(env, list, "list") || !required(env, keys, "keys"))
+    if (!requireObject(env, list, "list") || !requireObject(env, keys, "keys"))
         return kStatusOther;
     ReportText text;
     if (!openReport(text, kListTextBytes))

@@ -6,6 +6,7 @@
 #include "library/shared/settings.h"
 #include "library/support/owners.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -15,12 +16,12 @@ namespace {
 
 constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
-// Allocates the block and puts its keys in: 0, or a status. `named` is false when there is no cluster identifier: the
+// Allocates the block and puts its keys in: 0, or a status. `isNamed` is false when there is no cluster identifier: the
 // block may not be sent then.
 int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, HeapBlock<ServerWeightsBlock> &block,
-                  bool &named) {
+                  bool &isNamed) {
     uint32_t clusterKey = 0;
-    named = JStringFieldToHash(env, weights, "sClusterID", &clusterKey) != nullptr;
+    isNamed = JStringFieldToHash(env, weights, "sClusterID", &clusterKey) != nullptr;
     NetworkPort port;
     if (const int32_t status = portFromJava(env, weights, "iPortNumber", port); status != 0)
         return status;
@@ -50,7 +51,7 @@ struct ReplyColumns {
 HeapBlock<jint> allocateColumns(std::size_t intColumns, std::size_t count) {
     // One more element, so that no columns at all are not mistaken for a lack of memory.
     const std::size_t bytes = (count + 1) * (intColumns * sizeof(jint) + sizeof(jbyte));
-    return HeapBlock<jint>(static_cast<jint *>(malloc(bytes)));
+    return HeapBlock<jint>(static_cast<jint *>(std::malloc(bytes)));
 }
 
 RequestColumns allocateRequestColumns(jint count) {
@@ -128,7 +129,7 @@ constexpr jint kFilledAtOnce = 64;
 
 // Fills the entries from `first` to before `end`; what the request does not carry is zero.
 void fillEntries(ServerWeightEntry *entries, jint first, jint end, const RequestColumns &columns) {
-    memset(entries + first, 0, static_cast<std::size_t>(end - first) * sizeof(*entries));
+    std::memset(entries + first, 0, static_cast<std::size_t>(end - first) * sizeof(*entries));
     const jint *keys = columns.keys.get();
     for (jint i = first; i < end; ++i) {
         entries[i].serverKey = static_cast<uint32_t>(keys[i]);
@@ -157,7 +158,7 @@ int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries
 // The results of the single servers go to Java also when the executor refused the command as a whole.
 int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
     const std::size_t bytes = (static_cast<std::size_t>(count) + 1) * sizeof(jint);
-    const HeapBlock<jint> results(static_cast<jint *>(malloc(bytes)));
+    const HeapBlock<jint> results(static_cast<jint *>(std::malloc(bytes)));
     if (results == nullptr)
         return kStatusOutOfMemory;
     columnToJava(env, weights, "iRC", entries, count, &ServerWeightEntry::result, results.get());
@@ -167,29 +168,29 @@ int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *ent
 } // namespace
 
 JNIEXPORT jint NATIVE(getServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
-    if (!required(env, weights, "weights"))
+    if (!requireObject(env, weights, "weights"))
         return kStatusOther;
     HeapBlock<ServerWeightsBlock> block;
-    bool named = false;
-    if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block, named); status != 0)
+    bool isNamed = false;
+    if (const int32_t status = openBlock(env, weights, count, Entries::zeroed, block, isNamed); status != 0)
         return status;
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     const int32_t status = sendBlock(block->header, Command::readServerWeights, kReasons);
     return status != 0 ? status : weightsToJava(env, weights, entriesOf<const ServerWeightEntry>(block.get()), count);
 }
 
 JNIEXPORT jint NATIVE(setServerWeightsNative)(JNIEnv *env, jobject, jobject weights, jint count) {
-    if (!required(env, weights, "weights"))
+    if (!requireObject(env, weights, "weights"))
         return kStatusOther;
     HeapBlock<ServerWeightsBlock> block;
-    bool named = false;
-    if (const int32_t status = openBlock(env, weights, count, Entries::unset, block, named); status != 0)
+    bool isNamed = false;
+    if (const int32_t status = openBlock(env, weights, count, Entries::unset, block, isNamed); status != 0)
         return status;
     auto *entries = entriesOf<ServerWeightEntry>(block.get());
     if (const int32_t status = weightsFromJava(env, weights, entries, count); status != 0)
         return status;
-    if (!named)
+    if (!isNamed)
         return kStatusOther;
     const int32_t status = sendBlock(block->header, Command::writeServerWeights, kReasons);
     const int32_t failure = resultsToJava(env, weights, entries, count);

@@ -49,7 +49,7 @@ uint32_t keyOfAddress(jint address) {
 // Fills the entries from the request's arrays: 0; -102 when memory is short; -99 when an array cannot be read, whose
 // exception is pending.
 int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, int count) {
-    const HeapBlock<jint> columns(static_cast<jint *>(calloc(static_cast<std::size_t>(count), 2 * sizeof(jint))));
+    const HeapBlock<jint> columns(static_cast<jint *>(std::calloc(static_cast<std::size_t>(count), 2 * sizeof(jint))));
     if (columns == nullptr)
         return kStatusNoAffinityMemory;
     jint *clients = columns.get();
@@ -75,7 +75,7 @@ void columnUnlessThrown(JNIEnv *env, jobject request, const char *name, const Af
 }
 
 int32_t entriesToJava(JNIEnv *env, jobject request, const AffinityEntry *entries, int count) {
-    const HeapBlock<jint> column(static_cast<jint *>(calloc(static_cast<std::size_t>(count), sizeof(jint))));
+    const HeapBlock<jint> column(static_cast<jint *>(std::calloc(static_cast<std::size_t>(count), sizeof(jint))));
     jint *values = column.get();
     if (values == nullptr)
         return kStatusNoAffinityMemory;
@@ -107,7 +107,7 @@ JNIEXPORT jstring NATIVE(getAffinityInfoNative)(JNIEnv *env, jobject, jint clust
 }
 
 JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobject request) {
-    if (!required(env, request, "request"))
+    if (!requireObject(env, request, "request"))
         return kStatusOther;
     AffinityRecord &record = ucb.affinity;
     fromJava(env, request, "iCommand", record.command);

@@ -48,7 +48,7 @@ bool reportAttackers(JNIEnv *env, jobject listener, const AttackingAddressesReco
 } // namespace
 
 JNIEXPORT jint NATIVE(getHalfOpenInfoNative)(JNIEnv *env, jobject, jobject listener) {
-    if (!required(env, listener, "listener"))
+    if (!requireObject(env, listener, "listener"))
         return kStatusOther;
     if (const int32_t status = send(ucb.halfOpen, Command::readHalfOpenConnections); status != 0)
         return status;
@@ -56,7 +56,7 @@ JNIEXPORT jint NATIVE(getHalfOpenInfoNative)(JNIEnv *env, jobject, jobject liste
 }
 
 JNIEXPORT jint NATIVE(getAttackingAddrsNative)(JNIEnv *env, jobject, jobject listener, jint address, jint port) {
-    if (!required(env, listener, "listener"))
+    if (!requireObject(env, listener, "listener"))
         return kStatusOther;
     AttackingAddressesRecord &record = ucb.attackingAddresses;
     record.address = networkAddress(address);
@@ -75,7 +75,7 @@ JNIEXPORT jint NATIVE(xDOSAttackNative)(JNIEnv *, jobject, jint p1, jint p2, jin
 }
 
 JNIEXPORT jint NATIVE(getIcmpInfoNative)(JNIEnv *env, jobject, jobject icmp) {
-    if (!required(env, icmp, "icmp"))
+    if (!requireObject(env, icmp, "icmp"))
         return kStatusOther;
     const int32_t status = send(ucb.icmp, Command::readIcmp);
     if (status == 0) {
@@ -86,7 +86,7 @@ JNIEXPORT jint NATIVE(getIcmpInfoNative)(JNIEnv *env, jobject, jobject icmp) {
 }
 
 JNIEXPORT jint NATIVE(setIcmpInfoNative)(JNIEnv *env, jobject, jobject icmp) {
-    if (!required(env, icmp, "icmp"))
+    if (!requireObject(env, icmp, "icmp"))
         return kStatusOther;
     fromJava(env, icmp, "iGotIcmpResp", ucb.icmp.gotResponse);
     fromJava(env, icmp, "iIcmpRespAddr", ucb.icmp.responseAddress);

@@ -5,7 +5,6 @@
 #include "library/support/CMNImpUtils.h"
 
 #include <cstdio>
-#include <cstring>
 
 using namespace rk;
 
@@ -86,8 +85,8 @@ JNIEXPORT jstring NATIVE(getConnectionInfoNative)(JNIEnv *env, jobject, jint q1,
     ReportText report;
     if (!openReport(report, kReportBytes))
         return nullptr;
-    fputs(kBanner, stdout); // not a part of the text, on purpose
-    fflush(stdout);
+    std::fputs(kBanner, stdout); // not a part of the text, on purpose
+    std::fflush(stdout);
     const ConnectionListRecord &record = ucb.connections;
     appendLine(report, "Number of connection records = %d\n", record.count);
     appendLine(report, "Num nps = %d\n", record.npsCount);

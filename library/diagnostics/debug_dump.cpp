@@ -85,7 +85,7 @@ void appendAddress(ReportText &report, const char *format, uint32_t address) {
 // A line with a name that may lack its terminator.
 template <std::size_t Size> void appendNamed(ReportText &report, const char *format, const char (&name)[Size]) {
     char text[Size + 1];
-    memcpy(text, name, Size);
+    std::memcpy(text, name, Size);
     text[Size] = '\0';
     appendLine(report, format, text);
 }
@@ -201,7 +201,7 @@ template <typename Entry> const Entry *next(Cursor &cursor) {
 } // namespace
 
 int32_t printBytesInformation() {
-    memset(ucb.bytes + sizeof(CommandHeader), 0, kWireBytes); // 16 bytes past the wire size: the storage has them
+    std::memset(ucb.bytes + sizeof(CommandHeader), 0, kWireBytes); // 16 bytes past the wire size: the storage has them
     if (const int32_t status = send(ucb.header, Command::readByteCounters, kWireBytes); status != 0)
         return status;
     int32_t converted = 0;

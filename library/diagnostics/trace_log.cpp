@@ -21,10 +21,10 @@ constexpr int64_t kHeadSlack = 1024; // the tail has none, on purpose: not even 
 
 // Appends to a text of `size` bytes what fits, with its terminator.
 void append(char *text, std::size_t size, const char *addition, std::size_t length) {
-    const std::size_t used = strlen(text);
+    const std::size_t used = std::strlen(text);
     const std::size_t room = size - used - 1;
     const std::size_t within = length < room ? length : room;
-    memcpy(text + used, addition, within);
+    std::memcpy(text + used, addition, within);
     text[used + within] = '\0';
 }
 
@@ -35,7 +35,7 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
     if (size <= 0)
         return nullptr;
     const auto bytes = static_cast<std::size_t>(size);
-    const HeapBlock<char> block(static_cast<char *>(malloc(bytes)));
+    const HeapBlock<char> block(static_cast<char *>(std::malloc(bytes)));
     char *text = block.get();
     if (text == nullptr)
         return nullptr;

@@ -7,7 +7,7 @@
 using namespace rk;
 
 JNIEXPORT jint NATIVE(getHAInfoNative)(JNIEnv *env, jobject, jobject status) {
-    if (!required(env, status, "haStatus"))
+    if (!requireObject(env, status, "haStatus"))
         return kStatusOther;
     HaStatusRecord &record = ucb.haStatus;
     record.address = networkAddress(intFromJava(env, status, "haFsmAddress"));

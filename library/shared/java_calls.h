@@ -7,16 +7,16 @@
 namespace rk {
 
 // True when the helper found its method (status 0) and the method did not throw.
-inline bool succeeded(JNIEnv *env, int32_t status) {
+inline bool hasSucceeded(JNIEnv *env, int32_t status) {
     return !env->ExceptionCheck() && status == 0;
 }
 
 inline bool callInt(JNIEnv *env, jobject obj, const char *name, jint &value) {
-    return succeeded(env, GetIntFromJavaMethod(env, obj, name, &value));
+    return hasSucceeded(env, GetIntFromJavaMethod(env, obj, name, &value));
 }
 
 inline bool callWithInt(JNIEnv *env, jobject obj, const char *name, jint value) {
-    return succeeded(env, SetIntJavaMethod(env, obj, name, value));
+    return hasSucceeded(env, SetIntJavaMethod(env, obj, name, value));
 }
 
 } // namespace rk

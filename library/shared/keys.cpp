@@ -38,10 +38,10 @@ int32_t ruleNameFromJava(JNIEnv *env, jobject rule, char (&name)[21]) {
     const Characters characters(env, string.reference);
     if (characters.text == nullptr)
         return kStatusBadRuleName;
-    const std::size_t length = strlen(characters.text);
+    const std::size_t length = std::strlen(characters.text);
     if (length >= sizeof(name))
         return kStatusBadRuleName;
-    memcpy(name, characters.text, length + 1);
+    std::memcpy(name, characters.text, length + 1);
     return 0;
 }
 

@@ -23,7 +23,8 @@ HeapBlock<Block> allocateBlock(int32_t count, Entries entries = Entries::zeroed)
     if (count < 0 || size > UINT32_MAX)
         return nullptr;
     const auto bytes = static_cast<std::size_t>(size);
-    HeapBlock<Block> block(static_cast<Block *>(entries == Entries::zeroed ? calloc(1, bytes) : malloc(bytes)));
+    HeapBlock<Block> block(
+        static_cast<Block *>(entries == Entries::zeroed ? std::calloc(1, bytes) : std::malloc(bytes)));
     if (block != nullptr) {
         *block = {};
         block->header.length = static_cast<uint32_t>(size);

@@ -15,7 +15,7 @@ constexpr std::size_t kTextFieldMost = 256;
 // Copies a text field that may lack its terminator.
 void terminate(char (&text)[kTextFieldMost + 1], const char *field, std::size_t size) {
     const std::size_t length = strnlen(field, size < kTextFieldMost ? size : kTextFieldMost);
-    memcpy(text, field, length);
+    std::memcpy(text, field, length);
     text[length] = '\0';
 }
 
@@ -74,7 +74,7 @@ void copyString(JNIEnv *env, jstring string, char *field) {
     const auto room = static_cast<std::size_t>(reinterpret_cast<char *>(&ucb + 1) - field);
     const std::size_t length = characters.text == nullptr ? 0 : strnlen(characters.text, room - 1);
     if (length > 0)
-        memcpy(field, characters.text, length);
+        std::memcpy(field, characters.text, length);
     field[length] = '\0';
 }
 
@@ -172,7 +172,7 @@ int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const ch
     const Characters characters(env, string.reference);
     if (characters.text == nullptr)
         return missing;
-    if (strlen(characters.text) > kIdentifierMost)
+    if (std::strlen(characters.text) > kIdentifierMost)
         return tooLong;
     toJava(env, obj, keyName, keyOfCharacters(characters.text));
     return 0;

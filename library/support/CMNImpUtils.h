@@ -132,7 +132,7 @@ jstring stringFromJava(JNIEnv *env, jobject obj, const char *name);
 uint32_t keyOfCharacters(const char *text);
 
 // True when `object` is not null; otherwise a NullPointerException that names it is left pending.
-bool required(JNIEnv *env, jobject object, const char *name);
+bool requireObject(JNIEnv *env, jobject object, const char *name);
 
 // A report that is built by appending: the text of appendbuffer with its length kept beside, so that a long report is
 // built in linear time.

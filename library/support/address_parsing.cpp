@@ -70,7 +70,7 @@ int32_t ip_stol(const char *text, uint32_t *address) {
         if (*address != INADDR_NONE)
             return 0;
     } else if (const hostent *host = gethostbyname(text); host != nullptr) {
-        memcpy(address, host->h_addr_list[0], sizeof(*address));
+        std::memcpy(address, host->h_addr_list[0], sizeof(*address));
         return 0;
     }
     errno = EINVAL;
@@ -85,7 +85,7 @@ int32_t JStringFieldToAddr(JNIEnv *env, jobject obj, const char *name, uint32_t 
 
 int32_t getAddress(uint32_t address, char *text) {
     uint8_t octets[4];
-    memcpy(octets, &address, sizeof(octets));
+    std::memcpy(octets, &address, sizeof(octets));
     // Reports carry many addresses, and sprintf would take most of an address's time.
     char *end = text;
     for (const uint8_t octet : octets) {

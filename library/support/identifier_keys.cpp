@@ -1,6 +1,7 @@
 // Identifiers as 32-bit keys. Executors keep keys made earlier, so the arithmetic is fixed bit for bit.
-#include "library/native.h"
 #include "library/support/CMNImpUtils.h"
+
+#include "library/native.h"
 #include "library/support/owners.h"
 
 uint16_t prv_ausCRCTable[256];

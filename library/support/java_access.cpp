@@ -20,7 +20,7 @@ constexpr char kString[] = "Ljava/lang/String;";
 template <typename Array> Array arrayOf(JNIEnv *env, jobject obj, const char *name, jfieldID field) {
     const auto array = static_cast<Array>(env->GetObjectField(obj, field));
     if (field != nullptr)
-        rk::required(env, array, name);
+        rk::requireObject(env, array, name);
     return array;
 }
 
@@ -191,7 +191,7 @@ jstring rk::stringFromJava(JNIEnv *env, jobject obj, const char *name) {
     return GetJavaStringField(env, obj, name, &string);
 }
 
-bool rk::required(JNIEnv *env, jobject object, const char *name) {
+bool rk::requireObject(JNIEnv *env, jobject object, const char *name) {
     if (object != nullptr)
         return true;
     if (!env->ExceptionCheck()) {

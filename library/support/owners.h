@@ -42,7 +42,7 @@ struct Characters {
 // A block of the heap, or null.
 struct FreeBlock {
     void operator()(void *block) const {
-        free(block);
+        std::free(block);
     }
 };
 template <typename Type> using HeapBlock = std::unique_ptr<Type, FreeBlock>;

@@ -18,12 +18,12 @@ constexpr std::size_t kGrowth = 10001; // what a report that must grow gets beyo
 int32_t appendAt(char **text, std::size_t length, const char *addition, std::size_t additionLength, std::size_t *size) {
     if (length + additionLength + 1 > *size) {
         *size = length + additionLength + kGrowth;
-        char *grown = static_cast<char *>(realloc(*text, *size));
+        char *grown = static_cast<char *>(std::realloc(*text, *size));
         if (grown == nullptr)
             return -1;
         *text = grown;
     }
-    memcpy(*text + length, addition, additionLength + 1);
+    std::memcpy(*text + length, addition, additionLength + 1);
     return 0;
 }
 
@@ -46,7 +46,7 @@ char *endToken(char *text, char separator) {
 } // namespace
 
 int32_t appendbuffer(char **text, const char *addition, std::size_t *size) {
-    return appendAt(text, strlen(*text), addition, strlen(addition), size);
+    return appendAt(text, std::strlen(*text), addition, std::strlen(addition), size);
 }
 
 int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth) {
@@ -57,20 +57,20 @@ int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth) {
             return -1; // a list that ends in a separator has no last token: none of it counts, on purpose
         rest = endToken(rest, separator);
     }
-    *tokens = static_cast<char **>(calloc(static_cast<std::size_t>(count), sizeof(char *)));
+    *tokens = static_cast<char **>(std::calloc(static_cast<std::size_t>(count), sizeof(char *)));
     if (*tokens == nullptr)
         return rk::kStatusOutOfMemory;
     char *token = list;
     for (int32_t i = depth; i < count; ++i) {
         token = skip(token, separator);
         (*tokens)[i] = token;
-        token += strlen(token) + 1;
+        token += std::strlen(token) + 1;
     }
     return count;
 }
 
 bool rk::openReport(ReportText &report, std::size_t size) {
-    report = {static_cast<char *>(malloc(size)), size, 0};
+    report = {static_cast<char *>(std::malloc(size)), size, 0};
     if (report.text == nullptr)
         return false;
     report.text[0] = '\0';
@@ -78,12 +78,12 @@ bool rk::openReport(ReportText &report, std::size_t size) {
 }
 
 void rk::closeReport(ReportText &report) {
-    free(report.text);
+    std::free(report.text);
     report = {};
 }
 
 int32_t rk::appendText(ReportText &report, const char *addition) {
-    const std::size_t additionLength = strlen(addition);
+    const std::size_t additionLength = std::strlen(addition);
     // The size that could not be had must not be believed by the next line: dumps go on after a failed one.
     std::size_t size = report.size;
     const int32_t status = appendAt(&report.text, report.length, addition, additionLength, &size);
@@ -95,16 +95,16 @@ int32_t rk::appendText(ReportText &report, const char *addition) {
 }
 
 int32_t rk::appendLine(ReportText &report, const char *format, ...) {
-    va_list arguments;
+    std::va_list arguments;
     va_start(arguments, format);
     int32_t status = 0;
     if (report.size - report.length >= kLineBytes) { // formatted in place, long reports being mostly lines
         char *line = report.text + report.length;
-        vsnprintf(line, kLineBytes, format, arguments);
-        report.length += strlen(line); // less than was printed when a character is 0: the line ends there
+        std::vsnprintf(line, kLineBytes, format, arguments);
+        report.length += std::strlen(line); // less than was printed when a character is 0: the line ends there
     } else {
         char line[kLineBytes];
-        vsnprintf(line, sizeof(line), format, arguments);
+        std::vsnprintf(line, sizeof(line), format, arguments);
         status = appendText(report, line);
     }
     va_end(arguments);
