@@ -7,11 +7,11 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace rk {
@@ -23,15 +23,23 @@ struct Address {
     AddressFamily family = AddressFamily::none; // none: there is no address
     std::array<uint8_t, 16> bytes{};
 
-    auto operator<=>(const Address &) const = default;
+    bool operator==(const Address &) const = default;
 };
+
+inline bool operator<(const Address &one, const Address &other) {
+    return std::tie(one.family, one.bytes) < std::tie(other.family, other.bytes);
+}
 
 struct Endpoint {
     Address address;
     uint16_t port = 0;
 
-    auto operator<=>(const Endpoint &) const = default;
+    bool operator==(const Endpoint &) const = default;
 };
+
+inline bool operator<(const Endpoint &one, const Endpoint &other) {
+    return std::tie(one.address, one.port) < std::tie(other.address, other.port);
+}
 
 enum class Transport : uint8_t { tcp, udp };
 
@@ -46,8 +54,12 @@ struct PoolId {
     Transport transport = Transport::tcp;
     std::optional<std::string> rule; // the rule that leads to the pool, its name as it came; none: the port's own pool
 
-    auto operator<=>(const PoolId &) const = default;
+    bool operator==(const PoolId &) const = default;
 };
+
+inline bool operator<(const PoolId &one, const PoolId &other) {
+    return std::tie(one.port, one.transport, one.rule) < std::tie(other.port, other.transport, other.rule);
+}
 
 // How what a client sends gets to the servers.
 enum class Method : uint8_t {
@@ -78,7 +90,7 @@ struct PoolSettings {
     int32_t affinityType = 0; // by what clients stick, the executor gives the number no meaning
     std::string cookieName;   // empty: clients do not stick by cookie. Any bytes but zero
 
-    auto operator<=>(const PoolSettings &) const = default;
+    bool operator==(const PoolSettings &) const = default;
 };
 
 // Why a server gets no connections.
@@ -106,7 +118,7 @@ struct PoolServer {
     std::string cookieValue;       // empty: none. Any bytes but zero
     std::string cloneId;           // likewise
 
-    auto operator<=>(const PoolServer &) const = default;
+    bool operator==(const PoolServer &) const = default;
 };
 
 // Whether new connections may go to the server.
@@ -145,7 +157,7 @@ struct Selector {
     uint8_t serviceBitsSet = 0;
     std::string pattern; // any bytes but zero
 
-    auto operator<=>(const Selector &) const = default;
+    bool operator==(const Selector &) const = default;
 };
 
 // A client that the manager has bound to a server of the port, whatever the selectors say. While the server is not
@@ -154,7 +166,7 @@ struct BoundClient {
     Address client;
     uint32_t serverKey = 0;
 
-    auto operator<=>(const BoundClient &) const = default;
+    bool operator==(const BoundClient &) const = default;
 };
 
 // What belongs to a port and to none of its pools.
@@ -177,7 +189,7 @@ struct PlanSettings {
     uint32_t cookieLifetime = 0;   // 0: as long as the browser runs
     std::array<uint32_t, 8> attackParameters{}; // the first: most half-open connections of one client; 0: no limit
 
-    auto operator<=>(const PlanSettings &) const = default;
+    bool operator==(const PlanSettings &) const = default;
 };
 
 // How many there are of what makes a setting of the whole machine.
