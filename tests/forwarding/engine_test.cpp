@@ -315,6 +315,175 @@ TEST(Features, thatAreNotDoneAreToldOnce) {
     EXPECT_EQ(log.find("other types"), log.rfind("other types"));
 }
 
+// What a command asks for of an engine that does nothing of all that.
+TEST(Features, areKnownByTheirSettings) {
+    struct FeatureCase {
+        const char *name; // in the log
+        std::function<int32_t(ExecutorState &state)> command;
+    };
+    const auto port = [](void (*change)(PortRecord & record)) {
+        return [change](ExecutorState &state) {
+            PortRecord record = changePortRequest(80);
+            change(record);
+            return perform(state, record);
+        };
+    };
+    const auto server = [](void (*change)(ServerRecord & record)) {
+        return [change](ExecutorState &state) {
+            ServerRecord record = changeServerRequest(80, 1);
+            change(record);
+            return perform(state, record);
+        };
+    };
+    const auto rule = [](int32_t type, int32_t begin) {
+        return [type, begin](ExecutorState &state) {
+            return perform(state, addRuleRequest(80, "r", type, begin, begin, 5));
+        };
+    };
+    const FeatureCase cases[] = {
+        {"UDP", port([](PortRecord &r) { set(r.setType, r.type, kPortTypeTcpAndUdp); })},
+        {"UDP", port([](PortRecord &r) { set(r.setType, r.type, kPortTypeUdp); })},
+        {"link level (packets are translated)",
+         port([](PortRecord &r) { set(r.setMethod, r.method, kMethodLinkLevel); })},
+        {"content (connections are spread unread)",
+         port([](PortRecord &r) { set(r.setMethod, r.method, kMethodContent); })},
+        {"half-open limits", port([](PortRecord &r) { set(r.setMaxHalfOpen, r.maxHalfOpen, 1); })},
+        {"replication", port([](PortRecord &r) { set(r.setReplicate, r.replicate, 1); })},
+        {"resets", port([](PortRecord &r) { set(r.setSendReset, r.sendReset, 1); })},
+        {"cross ports", port([](PortRecord &r) { set(r.setCrossPort, r.crossPort, rk::port(443)); })},
+        {"second listeners", server([](ServerRecord &r) {
+             setListeners(r, {{"10.2.0.11"}, {"10.2.0.12"}});
+         })},
+        {"return addresses",
+         server([](ServerRecord &r) { set(r.setReturnAddress, r.returnAddress, address("10.9.0.1")); })},
+        {"sticky servers", server([](ServerRecord &r) { set(r.setSticky, r.sticky, 1); })},
+        {"connection rates", server([](ServerRecord &r) { set(r.setCpsMaximum, r.cpsMaximum, 1); })},
+        {"cookies", server([](ServerRecord &r) {
+             r.setCookieValue = 1;
+             setText(r.cookieValue, "c");
+         })},
+        {"cookies",
+         [](ExecutorState &state) {
+             RuleRecord record = addRuleRequest(80, "r", 0, 0, 0, 5);
+             record.setCookieName = 1;
+             setText(record.cookieName, "c");
+             return perform(state, record);
+         }},
+        {"rules by time", rule(2, 1)},
+        {"rules by time", rule(4, 1)},
+        {"rules by type of service", rule(7, 0)},
+        {"rules of other types", rule(5, 0)},
+        {"rules of other types", rule(2, 24)}, // never
+        {"port 0", [](ExecutorState &state) { return perform(state, addPortRequest(0)); }},
+        {"attack protection",
+         [](ExecutorState &state) {
+             AttackProtectionRecord record{};
+             record.header = {Command::setAttackProtection, 0, 0, sizeof record};
+             record.parameters[7] = 1;
+             return perform(state, record);
+         }},
+        {"shared bandwidth",
+         [](ExecutorState &state) {
+             ExecutorSettingsRecord record{};
+             record.header = {Command::writeExecutorSettings, 0, 0, sizeof record};
+             set(record.setSharedBandwidth, record.sharedBytesPerSecond, 1);
+             return perform(state, record);
+         }},
+        {"shared bandwidth",
+         [](ExecutorState &state) {
+             ClusterRecord record = newCluster(7, "other", "10.1.0.7");
+             set(record.setSharedBandwidth, record.sharedBytesPerSecond, 1);
+             return perform(state, record);
+         }},
+        {"shared bandwidth",
+         [](ExecutorState &state) {
+             ClusterRecord record{};
+             record.header = {Command::writeClusterSettings, 0, 0, sizeof record};
+             record.clusterKey = kCluster;
+             set(record.setSharedBandwidth, record.sharedBytesPerSecond, 1);
+             return perform(state, record);
+         }},
+    };
+    for (const FeatureCase &each : cases) {
+        World world;
+        begin(world, 0);
+        startFarm(world.state);
+        ASSERT_EQ(perform(world.state, addPortRequest(80)), 0);
+        ASSERT_EQ(perform(world.state, addPortRequest(443)), 0);
+        ASSERT_EQ(perform(world.state, addServerRequest(80, 1, "10.2.0.11")), 0);
+        world.state.trace.length = 0;
+        ASSERT_EQ(each.command(world.state), 0) << each.name;
+        EXPECT_EQ(lastLineOf(world.state),
+                  std::string("forwarding: kept, and not done by the fake engine: ") + each.name);
+        expectInForce(world);
+    }
+}
+
+TEST(Features, ofARouterMatterAtLinkLevel) {
+    World world;
+    begin(world, kAll & ~bitOf(Feature::tunnel));
+    startFarm(world.state);
+    ASSERT_EQ(perform(world.state, addPortRequest(80)), 0);
+    ServerRecord server = addServerRequest(80, 1, "10.2.0.11");
+    set(server.setRouterAddress, server.routerAddress, address("10.9.0.1"));
+    world.state.trace.length = 0;
+    ASSERT_EQ(perform(world.state, server), 0);
+    EXPECT_EQ(textOf(world.state.trace), "");
+    ASSERT_EQ(perform(world.state, addPortRequest(81, kPortTypeTcp, kMethodLinkLevel)), 0);
+    server.port = port(81);
+    ASSERT_EQ(perform(world.state, server), 0);
+    EXPECT_EQ(lastLineOf(world.state), "forwarding: kept, and not done by the fake engine: router addresses");
+}
+
+// --- Beginning with what there is ------------------------------------------------------------------------------------
+
+class Beginning : public testing::Test {
+protected:
+    void SetUp() override {
+        startFarm(world.state);
+        ASSERT_EQ(perform(world.state, addPortRequest(80)), 0);
+        ASSERT_EQ(perform(world.state, addServerRequest(80, 1, "10.2.0.11")), 0);
+        ASSERT_EQ(perform(world.state, addRuleRequest(80, "r", 0, 0, 0, 5)), 0);
+        addMember(world.state, 80, "r", 1);
+        ASSERT_EQ(directClient(world.state, 80, "10.7.0.1", 1), 0);
+        world.forwarding.engine = engineOf(world.fake);
+    }
+
+    World world;
+};
+
+TEST_F(Beginning, forwardsWhatThereIs) {
+    LogText words;
+    ASSERT_TRUE(beginForwarding(world.state, world.forwarding, words)) << words.text;
+    expectInForce(world);
+    EXPECT_EQ(world.fake.inForce.size(), 6U); // two pools with a server each, a selector, a client
+}
+
+TEST_F(Beginning, isRefusedAtEveryStep) {
+    int refusals = 0;
+    for (bool isDone = false; !isDone; ++refusals) {
+        world.fake.refusedStep = refusals;
+        LogText words;
+        isDone = beginForwarding(world.state, world.forwarding, words);
+        if (!isDone) {
+            EXPECT_EQ(world.state.forwarding, nullptr);
+            EXPECT_EQ(world.fake.inForce, std::set<std::string>{});
+            EXPECT_EQ(words.text, "step " + std::to_string(refusals) + " is refused");
+        }
+    }
+    EXPECT_EQ(refusals, 8); // six things and the settings, and the one that was done
+    world.fake.refusedStep = kNever;
+    expectInForce(world);
+}
+
+TEST_F(Beginning, isRefusedWithAServerThatCannotBe) {
+    ASSERT_EQ(perform(world.state, addServerRequest(80, 2, "10.1.0.1")), 0);
+    LogText words;
+    EXPECT_FALSE(beginForwarding(world.state, world.forwarding, words));
+    EXPECT_STREQ(words.text, "server 10.1.0.1 would have the cluster's own address");
+    EXPECT_EQ(world.fake.changes, 0);
+}
+
 // --- Any commands in any order ---------------------------------------------------------------------------------------
 
 // Small worlds, so that commands meet: few keys, few addresses.

@@ -154,6 +154,29 @@ TEST_F(TrafficTest, ofAServerTellsTheTransportsApart) {
     EXPECT_EQ(weights.entry(1).activeConnections, 0);
 }
 
+TEST_F(TrafficTest, isAddedUpInAllItsParts) {
+    Counts one;
+    one.totals = {1, 2, 3, 4, 5};
+    one.active = 6;
+    one.finished = 7;
+    one.connectionsPerSecond = 8;
+    one.bytesPerSecond = 9;
+    world.fake.poolCounts[poolId(80, Transport::tcp)] = one;
+    world.fake.poolCounts[poolId(80, Transport::udp)] = one;
+    const Cluster &cluster = world.state.executor.clusters.byKey.at(kCluster);
+    Counts sum;
+    ASSERT_TRUE(readCounts(Traffic{&world.forwarding}, cluster, cluster.ports.byKey.at(80), sum));
+    EXPECT_EQ(sum.totals.connections, 2U);
+    EXPECT_EQ(sum.totals.packetsIn, 4U);
+    EXPECT_EQ(sum.totals.packetsOut, 6U);
+    EXPECT_EQ(sum.totals.bytesIn, 8U);
+    EXPECT_EQ(sum.totals.bytesOut, 10U);
+    EXPECT_EQ(sum.active, 12U);
+    EXPECT_EQ(sum.finished, 14U);
+    EXPECT_EQ(sum.connectionsPerSecond, 16U);
+    EXPECT_EQ(sum.bytesPerSecond, 18U);
+}
+
 TEST_F(TrafficTest, ofARuleIsHowOftenItFired) {
     world.fake.poolCounts[poolId(80, Transport::tcp, "r")] = countsOf(30, 3, 0, 2, 200);
     world.fake.poolCounts[poolId(80, Transport::udp, "r")] = countsOf(4, 1, 0, 1, 20);
