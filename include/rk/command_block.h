@@ -1,4 +1,4 @@
-// The command block: one buffer that can be seen as any of the records that travel in it.
+// The command block: one buffer for all records that travel in it.
 #pragma once
 
 #include "rk/cluster_records.h"
@@ -13,8 +13,8 @@
 
 namespace rk {
 
-// Server-directed affinity may carry 3000 entries of 32 bytes behind a 48-byte head, more than the wire size; the
-// storage has room for them, so that nothing that the library fills runs past its end.
+// Server-directed affinity may carry 3000 entries of 32 bytes behind a 48-byte head, which is more than the wire size.
+// The storage has room for them, so that the library never writes past its end.
 inline constexpr std::size_t kStorageBytes = sizeof(AffinityRecord) + kAffinities * sizeof(AffinityEntry);
 
 union CommandBlock {

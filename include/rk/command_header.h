@@ -77,7 +77,7 @@ enum class Command : int32_t {
     dumpAffinityLists = 86,
 };
 
-// What an executor exchanges at most in the shared block.
+// The most bytes of the shared block that travel.
 inline constexpr std::size_t kWireBytes = 64016;
 
 struct CommandHeader {
@@ -92,7 +92,7 @@ RK_AT(CommandHeader, result, 4);
 RK_AT(CommandHeader, reason, 8);
 RK_AT(CommandHeader, length, 12);
 
-// Entries of a block whose length goes by their number: they follow its fixed part directly.
+// The entries of a block, which follow its fixed part directly; the length word depends on their number.
 template <typename Entry, typename Block> Entry *entriesOf(Block *block) {
     static_assert(sizeof(Block) % alignof(Entry) == 0);
     return reinterpret_cast<Entry *>(block + 1);

@@ -103,8 +103,8 @@ RK_AT(ServerRecord, cookieValue, 1745);
 RK_AT(ServerRecord, setCloneId, 1845);
 RK_AT(ServerRecord, cloneId, 1846);
 
-// Commands addServerToRule and removeServerFromRule: the server record's keys, with the rule's name in a stretch that
-// the server commands leave alone.
+// Commands addServerToRule and removeServerFromRule: the keys of the server record, and the rule's name in bytes that
+// the server commands do not use.
 struct RuleMembershipRecord {
     CommandHeader header;
     uint8_t unused_16[68];

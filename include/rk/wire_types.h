@@ -1,8 +1,8 @@
 // The value types of the command records.
 //
-// A record travels between two programs on one host, so plain integers are in host byte order. What is not a plain
-// integer has a type of its own here: the compiler then keeps the orders apart, and picks the right conversion between
-// a record field and the Java field that belongs to it.
+// A record travels between two programs on one host, so its plain integers are in host byte order. Other values have
+// types of their own here, so that the compiler keeps byte orders apart and picks the conversion between a record field
+// and its Java field.
 #pragma once
 
 #include <cstddef>
@@ -30,9 +30,9 @@ struct SplitInt64 {
 static_assert(sizeof(NetworkAddress) == 4);
 static_assert(sizeof(NetworkPort) == 2);
 static_assert(sizeof(SplitInt64) == 8);
-static_assert(alignof(SplitInt64) == 4); // it stands at offsets that a native 64-bit integer may not have
+static_assert(alignof(SplitInt64) == 4); // records have it at offsets where a native 64-bit integer cannot be
 
-// Host-order numbers of what travels in network byte order, and back.
+// From network byte order to host byte order, and back.
 inline constexpr bool kHostIsLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
 
 constexpr uint32_t toHost(NetworkAddress address) {
@@ -53,5 +53,5 @@ constexpr NetworkPort toNetworkPort(uint16_t number) {
 
 } // namespace rk
 
-// Pins where a field of a record stands, counted from the start of the block.
+// Checks the offset of a record's field, counted from the start of the block.
 #define RK_AT(Record, field, offset) static_assert(offsetof(Record, field) == (offset))

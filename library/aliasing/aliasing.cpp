@@ -1,4 +1,4 @@
-// Cluster addresses on the machine's network interfaces, as aliases, with the system's own tool.
+// Puts cluster addresses on the machine's network interfaces as aliases, with the system's own tool.
 #include "library/aliasing/interface_list.h"
 #include "library/native.h"
 #include "library/shared/settings.h"
@@ -14,9 +14,9 @@ using namespace rk;
 namespace {
 
 constexpr std::size_t kNameBytes = 100;    // of names, addresses and masks, terminator included
-constexpr std::size_t kCommandBytes = 512; // room for three of them and what stands around
+constexpr std::size_t kCommandBytes = 512; // room for three of them and the rest of a command
 
-// Only plain names, addresses and masks reach the shell. What begins with "-" would be an option of the tool.
+// Only plain names, addresses and masks reach the shell. The tool would take a text that begins with "-" for an option.
 bool isPlain(const char *text) {
     constexpr char kPlain[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:_-";
     const std::size_t length = std::strlen(text);
@@ -34,7 +34,7 @@ struct FieldText {
     const char *const text;
 };
 
-// What an address that does not parse counts as; no interface carries it.
+// Stands for an address that does not parse. No interface can carry it.
 constexpr uint32_t kNoAddress = 0xFFFFFFFF;
 
 // The address of the object, in host byte order.
@@ -54,18 +54,18 @@ AliasName aliasOf(uint32_t address) {
     if (address != kNoAddress)
         getInterface(0, address, alias.text);
     else
-        refreshInterfaceList(); // every call leaves a list that is new, also one that finds nothing in it
+        refreshInterfaceList(); // every call reads the list anew, also one that finds nothing in it
     return alias;
 }
 
-// The same for the address of the object, whose text is read as all methods read it.
+// The same for the address of the object. Like every method, it reads the text of the address too.
 AliasName aliasOf(JNIEnv *env, jobject config) {
     const uint32_t address = addressOf(env, config);
     const FieldText text(env, config, "Address");
     return aliasOf(address);
 }
 
-// An address that is to be configured: in host byte order, its text, and the alias that has carried it so far.
+// The address that is to be configured, in host byte order and as text, and the alias that carries it already.
 struct Target {
     uint32_t address;
     const char *text;
@@ -76,7 +76,8 @@ bool isConfigured(const Target &target) {
     return target.alias[0] != '\0';
 }
 
-// Puts the address on an interface: on the alias that had it before, on the alias that is named, or on a new alias.
+// Puts the address on the alias that carried it before, on the alias that is named, or on a new alias of the interface.
+// Returns the status of the command, or kStatusNoInterface when no alias is free.
 int32_t configureOn(const Target &target, const char *interface, const char *netmask) {
     const int32_t alias = isConfigured(target) ? 0 : getAlias(interface);
     if (alias == -1)
@@ -93,14 +94,14 @@ int32_t configureOn(const Target &target, const char *interface, const char *net
     return std::system(command);
 }
 
-// Takes an address that an alias carries off it, to put it there again; that it goes up is what counts.
+// Takes the address off the alias that carries it, if any. Only the command that puts it back tells an outcome.
 void takeOff(JNIEnv *env, jobject interface, jobject config, const Target &target) {
     if (isConfigured(target))
         (void)NATIVE(unconfigureAddressNative)(env, interface, config);
 }
 
-// On the interface that the object names. Its texts are looked at before anything runs, so that a refusal leaves an
-// address that is up as it is.
+// Configures the address on the interface that the object names. All texts are checked before anything runs, so that a
+// refusal leaves an address that is up as it is.
 int32_t configureAsProvided(JNIEnv *env, jobject interface, jobject config, const Target &target) {
     const FieldText name(env, config, "InterfaceName");
     const FieldText netmask(env, config, "NetMask");
@@ -110,7 +111,7 @@ int32_t configureAsProvided(JNIEnv *env, jobject interface, jobject config, cons
     return configureOn(target, name.text, netmask.text);
 }
 
-// On the interface that the executor's list has on the address's subnet.
+// Configures the address on the interface that the executor's list has on its subnet.
 int32_t configureFromList(JNIEnv *env, jobject interface, jobject config, const Target &target) {
     takeOff(env, interface, config, target);
     const InterfaceRecord *record =

@@ -12,9 +12,9 @@ InterfaceList TheInterfaceList;
 
 namespace {
 
-constexpr int kAliasNumbers = 100; // 0 to 99; 0 is never handed out
+constexpr int kAliasNumbers = 100; // 0 to 99; 0 is never given out
 
-// A record's name, with the terminator that the executor may have left out.
+// A record's name with a terminator, which the executor may have left out.
 struct Name {
     char text[sizeof(InterfaceRecord::name) + 1];
 };
@@ -49,7 +49,7 @@ void refreshInterfaceList() {
 
 void printInterfaceList() {
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i)
-        ; // a record a turn, for a breakpoint
+        ; // visits a record
 }
 
 int32_t copyInterfaceList(JNIEnv *env, jobject, jobject javaList, const InterfaceList *list) {
@@ -111,7 +111,7 @@ void getNetmaskStr(const char *name, char *text) {
     }
 }
 
-// The list as it stands: setInterfacesNative reads it anew.
+// Does not refresh the list; setInterfacesNative does.
 JNIEXPORT jint NATIVE(getNicAddrNative)(JNIEnv *, jobject, jint address, jint which) {
     for (int i = 0; i < recordsOf(TheInterfaceList); ++i) {
         const InterfaceRecord &record = TheInterfaceList.records[i];
@@ -127,7 +127,7 @@ JNIEXPORT void NATIVE(setInterfacesNative)(JNIEnv *, jobject, jobject) {
     refreshInterfaceList();
 }
 
-// Reserved: fills nothing.
+// Reserved. Fills nothing.
 JNIEXPORT jint NATIVE(getInterfaceListNative)(JNIEnv *, jobject, jobject, jobject) {
     return -1;
 }

@@ -17,7 +17,7 @@ int32_t EXC_is_loaded() {
     hQelPd = open(rk::kExecutorDevice, O_RDWR);
     if (hQelPd == -1)
         return 0;
-    // Programs that the server starts must not hold the device. Set beside, since these are the flags of open.
+    // Programs that the server starts must not hold the device. It is opened with O_RDWR alone, so this comes after.
     fcntl(hQelPd, F_SETFD, FD_CLOEXEC);
     return 1;
 }

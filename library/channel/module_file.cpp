@@ -1,5 +1,6 @@
-// The executor is installed as two module files, for kernels with one processor and with several; the generic name is a
-// link to the one that fits. No native method does this: it is for programs that install the executor.
+// The executor is installed as two module files, one for kernels with a single processor and one for kernels with
+// several. The generic name is a link to the file that suits the kernel. No native method makes it; programs that
+// install the executor do.
 #include "library/channel/module_file.h"
 
 #include <cstdio>
@@ -13,7 +14,7 @@ constexpr int32_t kModeUnlink = 2;
 
 constexpr char kGenericName[] = "/opt/qel/brev/xw/servers/bin/qelrk";
 
-// Runs a command and returns the first byte that it prints; -1 when it cannot be run or prints nothing.
+// Runs a command. Returns the first byte that it prints, or -1 when it cannot be run or prints nothing.
 int firstByteOf(const char *command) {
     std::FILE *pipe = popen(command, "r");
     if (pipe == nullptr)
@@ -24,7 +25,7 @@ int firstByteOf(const char *command) {
     return read ? byte : -1;
 }
 
-// Runs a command to its end; what comes of it does not matter.
+// Runs a command to its end. Its outcome does not matter.
 void run(const char *command) {
     std::FILE *pipe = popen(command, "r");
     if (pipe != nullptr)

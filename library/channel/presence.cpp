@@ -1,4 +1,4 @@
-// Is the executor there, and which limits has it: native methods that send no command.
+// Native methods that tell of the executor without sending it a command: whether it is there, and which limits it has.
 #include "library/channel/channel.h"
 #include "library/native.h"
 #include "rk/device.h"
@@ -10,7 +10,7 @@ JNIEXPORT jint NATIVE(isLoadedNative)(JNIEnv *, jobject) {
     return EXC_is_loaded();
 }
 
-// A descriptor of its own, so that a probe never opens or closes the command channel.
+// Probes with a descriptor of its own, so that the command channel stays as it is.
 JNIEXPORT jint NATIVE(linuxUpNative)(JNIEnv *, jobject) {
     const int probe = open(rk::kExecutorDevice, O_RDONLY);
     if (probe == -1)
@@ -19,7 +19,7 @@ JNIEXPORT jint NATIVE(linuxUpNative)(JNIEnv *, jobject) {
     return 1;
 }
 
-// Platforms on which this library does not run: their executor is not running.
+// This library does not run on these platforms, so no executor runs on them either.
 JNIEXPORT jint NATIVE(solarisUpNative)(JNIEnv *, jobject) {
     return 0;
 }
@@ -33,7 +33,7 @@ JNIEXPORT jstring NATIVE(ScriptPrefixNative)(JNIEnv *env, jobject) {
     return env->NewStringUTF(prefix);
 }
 
-// The close reports no outcome, so a stop always succeeds.
+// Closing reports no outcome, so stopping always succeeds.
 JNIEXPORT jstring NATIVE(stopExecutorNative)(JNIEnv *env, jobject) {
     EXC_close_handle();
     return env->NewStringUTF("EOK");
@@ -43,7 +43,7 @@ JNIEXPORT jstring NATIVE(updateKernelNative)(JNIEnv *env, jobject) {
     return env->NewStringUTF("MADE IT INSIDE native updateKernel\n");
 }
 
-// The executor sets its own limits: the library accepts every count, negative ones included.
+// The executor sets the limits. The library accepts every count, also a negative one.
 JNIEXPORT jint NATIVE(checkMaxClustersNative)(JNIEnv *, jobject, jint) {
     return 0;
 }

@@ -1,5 +1,5 @@
-// Choosing between kernel and user-space executor, and the life of the latter. Each method forwards to one operation of
-// libuexc whatever state that is in; the order of the calls is the caller's.
+// The choice between kernel and user-space executor, and the life of the user-space executor. Each method calls one
+// operation of libuexc, whatever state libuexc is in: their order is the caller's business.
 #include "library/channel/channel.h"
 #include "library/native.h"
 #include "rk/uexc.h"
@@ -12,7 +12,7 @@ jboolean lowByte(int32_t status) {
     return static_cast<jboolean>(status & 0xFF);
 }
 
-// The characters are handed over: the executor may keep the pointer, so they are not released.
+// The executor may keep the pointer, so these characters are never released.
 const char *handOver(JNIEnv *env, jstring path) {
     return path == nullptr ? nullptr : env->GetStringUTFChars(path, nullptr);
 }
@@ -24,7 +24,7 @@ JNIEXPORT void NATIVE(setKVAServerModalityNative)(JNIEnv *, jobject, jint mode) 
     prv_giKVAServerModality = static_cast<uint8_t>(mode);
 }
 
-// The library is linked with the executor: there is nothing to load.
+// The library is linked with the executor, so there is nothing to load.
 JNIEXPORT jint NATIVE(loadUserExecutorNative)(JNIEnv *, jobject) {
     return 0;
 }

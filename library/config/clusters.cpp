@@ -1,4 +1,4 @@
-// Clusters: the virtual addresses on which the executor balances load.
+// Clusters are the virtual addresses on which the executor balances load.
 #include "library/config/clusters.h"
 #include "library/config/executor_settings.h"
 #include "library/native.h"
@@ -17,8 +17,8 @@ constexpr ReasonRow kAddOrSetReasons[] = {{kClusterAddress, kStatusClusterAddres
                                           {kUnknownCluster, kStatusUnknownCluster}};
 constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}};
 
-// The cluster that a request is about: the key of the object's identifier. False when there is no identifier: the
-// request would be about the cluster of the command before.
+// Stores the key of the object's identifier. Returns false, and stores nothing, when there is no identifier; the block
+// then still has the key of an earlier command.
 [[nodiscard]] bool keyFromJava(JNIEnv *env, jobject cluster, uint32_t &key) {
     return JStringFieldToHash(env, cluster, "sClusterId", &key) != nullptr;
 }
@@ -40,7 +40,7 @@ void flagsOfRecordToJava(JNIEnv *env, jobject cluster, const ClusterRecord &reco
                  {"SetNatPtAddress", record.setNatAddress}});
 }
 
-// Appends the names of all clusters. Returns 0 or a status; any failure of the list itself is kStatusOther.
+// Appends the names of all clusters. Returns 0 or a status.
 int32_t listClusters(ReportText &text) {
     if (const int32_t status = getExecutorReport(); status != 0)
         return status;
@@ -63,10 +63,10 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     const bool isNamed = keyFromJava(env, cluster, record.clusterKey);
     NetworkAddress address;
     if (addressFromJava(env, cluster, "Address", address) == 0)
-        record.address = address; // a text that does not parse matters only when the address is to be changed, below
+        record.address = address; // whether the text parses matters only for a change of the address, below
     copyIfFlagged(env, cluster, "SetMaxNumberOfPorts", record.setMaxPorts, "MaxNumberOfPorts", record.maxPorts);
     if (flagFromJava(env, cluster, "SetPrimaryHost", record.setPrimaryHost))
-        (void)addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost); // a bad one is no reason to refuse
+        (void)addressFromJava(env, cluster, "sPrimaryHost", record.primaryHost); // Java servers expect no refusal
     copyIfFlagged(env, cluster, "SetDefaultPortMaxServers", record.setDefaultPortMaxServers, "DefaultPortMaxServers",
                   record.defaultPortMaxServers);
     copyIfFlagged(env, cluster, "SetDefaultPortStickyTime", record.setDefaultPortStickyTime, "DefaultPortStickyTime",
@@ -99,7 +99,7 @@ int32_t AddOrSetCluster(JNIEnv *env, jobject, jobject cluster) {
     if (flagFromJava(env, cluster, "SetNatPtAddress", record.setNatAddress))
         bytesFromJava(env, cluster, "natPtAddress", record.natAddress);
 
-    // The key that goes out is the object's own; what may not go out is a cluster whose identifier is the empty text.
+    // The key that is sent is iClusterIdKey. Without this, the cluster would get an empty identifier.
     if (!isNamed)
         return kStatusNoClusterId;
     const int32_t status = sendAndMap(record, record.header.command, kAddOrSetReasons);
@@ -123,8 +123,8 @@ JNIEXPORT jint NATIVE(addClusterNative)(JNIEnv *env, jobject interface, jobject 
     return AddOrSetCluster(env, interface, cluster);
 }
 
-// Unlike adding, a change neither checks the identifier's length nor makes its key anew, and Java servers depend on it:
-// the cluster is the one whose key the object holds.
+// Java servers depend on a change being about the cluster whose key the object holds: unlike adding, it makes no key
+// from the identifier, and does not check its length.
 JNIEXPORT jint NATIVE(setClusterStatusNative)(JNIEnv *env, jobject interface, jobject cluster) {
     if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
@@ -174,7 +174,7 @@ JNIEXPORT jint NATIVE(getClusterReportNative)(JNIEnv *env, jobject, jobject clus
     if (!requireObject(env, cluster, "cluster"))
         return kStatusOther;
     ClusterReportRecord &record = ucb.clusterReport;
-    NetworkAddress unused; // a host name is resolved, as Java servers are used to, but the key alone names the cluster
+    NetworkAddress unused; // the key alone names the cluster, but Java servers expect the address to be resolved
     (void)addressFromJava(env, cluster, "Address", unused);
     if (!keyFromJava(env, cluster, record.clusterKey))
         return kStatusNoClusterId;

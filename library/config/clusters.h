@@ -1,4 +1,4 @@
-// What the other families ask of clusters, and the routine that adding and changing share.
+// What other families need of clusters, and the routine for both adding and changing one.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,8 @@
 
 extern "C" {
 
-// Asks for a cluster's counters, by its key. On 0 they are in ucb.clusterReport; otherwise the result is the channel's.
+// Asks for the counters of the cluster with this key. Returns 0 when they are in ucb.clusterReport, otherwise the
+// channel's result.
 int32_t getClusterReport(uint32_t clusterKey);
 
 // Fills the cluster record from a Java cluster object and sends it under the code that the caller has put into the

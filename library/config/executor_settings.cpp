@@ -15,7 +15,7 @@ template <std::size_t Size> void clear(uint8_t (&bytes)[Size]) {
         byte = 0;
 }
 
-// The executor cannot know the server's time zone, so it travels with the non-forwarding address.
+// The executor does not know the server's time zone, so its offset travels with the non-forwarding address.
 int32_t storeNonForwardingAddress(JNIEnv *env, jobject status, ExecutorSettingsRecord &record) {
     if (!flagFromJava(env, status, "SetNonForwardingAddress", record.setNonForwardingAddress))
         return 0;
@@ -49,8 +49,7 @@ void storeV6ClientGateway(JNIEnv *env, jobject status, ExecutorSettingsRecord &r
     clear(record.v6ClientGatewayHardware);
 }
 
-// The counters of a report, to Java.
-void reportToFields(JNIEnv *env, jobject report, const ExecutorReportRecord &record) {
+void countersToJava(JNIEnv *env, jobject report, const ExecutorReportRecord &record) {
     toJava(env, report, "NFA", record.nfa);
     toJava(env, report, "Version", record.version);
     toJava(env, report, "iTimeStarted", record.timeStarted);
@@ -77,7 +76,7 @@ int32_t rk::secondsWestOfGreenwich() {
     const std::time_t now = std::time(nullptr);
     std::tm utc = {};
     gmtime_r(&now, &utc);
-    utc.tm_hour = 12; // far from a day's ends, so that most zones see the same day
+    utc.tm_hour = 12; // at noon, most zones have the same date
     const std::time_t noon = std::mktime(&utc);
     std::tm local = {};
     gmtime_r(&noon, &utc);
@@ -125,7 +124,7 @@ JNIEXPORT jint NATIVE(setExecutorStatusNative)(JNIEnv *env, jobject, jobject sta
     copyIfFlagged(env, status, "SetWidePortNumber", record.setWidePortNumber, "WidePortNumber", record.widePortNumber);
     copyTextIfFlagged(env, status, "SetConfigFileName", record.setConfigFileName, "ConfigFileName",
                       record.configFileName);
-    // The interval travels whatever its flag says, and its flag is not handed back, both on purpose.
+    // Executors expect the interval whatever its flag says, and Java servers do not expect the flag back.
     fromJava(env, status, "iCookieExpireInterval", record.cookieExpireInterval);
     (void)flagFromJava(env, status, "SetCookieExpireInterval", record.setCookieExpireInterval);
 
@@ -190,7 +189,7 @@ JNIEXPORT jint NATIVE(getExecutorReportNative)(JNIEnv *env, jobject, jobject rep
         return kStatusOther;
     const int32_t result = getExecutorReport();
     if (result == 0)
-        reportToFields(env, report, ucb.executorReport);
+        countersToJava(env, report, ucb.executorReport);
     return result;
 }
 

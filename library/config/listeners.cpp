@@ -8,7 +8,8 @@ namespace rk {
 
 namespace {
 
-// A listener; `isUsable` tells whether it may be used: there may be one also when an exception is pending.
+// Asks for a listener. `isUsable` tells whether there is one and no exception is pending; an earlier step may have left
+// one.
 LocalReference<jobject> listenerAt(JNIEnv *env, jobject server, jint index, bool &isUsable) {
     jobject listener = nullptr;
     const int32_t status = GetObjectFromJavaMethodIndex(
@@ -36,7 +37,7 @@ int32_t listenerFromJava(JNIEnv *env, jobject server, jobject listener, Listener
     if (!callInt(env, listener, "getMapPort", mapPort) || checkPort(mapPort) != 0)
         return kStatusBadListener;
     entry.mapPort = networkPort(mapPort);
-    // The two times are the server's, not the listener's, on purpose: every entry carries the same ones.
+    // The two times are the server's: in the executor's protocol every entry carries the same ones.
     if (!callInt(env, listener, "getProtocol", entry.protocol) ||
         !callInt(env, server, "getConnectTimeout", entry.connectTimeout) ||
         !callInt(env, server, "getIntWaitForComplete", entry.waitForComplete) ||

@@ -1,4 +1,4 @@
-// Which servers of its port a rule chooses among.
+// Putting servers of a port into a rule, taking them out, and listing them.
 #include "library/config/membership.h"
 #include "library/native.h"
 #include "library/shared/keys.h"
@@ -26,16 +26,16 @@ int32_t addOrRemove(JNIEnv *env, jobject interface, jobject rule, jobject server
     return addOrRemoveServer(env, interface, rule, server, argument);
 }
 
-// What a list is about.
+// What a list is asked for.
 struct ListRequest {
     bool isNamed; // there is a cluster identifier
     uint32_t clusterKey;
     NetworkPort port;
     char ruleName[21];
-    jint count; // of servers, as the Java object says: the executor is not asked for it first
+    jint count; // of servers, as the Java object says; the executor is not asked for it
 };
 
-// Returns 0 or a status; a cluster identifier that is missing is told in the request.
+// Reads the request. Returns 0 or a status; a missing cluster identifier is left to the caller.
 int32_t listRequestFromJava(JNIEnv *env, jobject rule, ListRequest &request) {
     request.isNamed = clusterKeyFromJava(env, rule, request.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", request.port);

@@ -1,4 +1,4 @@
-// The routine that adding a server to a rule and removing it share.
+// The routine for both adding a server to a rule and removing it.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Ports: the protocol port numbers that a cluster serves.
+// Ports are the protocol port numbers that a cluster serves.
 #include "library/config/ports.h"
 #include "library/config/clusters.h"
 #include "library/native.h"
@@ -33,7 +33,8 @@ constexpr ReasonRow kAddOrSetReasons[] = {{kPortServerLimit, kStatusPortServerLi
 constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}};
 
-// An executor that is out of memory gets the same block again after a long wait. The waits are hours, on purpose.
+// Sends the block. When the executor is out of memory, waits and sends it again, twice; the executor's protocol makes
+// the waits hours.
 int32_t sendWithRetries(PortRecord &record) {
     if (prv_EXC_Command(&record.header) == 0)
         return 0;
@@ -63,7 +64,7 @@ void flagsOfRecordToJava(JNIEnv *env, jobject port, const PortRecord &record) {
                  {"SetSendReset", record.setSendReset}});
 }
 
-// The first step of adding and changing, which look at the port number before anything else.
+// Adding and changing look at the port number before anything else.
 int32_t addOrSet(JNIEnv *env, jobject interface, jobject port, Command command) {
     if (!requireObject(env, port, "port"))
         return kStatusOther;
@@ -74,7 +75,7 @@ int32_t addOrSet(JNIEnv *env, jobject interface, jobject port, Command command) 
     return AddOrSetPort(env, interface, port);
 }
 
-// The keys of a request about a port, the number first: 0, or the status of what is wrong with them.
+// Stores the keys of a request about a port, its number first. Returns 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject port, Record &record) {
     if (const int32_t status = portFromJava(env, port, "PortNumber", record.port); status != 0)
         return status;
@@ -122,7 +123,7 @@ int32_t AddOrSetPort(JNIEnv *env, jobject, jobject port) {
     }
     copyIfFlagged(env, port, "SetMethod", record.setMethod, "iMethod", record.method);
     copyIfFlagged(env, port, "SetPortProtocol", record.setProtocol, "iPortProtocol", record.protocol);
-    if (flagFromJava(env, port, "SetReplicate", record.setReplicate)) // an int, unlike other bytes of records
+    if (flagFromJava(env, port, "SetReplicate", record.setReplicate)) // an int in Java, not a char
         record.replicate = static_cast<uint8_t>(intFromJava(env, port, "Replicate"));
     copyIfFlagged(env, port, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
     copyIfFlagged(env, port, "SetCrossPort", record.setCrossPort, "iCrossPort", record.crossPort);
@@ -159,7 +160,7 @@ JNIEXPORT jint NATIVE(setPortStatusNative)(JNIEnv *env, jobject interface, jobje
 JNIEXPORT jint NATIVE(removePortNative)(JNIEnv *env, jobject, jobject port) {
     if (!requireObject(env, port, "port"))
         return kStatusOther;
-    NetworkAddress unused; // the cluster's key names it; its address must be one all the same
+    NetworkAddress unused; // the key names the cluster, but Java servers expect its address to be checked
     if (addressFromJava(env, port, "ClusterAddress", unused) != 0)
         return kStatusPortClusterAddress;
     if (const int32_t status = keysFromJava(env, port, ucb.port); status != 0)

@@ -1,4 +1,4 @@
-// Rules: which servers of a port take a connection.
+// Rules decide which servers of a port take a connection.
 #include "library/config/rules.h"
 #include "library/config/ports.h"
 #include "library/native.h"
@@ -22,9 +22,9 @@ constexpr ReasonRow kReasons[] = {
     {kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}, {kUnknownRule, kStatusUnknownRule}};
 constexpr ReasonRow kListReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
-// A given type goes into the record. Without one the executor is asked for the rule's record, unless the cluster is not
-// named; the record then fills the block, and with it what was written there so far: the configuration source is the
-// executor's own again, on purpose.
+// Stores the rule's type when Java gives one. Otherwise asks the executor for the rule's record, which fills the block
+// with the rule as the executor knows it. That replaces what was stored before, the configuration source included, and
+// Java servers depend on it.
 int32_t storeRuleType(JNIEnv *env, jobject rule, RuleRecord &record, bool isNamed) {
     if (!flagFromJava(env, rule, "SetRuleType", record.setRuleType))
         return isNamed ? getRuleType() : kStatusOther;
@@ -36,7 +36,7 @@ int32_t storeRuleType(JNIEnv *env, jobject rule, RuleRecord &record, bool isName
     return 0;
 }
 
-// One end of the range: an address when the rule's type says so, else a number.
+// Stores one end of the range: an address when the rule's type says so, otherwise a number.
 int32_t storeRangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addressName, const char *numberName,
                       int32_t badAddress, int32_t &field) {
     if (type != kRuleTypeAddress) {
@@ -50,8 +50,8 @@ int32_t storeRangeEnd(JNIEnv *env, jobject rule, int8_t type, const char *addres
     return 0;
 }
 
-// Eight characters, the first for bit 7: "0" and "1" tell what the bit must be, any other that it does not matter. A
-// shorter text leaves the bits it does not name open.
+// Stores the type-of-service bits from a text of eight characters, the first for bit 7: "0" and "1" say what the bit
+// must be, and any other character that it does not matter. A shorter text says nothing of the remaining bits.
 void storeServiceBits(JNIEnv *env, jobject rule, RuleRecord &record) {
     if (!flagFromJava(env, rule, "SetServiceTOS", record.setServiceTos))
         return;
@@ -81,13 +81,13 @@ void serviceBitsToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
     SetJavaStringField(env, rule, "ServiceTOS", text);
 }
 
-// One end of the range as address text and as number, whatever the type.
+// Hands one end of the range to Java both as an address and as a number, whatever the rule's type.
 void rangeEndToJava(JNIEnv *env, jobject rule, const char *addressName, const char *numberName, int32_t field) {
     SetJavaStringFieldToAddr(env, rule, addressName, static_cast<uint32_t>(field));
     toJava(env, rule, numberName, field);
 }
 
-// SetConfigSource is not among them, on purpose.
+// SetConfigSource is not handed back: Java servers depend on keeping theirs.
 void flagsOfRecordToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
     flagsToJava(env, rule,
                 {{"SetRuleType", record.setRuleType},
@@ -103,7 +103,7 @@ void flagsOfRecordToJava(JNIEnv *env, jobject rule, const RuleRecord &record) {
                  {"SetCookieName", record.setCookieName}});
 }
 
-// The keys and the name of a request about a rule: 0, or the status of what is wrong with them.
+// Stores the keys and the name of a request about a rule. Returns 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject rule, Record &record) {
     const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
@@ -135,12 +135,12 @@ int32_t getRuleType() {
 
 int32_t AddOrSetRule(JNIEnv *env, jobject, jobject rule) {
     RuleRecord &record = ucb.rule;
-    const Command command = record.header.command; // asking for the type replaces it
+    const Command command = record.header.command; // storeRuleType may replace it
     const bool isNamed = clusterKeyFromJava(env, rule, record.clusterKey);
     int32_t status = portFromJava(env, rule, "PortNumber", record.port);
     if (status != 0)
         return status;
-    (void)flagFromJava(env, rule, "SetConfigSource", record.setConfigSource); // the source travels whatever it says
+    (void)flagFromJava(env, rule, "SetConfigSource", record.setConfigSource); // the source travels in any case
     fromJava(env, rule, "_iConfigSource", record.configSource);
     status = ruleNameFromJava(env, rule, record.ruleName);
     if (status != 0)
@@ -213,7 +213,7 @@ JNIEXPORT jint NATIVE(getRuleStatusNative)(JNIEnv *env, jobject, jobject rule) {
     toJava(env, rule, "NumServers", record.numberOfServers);
     toJava(env, rule, "Pattern", record.pattern);
     toJava(env, rule, "bEvaluate", static_cast<int8_t>(record.evaluate));
-    toJava(env, rule, "WhatAffinity", int32_t{static_cast<int8_t>(record.whatAffinity)}); // of the word, the low byte
+    toJava(env, rule, "WhatAffinity", int32_t{static_cast<int8_t>(record.whatAffinity)}); // the low byte
     toJava(env, rule, "CookieName", record.cookieName);
     toJava(env, rule, "StickyTime", static_cast<int32_t>(record.stickyTime)); // the low 32 bits
     serviceBitsToJava(env, rule, record);
@@ -237,7 +237,7 @@ JNIEXPORT jint NATIVE(getRuleReportNative)(JNIEnv *env, jobject, jobject rule) {
     return 0;
 }
 
-// Neither the port nor the length of the name is checked here, on purpose: the port's low 16 bits are sent.
+// Unlike elsewhere, Java servers may give any port here, whose low 16 bits are sent, and a name of any length.
 JNIEXPORT jint NATIVE(setRuleCPSNative)(JNIEnv *env, jobject, jobject rule) {
     if (!requireObject(env, rule, "rule"))
         return kStatusOther;

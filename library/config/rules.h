@@ -1,4 +1,4 @@
-// The routines that adding and changing a rule share.
+// The routines for both adding and changing a rule.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@ extern "C" {
 // - -51 for a rule name that is missing or longer than 20 characters, -52 for a rule type outside 0 to 9,
 // - what getRuleType returns, when Java does not give the type and the executor does not know the rule,
 // - -53 and -54 for the begin and end of an address range that does not parse,
-// - -99 without a cluster identifier, looked at before the first command, which asks for the type or sends the rule,
-// the rule not being sent and no flag handed back in these cases; or the status of the executor's reason.
+// - -99 without a cluster identifier, just before the first command, which asks for the type or sends the rule,
+// and in these cases the rule is not sent and no flag handed back; or the status of the executor's reason.
 int32_t AddOrSetRule(JNIEnv *env, jobject interface, jobject rule);
 
-// Asks for the record of the rule that the shared block names already; the reply fills the block. Returns 0; -5, -12
-// and -57 for an unknown cluster, port and rule; -99 for any other failure.
+// Asks for the record of the rule that the shared block names. The reply fills the block. Returns 0; -5, -12 or -57 for
+// an unknown cluster, port or rule; -99 for any other failure.
 int32_t getRuleType();
 }

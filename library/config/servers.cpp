@@ -1,4 +1,4 @@
-// Servers: the machines behind a port.
+// Servers are the machines behind a port.
 #include "library/config/servers.h"
 #include "library/config/listeners.h"
 #include "library/config/ports.h"
@@ -59,7 +59,7 @@ int32_t storeRouterAddress(JNIEnv *env, jobject server, ServerRecord &record) {
     return 0;
 }
 
-// Of the optional texts only this one is emptied when it is not given, on purpose: an old cookie must not stick.
+// Unlike other optional texts, this one is emptied when it is not given: executors would go on using an old cookie.
 void storeCookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
     if (flagFromJava(env, server, "SetCookieValue", record.setCookieValue))
         textFromJava(env, server, "CookieValue", record.cookieValue);
@@ -67,7 +67,7 @@ void storeCookieValue(JNIEnv *env, jobject server, ServerRecord &record) {
         record.cookieValue[0] = '\0';
 }
 
-// The keys of a request about a server: 0, or the status of what is wrong with them.
+// Stores the keys of a request about a server. Returns 0, or the status of what is wrong with them.
 template <typename Record> int32_t keysFromJava(JNIEnv *env, jobject server, Record &record) {
     const bool isNamed = clusterKeyFromJava(env, server, record.clusterKey);
     if (const int32_t status = portFromJava(env, server, "Port", record.port); status != 0)
@@ -85,8 +85,8 @@ int32_t markServer(JNIEnv *env, jobject server, Command command) {
     return sendAndMap(ucb.serverCommand, command, kReasons);
 }
 
-// Stores the servers' keys into a Java array, as far as it reaches. An array that the VM handed out itself, not as a
-// copy, is on purpose not released: the keys are in it already.
+// Stores the servers' keys into a Java array, as far as it reaches. Elements that are the array's own, not a copy, need
+// no release: the keys are in place.
 void keysToJava(JNIEnv *env, jintArray keys, const ServerListEntry *entries, int32_t count) {
     jboolean isCopy = JNI_FALSE;
     jint *elements = env->GetIntArrayElements(keys, &isCopy);
@@ -164,7 +164,8 @@ JNIEXPORT jint NATIVE(addServerNative)(JNIEnv *env, jobject interface, jobject s
     return AddOrSetServer(env, interface, server);
 }
 
-// A change makes no check of the identifier and keeps the key that Java holds from the add.
+// Java servers depend on a change being about the server whose key the object holds from the add: it makes no key from
+// the identifier, and does not check it.
 JNIEXPORT jint NATIVE(setServerStatusNative)(JNIEnv *env, jobject interface, jobject server) {
     if (!requireObject(env, server, "server"))
         return kStatusOther;
@@ -187,7 +188,7 @@ JNIEXPORT jint NATIVE(setServerDownNative)(JNIEnv *env, jobject, jobject server)
     return markServer(env, server, Command::markServerDown);
 }
 
-// Hosts as such are unknown to the executor; these keep the Java interface whole.
+// The executor knows no hosts. These methods only keep the Java interface complete.
 JNIEXPORT jint NATIVE(setHostDownNative)(JNIEnv *, jobject, jobject) {
     return 0;
 }

@@ -1,4 +1,4 @@
-// The routine that adding and changing a server share.
+// The routine for both adding and changing a server.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +12,6 @@ extern "C" {
 // - -17 or -78 for a listener that is not usable (see listenersFromJava),
 // - -20 for a negative weight, -76 and -49 for a return or router address that does not parse,
 // - -99 without a cluster identifier,
-// nothing being sent in these cases; or the status of the executor's reason.
+// and nothing is sent in these cases; or the status of the executor's reason.
 int32_t AddOrSetServer(JNIEnv *env, jobject interface, jobject server);
 }

@@ -1,4 +1,4 @@
-// The weights of all servers of a port in one exchange.
+// Reading and writing the weights of all servers of a port in one command.
 #include "library/native.h"
 #include "library/shared/keys.h"
 #include "library/shared/lists.h"
@@ -16,8 +16,8 @@ namespace {
 
 constexpr ReasonRow kReasons[] = {{kUnknownCluster, kStatusUnknownCluster}, {kUnknownPort, kStatusUnknownPort}};
 
-// Allocates the block and puts its keys in: 0, or a status. `isNamed` is false when there is no cluster identifier: the
-// block may not be sent then.
+// Allocates the block and stores its keys. Returns 0 or a status. `isNamed` becomes false when there is no cluster
+// identifier; the block must not be sent then.
 int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, HeapBlock<ServerWeightsBlock> &block,
                   bool &isNamed) {
     uint32_t clusterKey = 0;
@@ -29,8 +29,8 @@ int32_t openBlock(JNIEnv *env, jobject weights, jint count, Entries entries, Hea
     return block == nullptr ? kStatusOutOfMemory : 0;
 }
 
-// A column of the entries for each array field of the weights object, all in one block of the heap: the first owns it,
-// and is null when memory is short. What they hold is not set.
+// The entries' values as columns, one for each array field of the weights object. All columns are in one block of the
+// heap: the first one owns it, and is null when memory is short. Their contents are not set.
 struct RequestColumns {
     HeapBlock<jint> keys;
     jint *weights;
@@ -47,9 +47,9 @@ struct ReplyColumns {
     jbyte *fixed;
 };
 
-// Room for so many columns of ints and one of bytes behind them.
+// Allocates columns of ints, and one of bytes behind them.
 HeapBlock<jint> allocateColumns(std::size_t intColumns, std::size_t count) {
-    // One more element, so that no columns at all are not mistaken for a lack of memory.
+    // One more element, as malloc may return null for no bytes.
     const std::size_t bytes = (count + 1) * (intColumns * sizeof(jint) + sizeof(jbyte));
     return HeapBlock<jint>(static_cast<jint *>(std::malloc(bytes)));
 }
@@ -73,8 +73,8 @@ ReplyColumns allocateReplyColumns(jint count) {
             first + 3 * size, first + 4 * size, reinterpret_cast<jbyte *>(first + 5 * size)};
 }
 
-// Hands each server's identifier and its place to the Java object, and what else its entry holds to the columns on the
-// way: the entries of many servers do not stay in the processor's cache for a second turn.
+// Calls setServerId for each entry, and copies the entry's other values into the columns. Both happen in one pass, as
+// the entries of many servers would have left the processor's cache before a second one. Returns false when Java fails.
 bool splitEntries(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count,
                   const ReplyColumns &columns) {
     const jmethodID setServerId = methodOf(env, weights, "setServerId", "(Ljava/lang/String;I)V");
@@ -123,11 +123,11 @@ bool bytesFromJava(JNIEnv *env, jobject weights, const char *name, jint count, j
     return !env->ExceptionCheck();
 }
 
-// Entries are cleared just before they are filled: of many servers, those cleared all at once would have left the
-// processor's cache by then.
+// Entries are cleared and filled in groups: had all been cleared first, those of many servers would have left the
+// processor's cache before they are filled.
 constexpr jint kFilledAtOnce = 64;
 
-// Fills the entries from `first` to before `end`; what the request does not carry is zero.
+// Fills the entries from `first` up to, not including, `end`. What a request does not carry is zero.
 void fillEntries(ServerWeightEntry *entries, jint first, jint end, const RequestColumns &columns) {
     std::memset(entries + first, 0, static_cast<std::size_t>(end - first) * sizeof(*entries));
     const jint *keys = columns.keys.get();
@@ -139,8 +139,8 @@ void fillEntries(ServerWeightEntry *entries, jint first, jint end, const Request
     }
 }
 
-// Fills the entries from the Java object's arrays. An array that cannot be read ends the call with its exception
-// pending: weights made up from it would take servers out of service.
+// Fills the entries from the Java object's arrays. An array that cannot be read leaves its exception pending, and the
+// call ends: zeros in its place would take servers out of service.
 int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries, jint count) {
     const RequestColumns columns = allocateRequestColumns(count);
     if (columns.keys == nullptr)
@@ -155,7 +155,7 @@ int32_t weightsFromJava(JNIEnv *env, jobject weights, ServerWeightEntry *entries
     return 0;
 }
 
-// The results of the single servers go to Java also when the executor refused the command as a whole.
+// Hands each server's own result to Java, also when the executor refused the command as a whole.
 int32_t resultsToJava(JNIEnv *env, jobject weights, const ServerWeightEntry *entries, jint count) {
     const std::size_t bytes = (static_cast<std::size_t>(count) + 1) * sizeof(jint);
     const HeapBlock<jint> results(static_cast<jint *>(std::malloc(bytes)));

@@ -1,4 +1,4 @@
-// The executor's affinity records: dumped as text, and made, removed or asked for in bulk.
+// The executor's affinity records: a dump of them as text, and requests about many of them.
 #include "library/diagnostics/dump.h"
 #include "library/native.h"
 #include "library/shared/keys.h"
@@ -30,7 +30,7 @@ void appendEntries(ReportText &report, const AffinityRecord &record) {
     }
 }
 
-// The status goes to Java twice: as the result, and in the request object.
+// Java gets the status twice: as the result, and in the request object.
 int32_t respond(JNIEnv *env, jobject request, int32_t status) {
     SetJavaIntField(env, request, "iResponse", status);
     return status;
@@ -46,8 +46,8 @@ uint32_t keyOfAddress(jint address) {
     return key;
 }
 
-// Fills the entries from the request's arrays: 0; -102 when memory is short; -99 when an array cannot be read, whose
-// exception is pending.
+// Fills the entries from the request's arrays. Returns 0; kStatusNoAffinityMemory when memory is short; kStatusOther
+// when an array cannot be read, with its exception pending.
 int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, int count) {
     const HeapBlock<jint> columns(static_cast<jint *>(std::calloc(static_cast<std::size_t>(count), 2 * sizeof(jint))));
     if (columns == nullptr)
@@ -67,7 +67,7 @@ int32_t entriesFromJava(JNIEnv *env, jobject request, AffinityEntry *entries, in
     return 0;
 }
 
-// Not after an array that could not take its values: its exception is pending.
+// Does nothing while the exception of an earlier column is pending.
 void columnUnlessThrown(JNIEnv *env, jobject request, const char *name, const AffinityEntry *entries, int count,
                         uint32_t AffinityEntry::*field, jint *values) {
     if (!env->ExceptionCheck())
@@ -122,7 +122,7 @@ JNIEXPORT jint NATIVE(serverDirectedAffinityNative)(JNIEnv *env, jobject, jobjec
         if (const int32_t status = entriesFromJava(env, request, entries, sent); status != 0)
             return status == kStatusNoAffinityMemory ? respond(env, request, status) : status;
 
-    // More entries than the wire size holds travel in a longer block.
+    // The block is longer when it carries more entries than the wire size holds.
     const int room = sent > kWireAffinities ? sent : kWireAffinities;
     const std::size_t length = sizeof record + static_cast<std::size_t>(room) * sizeof(AffinityEntry);
     if (send(record.header, Command::serverDirectedAffinity, length) != 0)

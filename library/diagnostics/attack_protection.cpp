@@ -1,4 +1,4 @@
-// Half-open connections, attacking addresses, attack-protection parameters, and the ICMP response.
+// Half-open connections, attacking addresses, the parameters of attack protection, and the ICMP response.
 #include "library/diagnostics/dump.h"
 #include "library/native.h"
 #include "library/shared/keys.h"

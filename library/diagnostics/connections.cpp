@@ -1,4 +1,4 @@
-// The executor's connection records: made and removed by hand, and dumped as text.
+// The executor's connection records: making and removing one by hand, and a dump of them as text.
 #include "library/channel/channel.h"
 #include "library/diagnostics/dump.h"
 #include "library/native.h"
@@ -8,7 +8,7 @@
 
 using namespace rk;
 
-// The executor's numbering of TCP states, which is not the usual one.
+// TCP states as the executor numbers them, which is not the usual order.
 extern "C" {
 extern const char *const EXC_TCPStates[12];
 const char *const EXC_TCPStates[12] = {"CLOSD", "LISTN", "SNSNT", "SNRCV", "ESTBD", "LSTAK",
@@ -41,8 +41,8 @@ void appendEntries(ReportText &report, const ConnectionListRecord &record) {
         const ConnectionEntry &entry = record.entries[i];
         const char *previousState =
             entry.previousTcpState <= kLastTcpState ? EXC_TCPStates[entry.previousTcpState] : kUnknownState;
-        // A current state that is unknown shows in the column of the previous one, and its own column repeats the row
-        // before: a slip of old that is kept on purpose.
+        // Java servers read the columns as they have always been: an unknown current state shows as an unknown previous
+        // state, and the current state repeats that of the row before.
         if (entry.currentTcpState <= kLastTcpState)
             currentState = EXC_TCPStates[entry.currentTcpState];
         else
@@ -62,7 +62,7 @@ JNIEXPORT jint NATIVE(allocateConnectionNative)(JNIEnv *, jobject, jint a1, jint
     return send(ucb.connectionRequest, Command::allocateConnection) == 0 ? 0 : ucb.header.reason;
 }
 
-// Unlike allocating, this returns the channel's status and not the reason, on purpose.
+// Unlike allocating, releasing returns the channel's status, not the reason: Java servers depend on it.
 JNIEXPORT jint NATIVE(deallocateConnectionNative)(JNIEnv *, jobject, jint a1, jint a2, jint a3, jint a4, jint a5,
                                                   jint a6) {
     fillRequest(a1, a2, a3, a4, a5, a6);
@@ -85,7 +85,7 @@ JNIEXPORT jstring NATIVE(getConnectionInfoNative)(JNIEnv *env, jobject, jint q1,
     ReportText report;
     if (!openReport(report, kReportBytes))
         return nullptr;
-    std::fputs(kBanner, stdout); // not a part of the text, on purpose
+    std::fputs(kBanner, stdout); // Java servers expect it there, not in the text
     std::fflush(stdout);
     const ConnectionListRecord &record = ucb.connections;
     appendLine(report, "Number of connection records = %d\n", record.count);

@@ -1,4 +1,4 @@
-// The executor's internals as text.
+// A dump of the executor's internals as text.
 #include "library/diagnostics/debug_dump.h"
 #include "library/aliasing/interface_list.h"
 #include "library/channel/channel.h"
@@ -27,7 +27,7 @@ constexpr char kBanner[] = "XMISC COMMAND SHOULD BE USED FOR DEBUGGING\n"
                            "PURPOSES ONLY.  THESE ARE UNSUPPORTED COMMANDS.\n"
                            "THESE COMMANDS HAVE NOT BEEN EXTENSIVELY TESTED.\n\n";
 
-// A line of the report: the sum of some counters that follow one another. A format with two conversions gets it twice.
+// A line of the report shows the sum of adjacent counters; a format with two conversions shows it twice.
 struct CounterLine {
     const char *format;
     int first;
@@ -112,7 +112,7 @@ void appendNetworkCards(ReportText &report) {
     }
 }
 
-// From the library's own list, as it was read last: the executor is not asked.
+// Shows the library's own copy of the list. The executor is not asked.
 void appendInterfaceList(ReportText &report) {
     const InterfaceList &list = TheInterfaceList;
     appendLine(report, "Interface List Info.\nNumber of records = %d.\n", list.count);
@@ -168,7 +168,7 @@ void appendConnectionLists(ReportText &report) {
 
 void appendAffinityLists(ReportText &report) {
     if (send(ucb.affinityLists, Command::dumpAffinityLists) != 0) {
-        appendText(report, "Error with kernel getting CRLL info.\n"); // the same words as above, on purpose
+        appendText(report, "Error with kernel getting CRLL info.\n"); // Java servers know only these words
         return;
     }
     const AffinityListsRecord &record = ucb.affinityLists;
@@ -184,12 +184,12 @@ void appendAffinityLists(ReportText &report) {
     }
 }
 
-// The place of a walk through the reply of the byte counters; nothing past the wire size is looked at.
+// A place in the reply of the byte counters. The walk ends with the wire size.
 struct Cursor {
     std::size_t offset;
 };
 
-// The next entry, or null when it would not be whole.
+// Returns the next entry, or null when the rest of the reply is too short for one.
 template <typename Entry> const Entry *next(Cursor &cursor) {
     if (cursor.offset + sizeof(Entry) > kWireBytes)
         return nullptr;
@@ -201,7 +201,7 @@ template <typename Entry> const Entry *next(Cursor &cursor) {
 } // namespace
 
 int32_t printBytesInformation() {
-    std::memset(ucb.bytes + sizeof(CommandHeader), 0, kWireBytes); // 16 bytes past the wire size: the storage has them
+    std::memset(ucb.bytes + sizeof(CommandHeader), 0, kWireBytes); // the storage has 16 bytes beyond the wire size
     if (const int32_t status = send(ucb.header, Command::readByteCounters, kWireBytes); status != 0)
         return status;
     int32_t converted = 0;

@@ -1,4 +1,4 @@
-// What the diagnostic texts share.
+// Pieces of diagnostic texts.
 #pragma once
 
 #include "library/shared/replies.h"
@@ -18,7 +18,7 @@ inline DottedText dotted(NetworkAddress address) {
     return result;
 }
 
-// Seconds from a stamp to the executor's now; 0 for a record that was never stamped.
+// The seconds between a stamp and `now`; 0 for a record that was never stamped.
 inline int32_t ageOf(uint32_t firstTime, uint32_t stamp, uint32_t now) {
     return firstTime == 0 && stamp == 0 ? 0 : static_cast<int32_t>(now - stamp);
 }

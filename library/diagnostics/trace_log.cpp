@@ -1,4 +1,4 @@
-// The executor's trace log. Unsupported debugging commands: every text begins with a warning.
+// The executor's trace log. These are unsupported debugging commands, so every text begins with a warning.
 #include "library/channel/channel.h"
 #include "library/native.h"
 #include "library/support/owners.h"
@@ -17,9 +17,9 @@ constexpr int64_t kBannerLength = sizeof(kBanner) - 1;
 static_assert(kBannerLength == 154);
 
 constexpr int32_t kDefaultSize = 10000;
-constexpr int64_t kHeadSlack = 1024; // the tail has none, on purpose: not even for its terminator
+constexpr int64_t kHeadSlack = 1024; // Java servers count on the tail having none, not even for a terminator
 
-// Appends to a text of `size` bytes what fits, with its terminator.
+// Appends as much as fits into a text of `size` bytes, with its terminator.
 void append(char *text, std::size_t size, const char *addition, std::size_t length) {
     const std::size_t used = std::strlen(text);
     const std::size_t room = size - used - 1;
@@ -28,9 +28,9 @@ void append(char *text, std::size_t size, const char *addition, std::size_t leng
     text[used + within] = '\0';
 }
 
-// Asks for a part of the log. Whether the executor gave it is not looked at, on purpose: the text is the banner and
-// what stands in the block. Null, and nothing is sent, when there is no memory for a text of
-// `size` bytes, or no byte of it.
+// Asks for a part of the log. Returns the banner and the text that is in the block, whether or not the executor obeyed:
+// Java servers expect a text in any case. Returns null, and sends nothing, when there is no memory for a text of `size`
+// bytes or `size` is not positive.
 jstring readLog(JNIEnv *env, Command command, int64_t size) {
     if (size <= 0)
         return nullptr;
@@ -49,8 +49,8 @@ jstring readLog(JNIEnv *env, Command command, int64_t size) {
 
 } // namespace
 
-// Level and filter are partial updates of the executor's settings: what else stands in the block, flags included, is
-// what the command before left there. Like emptying the log, they return the banner whether or not the executor obeys.
+// Level and filter are updates of one setting each: the rest of the block, other flags included, is what the last
+// command left. Like emptying the log, they return the banner whether or not the executor obeys.
 JNIEXPORT jstring NATIVE(xloglevelNative)(JNIEnv *env, jobject, jint level) {
     ucb.executor.traceLevel = level;
     ucb.executor.setTraceLevel = 1;

@@ -11,13 +11,14 @@ namespace {
 constexpr ReasonRow kAddHeartbeatReasons[] = {{kHeartbeatExists, kStatusHeartbeatExists},
                                               {kHeartbeatPair, kStatusHeartbeatPair}};
 
-// The number in a string of decimal digits; -1 for anything else, and for no string at all.
+// Returns the number in a string of decimal digits, or -1 for any other string and for null.
 int32_t numberOf(JNIEnv *env, jstring string) {
     const Characters characters(env, string);
     return characters.text == nullptr ? -1 : get_number(characters.text);
 }
 
-// Stores the address in a string, in network byte order; false when it does not parse or there is no string.
+// Stores the address in a string, in network byte order. Returns false, and stores nothing, when it does not parse or
+// the string is null.
 bool storeAddress(JNIEnv *env, jstring string, uint32_t &address) {
     const Characters characters(env, string);
     uint32_t parsed = 0;
@@ -27,7 +28,8 @@ bool storeAddress(JNIEnv *env, jstring string, uint32_t &address) {
     return true;
 }
 
-// A command about one address: 0, or a status for an address that does not parse and one for a refusal.
+// Sends a command about one address. Returns 0, `bad` when the address does not parse, or `refused` when the executor
+// refuses.
 int32_t sendAddress(JNIEnv *env, jstring address, Command command, int32_t bad, int32_t refused) {
     HaControlRecord &record = ucb.haControl;
     if (!storeAddress(env, address, record.first))
@@ -37,7 +39,7 @@ int32_t sendAddress(JNIEnv *env, jstring address, Command command, int32_t bad, 
 
 } // namespace
 
-// A refusal is not told, on purpose: what the backup became shows in the status.
+// Returns 0 whether or not the executor obeys, and Java servers depend on it: they look at the status afterwards.
 JNIEXPORT jint NATIVE(backupAddNative)(JNIEnv *env, jobject, jint first, jint second, jstring port) {
     HaControlRecord &record = ucb.haControl;
     record.first = static_cast<uint32_t>(first);
@@ -50,7 +52,7 @@ JNIEXPORT jint NATIVE(backupAddNative)(JNIEnv *env, jobject, jint first, jint se
     return 0;
 }
 
-// Likewise.
+// Returns 0 likewise.
 JNIEXPORT jint NATIVE(backupDelNative)(JNIEnv *, jobject) {
     (void)send(ucb.header, Command::deleteBackup);
     return 0;
@@ -70,6 +72,7 @@ JNIEXPORT jint NATIVE(addReachNative)(JNIEnv *env, jobject, jstring address, jst
     return send(record, Command::addReachTarget) == 0 ? 0 : kStatusReachRefused;
 }
 
+// The statuses of first and second address are those of a reach target's mask and address: the reverse of its order.
 JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, jstring secondAddress) {
     HaControlRecord &record = ucb.haControl;
     uint32_t first = 0;
@@ -84,12 +87,11 @@ JNIEXPORT jint NATIVE(addHBNative)(JNIEnv *env, jobject, jstring firstAddress, j
     return status == kStatusOther ? kStatusHeartbeatRefused : status;
 }
 
-// A bad address and a refusal look the same here, on purpose.
+// A bad address and a refusal have the same status, as Java servers expect of both removals.
 JNIEXPORT jint NATIVE(delReachNative)(JNIEnv *env, jobject, jstring address) {
     return sendAddress(env, address, Command::deleteReachTarget, kStatusReachNotDeleted, kStatusReachNotDeleted);
 }
 
-// Likewise.
 JNIEXPORT jint NATIVE(delHBNative)(JNIEnv *env, jobject, jstring address) {
     return sendAddress(env, address, Command::deleteHeartbeat, kStatusHeartbeatNotDeleted, kStatusHeartbeatNotDeleted);
 }
@@ -102,7 +104,7 @@ JNIEXPORT jint NATIVE(chgReachNative)(JNIEnv *, jobject, jint first, jint second
     return send(record, Command::changeReachTarget) == 0 ? 0 : kStatusOther;
 }
 
-// The values are checked and not sent, on purpose: the command goes out with an empty body.
+// The values are checked but not sent: in the executor's protocol this command is a header alone.
 JNIEXPORT jint NATIVE(setTimersNative)(JNIEnv *env, jobject, jstring timer1, jstring timer2, jstring timer3,
                                        jstring timer4, jstring timer5, jstring timer6, jstring timer7) {
     for (jstring timer : {timer1, timer2, timer3, timer4, timer5, timer6, timer7})

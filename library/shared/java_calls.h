@@ -1,12 +1,12 @@
-// Calls of Java methods whose failure is a step's failure: a method that is missing or throws, or an object that is not
-// there. The exception stays pending for Java.
+// Calls of Java methods. A method that is missing or throws fails the step that calls it; its exception stays pending
+// for Java.
 #pragma once
 
 #include "library/support/CMNImpUtils.h"
 
 namespace rk {
 
-// True when the helper found its method (status 0) and the method did not throw.
+// Whether a helper found its method (status 0) and no exception is pending after the call.
 inline bool hasSucceeded(JNIEnv *env, int32_t status) {
     return !env->ExceptionCheck() && status == 0;
 }

@@ -1,4 +1,4 @@
-// Numbers between Java, which has signed ints only, and records.
+// Java has signed ints only, in host byte order: here they become the numbers of records, and back.
 #pragma once
 
 #include "rk/wire_types.h"
@@ -15,7 +15,6 @@ inline jint javaInt(uint32_t value) {
     return static_cast<jint>(value);
 }
 
-// In host byte order.
 inline jint javaInt(NetworkAddress address) {
     return javaInt(toHost(address));
 }
@@ -28,7 +27,7 @@ inline NetworkAddress networkAddress(jint value) {
     return toNetworkAddress(static_cast<uint32_t>(value));
 }
 
-// Of the low 16 bits.
+// Takes the low 16 bits.
 inline NetworkPort networkPort(jint value) {
     return toNetworkPort(static_cast<uint16_t>(value));
 }

@@ -1,5 +1,5 @@
-// The lists of names: a block of its own for the call, sized for the entries there should be, and a text that holds the
-// names one after another, each led by a plus sign.
+// Lists travel in a block that is allocated for the call, with room for as many entries as there should be. Java gets a
+// text of their names, with a plus sign before each.
 #pragma once
 
 #include "library/shared/statuses.h"
@@ -10,13 +10,13 @@
 
 namespace rk {
 
-inline constexpr std::size_t kListTextBytes = 10000; // what a list's text starts with
+inline constexpr std::size_t kListTextBytes = 10000; // of a list's text at first
 
-// What stands in a new block's entries: nothing but zeros, or anything at all for a caller that fills each.
+// What a new block's entries hold: zeros, or anything, for a caller that fills each of them.
 enum class Entries { zeroed, unset };
 
-// Allocates a block for `count` entries behind it, and stores its count and its length; null when the count is
-// negative, the length word could not tell the size, or memory is short.
+// Allocates a block with `count` entries behind it, and stores count and length. Returns null when the count is
+// negative, when the size does not fit the length word, or when memory is short.
 template <typename Block, typename Entry>
 HeapBlock<Block> allocateBlock(int32_t count, Entries entries = Entries::zeroed) {
     const uint64_t size = sizeof(Block) + sizeof(Entry) * static_cast<uint64_t>(count);
@@ -33,7 +33,7 @@ HeapBlock<Block> allocateBlock(int32_t count, Entries entries = Entries::zeroed)
     return block;
 }
 
-// The same for a block that is about one port.
+// The same for a block about one port.
 template <typename Block, typename Entry>
 HeapBlock<Block> allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort port,
                                Entries entries = Entries::zeroed) {
@@ -45,13 +45,13 @@ HeapBlock<Block> allocateBlock(int32_t count, uint32_t clusterKey, NetworkPort p
     return block;
 }
 
-// Sends a block of its own, whose length is stored: 0, or the status that the rows give for the executor's reason.
+// Sends an allocated block; its length word is set already. Returns 0, or the status of the executor's reason.
 [[nodiscard]] int32_t sendBlock(CommandHeader &header, Command command, std::span<const ReasonRow> rows);
 
-// Appends one name of a list; a name without a terminator ends with its field. Returns what appendText returns.
+// Appends one name, which ends at its terminator or with its field of `size` bytes. Returns what appendText returns.
 int32_t appendName(ReportText &text, const char *name, std::size_t size);
 
-// Appends the names of `count` entries, up to the first that memory is too short for. Returns how many it appended.
+// Appends the names of `count` entries; stops when memory is short. Returns how many it appended.
 template <typename Entry, std::size_t Size>
 int32_t appendNames(ReportText &text, const Entry *entries, int32_t count, char (Entry::*name)[Size]) {
     int32_t appended = 0;

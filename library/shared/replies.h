@@ -1,4 +1,4 @@
-// What is read of a reply's entries: never more than there is room for, whatever the executor counts.
+// A reply's entries are read only as far as there is room for them, whatever the executor counts.
 #pragma once
 
 #include "library/shared/java_values.h"
@@ -6,7 +6,7 @@
 
 namespace rk {
 
-// How many entries may be read: the executor's count, within the room.
+// How many entries may be read of a reply with this count.
 constexpr int32_t entriesWithin(int64_t count, int64_t room) {
     if (count < 0)
         return 0;
@@ -17,8 +17,8 @@ template <typename Entry, std::size_t Room> constexpr int32_t entriesWithin(int6
     return entriesWithin(count, static_cast<int64_t>(Room));
 }
 
-// One field of `count` entries to an int array of a Java object, by way of `values`, which hold as many. Counting would
-// take most of the loop's instructions.
+// Copies one field of `count` entries into an int array of a Java object. `values` is the caller's, with room for
+// `count` ints. The loop is unrolled because stepping and testing would take most of its instructions.
 template <typename Entry, typename Field>
 void columnToJava(JNIEnv *env, jobject obj, const char *name, const Entry *entries, jint count, Field Entry::*field,
                   jint *values) {
@@ -28,7 +28,7 @@ void columnToJava(JNIEnv *env, jobject obj, const char *name, const Entry *entri
     SetJavaIntArrayField(env, obj, name, 0, count, values);
 }
 
-// The same of a record's own entries, as many as the executor counts.
+// The same for entries that are part of a record.
 template <typename Entry, std::size_t Room, typename Field>
 void columnToJava(JNIEnv *env, jobject obj, const char *name, const Entry (&entries)[Room], int64_t count,
                   Field Entry::*field) {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kIdentifierMost = 64;
 constexpr std::size_t kTextFieldMost = 256;
 
-// Copies a text field that may lack its terminator.
+// Copies a text field, and terminates the copy: the executor may have filled the field to its end.
 void terminate(char (&text)[kTextFieldMost + 1], const char *field, std::size_t size) {
     const std::size_t length = strnlen(field, size < kTextFieldMost ? size : kTextFieldMost);
     std::memcpy(text, field, length);

@@ -1,4 +1,5 @@
-// Settings between Java fields and record fields: one line a setting, the conversion picked by the record field's type.
+// Settings travel between Java fields and record fields, one line of code each; the type of the record field picks the
+// conversion.
 #pragma once
 
 #include "library/channel/channel.h"
@@ -21,22 +22,22 @@ void fromJava(JNIEnv *env, jobject obj, const char *name, int64_t &field);     /
 void fromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &field);     // char
 void fromJava(JNIEnv *env, jobject obj, const char *name, int8_t &field);      // byte
 
-// A text into a text field of the shared block, with its terminator. No text is the empty text. A text longer than its
-// field runs into the fields behind it, and stops at the end of the block's storage.
+// Copies a text into a text field of the shared block, with its terminator; a null string becomes the empty text.
+// Callers keep texts short: a longer one runs into the fields behind its own, and ends with the block's storage.
 void copyString(JNIEnv *env, jstring string, char *field);
 void textFromJava(JNIEnv *env, jobject obj, const char *name, char *field); // from a String field
 
-// Reads a change flag into the record; true when it is exactly 1, which alone means that its setting is given.
+// Copies a change flag into the record. Returns whether it is exactly 1, the only value that means a setting is given.
 [[nodiscard]] bool flagFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t &flag);
 
-// A setting that Java may leave alone: its flag always travels, its value only when the flag is 1.
+// Copies the flag of an optional setting, and its value only when the flag is 1.
 template <typename Field>
 void copyIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name, Field &field) {
     if (flagFromJava(env, obj, flagName, flag))
         fromJava(env, obj, name, field);
 }
 
-// The same for a setting that Java keeps as a byte and the record as a word: widened with its sign.
+// The same for a Java byte that is a word in the record: it is widened with its sign.
 void copyWidenedIfFlagged(JNIEnv *env, jobject obj, const char *flagName, uint8_t &flag, const char *name,
                           int32_t &field);
 
@@ -49,7 +50,7 @@ struct FlagField {
     uint8_t flag;
 };
 
-// Hands the flags back, so that Java sees which settings the executor did not take.
+// Copies the flags back, so that Java sees which settings the executor did not take.
 void flagsToJava(JNIEnv *env, jobject obj, std::initializer_list<FlagField> flags);
 
 // From a record to Java.
@@ -64,25 +65,25 @@ void toJava(JNIEnv *env, jobject obj, const char *name, uint8_t field);        /
 void toJava(JNIEnv *env, jobject obj, const char *name, int8_t field);         // byte
 void toJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress field); // String, dotted
 
-// Of any other type: what a field would be promoted to may be another Java type than its own, and the VM may end over
-// the look-up.
+// No other type: C++ would promote it to one of these, the look-up would then want another type than the Java field's,
+// and the VM might not survive that.
 template <typename Field> void toJava(JNIEnv *env, jobject obj, const char *name, const Field &field) = delete;
 
-// A new Java string of a text field; a text without a terminator ends with its field.
+// Makes a Java string of a text field, which ends at its terminator or with the field.
 jstring newString(JNIEnv *env, const char *field, std::size_t size);
 
 template <std::size_t Size> jstring newString(JNIEnv *env, const char (&field)[Size]) {
     return newString(env, field, Size);
 }
 
-// The same to a String field.
+// Stores such a string into a String field.
 void textToJava(JNIEnv *env, jobject obj, const char *name, const char *field, std::size_t size);
 
 template <std::size_t Size> void toJava(JNIEnv *env, jobject obj, const char *name, const char (&field)[Size]) {
     textToJava(env, obj, name, field, Size);
 }
 
-// Bytes to and from a byte array. When the array cannot be read, zeros go into the record.
+// Copies bytes from and to a byte array. An array that cannot be read counts as zeros.
 template <std::size_t Size> void bytesFromJava(JNIEnv *env, jobject obj, const char *name, uint8_t (&field)[Size]) {
     for (uint8_t &byte : field)
         byte = 0;
@@ -93,11 +94,12 @@ template <std::size_t Size> void bytesToJava(JNIEnv *env, jobject obj, const cha
     SetJavaByteArrayField(env, obj, name, 0, Size, reinterpret_cast<const jbyte *>(field));
 }
 
-// The address in a String field: 0, or -21 when it does not parse. A text that cannot be had gives address 0.
+// Stores the address in a String field. Returns 0, or kStatusBadAddress when the text is no address and no host name
+// that resolves. A missing text counts as address 0.
 [[nodiscard]] int32_t addressFromJava(JNIEnv *env, jobject obj, const char *name, NetworkAddress &address);
 
 // Checks the identifier of an object that is to be added, and stores its key into the Java field `keyName`. Returns 0,
-// `missing` when there are no characters, or `tooLong` for more than 64 bytes of modified UTF-8.
+// `missing` when there is no identifier, or `tooLong` when it takes more than 64 bytes in modified UTF-8.
 [[nodiscard]] int32_t identifierKeyToJava(JNIEnv *env, jobject obj, const char *name, const char *keyName,
                                           int32_t missing, int32_t tooLong);
 

@@ -1,5 +1,5 @@
-// Texts to addresses and numbers, and back. What is accepted differs in small ways from the system's own parsers, on
-// purpose: Java servers rely on exactly these rules.
+// Turns texts into addresses and numbers, and back. What is accepted differs in small ways from the system's own
+// parsers: Java servers depend on exactly these rules.
 #include "library/support/CMNImpUtils.h"
 #include "library/support/owners.h"
 #include "rk/reasons.h"
@@ -14,7 +14,7 @@ namespace {
 
 int32_t digitValue(char character, uint32_t base) {
     if (character >= '0' && character <= '9')
-        return character - '0'; // in base 8 too: 8 and 9 count with their face value
+        return character - '0'; // 8 and 9 are digits in base 8 too
     if (base == 16 && character >= 'a' && character <= 'f')
         return character - 'a' + 10;
     if (base == 16 && character >= 'A' && character <= 'F')
@@ -22,7 +22,7 @@ int32_t digitValue(char character, uint32_t base) {
     return -1;
 }
 
-// Reads one part of a numeric address and moves the cursor behind it; the value wraps at 32 bits.
+// Reads one part of a numeric address, and moves the cursor behind it. The value wraps at 32 bits.
 uint32_t readPart(const char **cursor) {
     uint32_t base = 10;
     if (**cursor == '0') {
@@ -45,7 +45,7 @@ uint32_t readPart(const char **cursor) {
 
 int32_t isinet_addr(const char *text) {
     constexpr int kMostDots = 3;
-    // What the last part may be at most, by the number of dots before it: it fills the remaining bytes.
+    // The highest last part by the number of dots before it: the last part fills the remaining bytes.
     constexpr uint32_t kLastPartMost[kMostDots + 1] = {0xFFFFFFFF, 0xFFFFFF, 0xFFFF, 0xFF};
     int dots = 0;
     uint32_t part = 0;
@@ -86,7 +86,7 @@ int32_t JStringFieldToAddr(JNIEnv *env, jobject obj, const char *name, uint32_t 
 int32_t getAddress(uint32_t address, char *text) {
     uint8_t octets[4];
     std::memcpy(octets, &address, sizeof(octets));
-    // Reports carry many addresses, and sprintf would take most of an address's time.
+    // Reports have many addresses, and sprintf would take several times as long.
     char *end = text;
     for (const uint8_t octet : octets) {
         end = std::to_chars(end, end + 3, octet).ptr;

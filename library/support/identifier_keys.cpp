@@ -1,4 +1,4 @@
-// Identifiers as 32-bit keys. Executors keep keys made earlier, so the arithmetic is fixed bit for bit.
+// Makes 32-bit keys of identifiers. Executors keep keys that were made earlier, so the arithmetic is fixed bit for bit.
 #include "library/support/CMNImpUtils.h"
 
 #include "library/native.h"
@@ -10,7 +10,7 @@ int32_t iClusterIdKeyIsIp = 0;
 
 namespace {
 
-// Shifts of a 32-bit word whose count is taken modulo 64; 32 and more shift everything out.
+// Shifts whose count is taken modulo 64; counts of 32 and more give 0.
 uint32_t shiftLeft(uint32_t value, uint32_t count) {
     count %= 64;
     return count < 32 ? value << count : 0;
@@ -39,7 +39,7 @@ void makeHashResult(char *text, uint32_t *key) {
     for (uint32_t i = 0; text[i] != '\0'; ++i) {
         const auto current = static_cast<uint8_t>(text[i]);
         const auto next = static_cast<uint8_t>(text[i + 1]);
-        // Both counts follow the index, never the characters.
+        // Both counts are the index, never the characters.
         hash += shiftLeft(static_cast<uint32_t>(bitrotate(current, i % 64) + next), i);
     }
     *key = hash;
@@ -72,7 +72,7 @@ int32_t initCRCTable() {
     return 0;
 }
 
-// The second string has no part in the key. A null identifier has the key of the empty one.
+// The second string does not matter. A null identifier has the key of the empty one.
 JNIEXPORT jint NATIVE(calcClusterIdKeyNative)(JNIEnv *env, jobject, jstring identifier, jstring) {
     const rk::Characters characters(env, identifier);
     return static_cast<jint>(characters.text == nullptr ? 0xFFFFFFFF : rk::keyOfCharacters(characters.text));

@@ -1,5 +1,5 @@
-// Reading, writing and calling members of Java objects by name. Nothing is cached, so any object of any class with the
-// right member names will do.
+// Reads, writes and calls members of Java objects by name. Nothing is cached, so an object of any class with the right
+// members will do.
 #include "library/support/CMNImpUtils.h"
 #include "library/support/owners.h"
 
@@ -15,8 +15,8 @@ jfieldID fieldOf(JNIEnv *env, jobject obj, const char *name, const char *descrip
 
 constexpr char kString[] = "Ljava/lang/String;";
 
-// The array of a field. Null when the object holds none, with a NullPointerException pending: the VM itself would not
-// survive a region copy on it.
+// Returns the array of a field. A null array leaves a NullPointerException pending: the VM would not survive a copy
+// from or to it.
 template <typename Array> Array arrayOf(JNIEnv *env, jobject obj, const char *name, jfieldID field) {
     const auto array = static_cast<Array>(env->GetObjectField(obj, field));
     if (field != nullptr)
@@ -97,7 +97,8 @@ int32_t SetJavaByteArrayField(JNIEnv *env, jobject obj, const char *name, jint s
     return 0;
 }
 
-// Reading a missing field goes on with a null identifier and a null array, on purpose unlike writing.
+// Unlike writing, reading a missing field goes on with a null identifier and a null array: Java servers have always
+// seen the exception of the look-up here.
 void GetJavaIntArrayField(JNIEnv *env, jobject obj, const char *name, jint start, jint count, jint *values) {
     const jfieldID field = fieldOf(env, obj, name, "[I");
     const LocalReference array(env, arrayOf<jintArray>(env, obj, name, field));
@@ -137,7 +138,7 @@ int32_t GetIntFromJavaMethodIndex(JNIEnv *env, jobject obj, const char *name, ji
 }
 
 int32_t SetIntJavaMethodIndex(JNIEnv *env, jobject obj, const char *name, jint index, jint value) {
-    // The comma is on purpose: no method has such a descriptor, so this helper always fails.
+    // With the comma no method has this descriptor, so the helper always fails, as its callers expect.
     const jmethodID method = methodOf(env, obj, name, "(I,I)V");
     if (method == nullptr)
         return -1;
@@ -173,7 +174,7 @@ int32_t GetObjectFromJavaMethodIndex(JNIEnv *env, jobject obj, const char *name,
 jobject AppendJavaStringBuffer(JNIEnv *env, jobject buffer, jstring string) {
     const jmethodID append = methodOf(env, buffer, "append", "(Ljava/lang/String;)Ljava/lang/StringBuffer;");
     if (append == nullptr)
-        return nullptr; // no StringBuffer at all: the VM would not survive the call
+        return nullptr; // not a StringBuffer: the VM would not survive the call
     return env->CallObjectMethod(buffer, append, string);
 }
 

@@ -1,5 +1,5 @@
-// What a call obtains has an owner that gives it back at the end of its scope: a local reference, the characters of a
-// string, a block of the heap.
+// Owners give back what a call obtains, at the end of their scope: a local reference, the characters of a string, a
+// block of the heap.
 #pragma once
 
 #include "library/support/CMNImpUtils.h"
@@ -13,7 +13,7 @@ namespace rk {
 template <typename Reference> struct LocalReference {
     LocalReference(JNIEnv *environment, Reference obtained) : env(environment), reference(obtained) {}
     ~LocalReference() {
-        env->DeleteLocalRef(reference); // of null it does nothing
+        env->DeleteLocalRef(reference); // does nothing for null
     }
     LocalReference(const LocalReference &) = delete;
     LocalReference &operator=(const LocalReference &) = delete;
@@ -22,7 +22,7 @@ template <typename Reference> struct LocalReference {
     const Reference reference;
 };
 
-// The characters of a string in modified UTF-8, a copy that is ours to change; null for a null string or when memory is
+// The characters of a string in modified UTF-8: a copy, which may be changed. Null for a null string, or when memory is
 // short.
 struct Characters {
     Characters(JNIEnv *environment, jstring obtainedFrom)

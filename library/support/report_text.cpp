@@ -1,4 +1,4 @@
-// Reports: heap texts that grow as lines are added.
+// Reports are texts on the heap that grow as lines are added.
 #include "library/support/CMNImpUtils.h"
 #include "library/support/owners.h"
 #include "rk/reasons.h"
@@ -11,10 +11,10 @@
 namespace {
 
 constexpr std::size_t kLineBytes = 256;
-constexpr std::size_t kGrowth = 10001; // what a report that must grow gets beyond its text
+constexpr std::size_t kGrowth = 10001; // bytes beyond its text that a report gets when it grows
 
-// Appends to a text whose length is known. The growth rule is appendbuffer's, byte for byte; realloc keeps a long
-// report linear where copying it at every step would not be.
+// Appends to a text whose length is known. It grows as appendbuffer promises, to the byte; with realloc, long reports
+// take linear time.
 int32_t appendAt(char **text, std::size_t length, const char *addition, std::size_t additionLength, std::size_t *size) {
     if (length + additionLength + 1 > *size) {
         *size = length + additionLength + kGrowth;
@@ -33,7 +33,7 @@ char *skip(char *text, char separator) {
     return text;
 }
 
-// Ends the token at `text` and returns what follows its separator, or null when the list ends with the token.
+// Ends the token at `text`. Returns what follows its separator, or null when the list ends with the token.
 char *endToken(char *text, char separator) {
     while (*text != '\0' && *text != separator)
         ++text;
@@ -54,7 +54,7 @@ int32_t filterlist(char *list, char ***tokens, char separator, int32_t depth) {
     for (char *rest = list; rest != nullptr; ++count) {
         rest = skip(rest, separator);
         if (*rest == '\0')
-            return -1; // a list that ends in a separator has no last token: none of it counts, on purpose
+            return -1; // callers expect no token at all from a list that ends in a separator
         rest = endToken(rest, separator);
     }
     *tokens = static_cast<char **>(std::calloc(static_cast<std::size_t>(count), sizeof(char *)));
@@ -84,7 +84,7 @@ void rk::closeReport(ReportText &report) {
 
 int32_t rk::appendText(ReportText &report, const char *addition) {
     const std::size_t additionLength = std::strlen(addition);
-    // The size that could not be had must not be believed by the next line: dumps go on after a failed one.
+    // When memory is short the size stays as it was: dumps go on with the next line.
     std::size_t size = report.size;
     const int32_t status = appendAt(&report.text, report.length, addition, additionLength, &size);
     if (status == 0) {
@@ -98,10 +98,10 @@ int32_t rk::appendLine(ReportText &report, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     int32_t status = 0;
-    if (report.size - report.length >= kLineBytes) { // formatted in place, long reports being mostly lines
+    if (report.size - report.length >= kLineBytes) { // format in place, without a copy
         char *line = report.text + report.length;
         std::vsnprintf(line, kLineBytes, format, arguments);
-        report.length += std::strlen(line); // less than was printed when a character is 0: the line ends there
+        report.length += std::strlen(line); // a printed character 0 ends the line
     } else {
         char line[kLineBytes];
         std::vsnprintf(line, sizeof(line), format, arguments);
