@@ -1,5 +1,7 @@
 #include "executor/forwarding/forwarding.h"
 
+#include "executor/forwarding/plan_exchange.h"
+
 #include <exception>
 
 namespace rk {

@@ -4,16 +4,10 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <tuple>
 
 namespace rk {
 
 namespace {
-
-template <typename Key, typename Item> const Item *itemAt(const std::map<Key, Item> &items, const Key &key) {
-    const auto found = items.find(key);
-    return found == items.end() ? nullptr : &found->second;
-}
 
 // What is to be in the place of whatever is there.
 template <typename Key, typename Item>
@@ -23,23 +17,8 @@ Replacement<Key, Item> replacement(std::map<Key, Item> &items, const Key &key, I
     return {&items, key, single.extract(single.begin())};
 }
 
-// The same, none: it goes.
-template <typename Key, typename Item>
-Replacement<Key, Item> replacement(std::map<Key, Item> &items, const Key &key, std::optional<Item> item) {
-    if (item)
-        return replacement(items, key, std::move(*item));
-    return {&items, key, {}};
-}
-
 template <typename Key, typename Item> Replacement<Key, Item> removal(std::map<Key, Item> &items, const Key &key) {
     return {&items, key, {}};
-}
-
-template <typename Key, typename Item> void exchangeOne(Replacement<Key, Item> &change) {
-    auto out = change.items->extract(change.key);
-    if (!change.other.empty())
-        change.items->insert(std::move(change.other));
-    change.other = std::move(out);
 }
 
 PlanTallies &talliesOf(PlanDraft &draft) {
@@ -119,7 +98,7 @@ void draftSelector(PlanDraft &draft, const PortId &id, const Port &port, const R
     if (isPresent && (!selector || present->first != priority))
         draft.selectors.push_back({removal(selectors, present->first), id});
     if (selector)
-        draft.selectors.push_back({replacement(selectors, priority, std::move(selector)), id});
+        draft.selectors.push_back({replacement(selectors, priority, std::move(*selector)), id});
 }
 
 // The pools of a port, or of one of its rules, which may be new, with the settings that they are to have. Their servers
@@ -150,14 +129,21 @@ bool draftPools(PlanDraft &draft, const Cluster &cluster, const Port &port, cons
     return true;
 }
 
-// Whether the servers of a port that is to hand packets on unchanged can have them so.
-bool areServersForwardable(const PlanDraft &draft, const Cluster &cluster, const Port &port, LogText &words) {
+// Sees to the servers of a port that has another method: not all that one does with them does the other.
+bool draftMethod(PlanDraft &draft, const Cluster &cluster, const Port &port, LogText &words) {
     const auto pool = firstPool(draft, portIdOf(cluster, port)); // it has one
-    if (pool->second.settings.method == methodOf(port))
+    const Method method = methodOf(port);
+    if (pool->second.settings.method == method)
         return true;
-    return std::all_of(port.servers.byKey.begin(), port.servers.byKey.end(), [&](const auto &item) {
-        return !planServer(port, item.second) || isServerForwardable(cluster, port, item.second, draft.features, words);
-    });
+    for (const auto &[serverKey, server] : port.servers.byKey) {
+        const std::optional<PoolServer> planned = planServer(port, server);
+        if (!planned)
+            continue;
+        if (!isServerForwardable(cluster, port, server, draft.features, words))
+            return false;
+        draft.used |= featuresOf(*planned, method);
+    }
+    return true;
 }
 
 void tallySources(PlanDraft &draft, const PoolServer *before, const PoolServer *after) {
@@ -226,59 +212,6 @@ void draftRemovedServer(PlanDraft &draft, const Port &port, Pool &pool, uint32_t
     draftTakers(draft, port, ruleOf(port, pool), pool, takers);
 }
 
-template <typename Replacements> void exchangeAll(Replacements &changes) {
-    for (auto &change : changes)
-        exchangeOne(change);
-}
-
-// What a replacement that has been done changed.
-template <typename Key, typename Item> Change<Item> changeIn(const Replacement<Key, Item> &done) {
-    return {done.other.empty() ? nullptr : &done.other.mapped(), itemAt(*done.items, done.key)};
-}
-
-// A server with another endpoint is another server.
-void appendServer(std::vector<ServerChange> &servers, const Pool *pool, const Change<PoolServer> &server) {
-    const auto [before, after] = server;
-    if (before == nullptr || after == nullptr || before->endpoint == after->endpoint) {
-        servers.push_back({pool, server});
-        return;
-    }
-    servers.push_back({pool, {nullptr, after}});
-    servers.push_back({pool, {before, nullptr}});
-}
-
-template <typename Item> Change<Item> newItem(const Item &item) {
-    return {nullptr, &item};
-}
-
-template <typename Item> Change<Item> goneItem(const Item &item) {
-    return {&item, nullptr};
-}
-
-// All selectors and clients of a port that is new or goes.
-void appendAll(PlanChange &change, const PortId &id, const PortPlan &port, bool isNew) {
-    for (const auto &[priority, selector] : port.selectors)
-        change.selectors.push_back({id, priority, isNew ? newItem(selector) : goneItem(selector)});
-    for (const auto &[address, client] : port.clients)
-        change.clients.push_back({id, isNew ? newItem(client) : goneItem(client)});
-}
-
-// New comes before changed, changed before gone.
-template <typename Item> int kindOf(const Change<Item> &change) {
-    if (change.before == nullptr)
-        return 0;
-    return change.after != nullptr ? 1 : 2;
-}
-
-template <typename Item> const Item &itemOf(const Change<Item> &change) {
-    return change.after != nullptr ? *change.after : *change.before;
-}
-
-template <typename Item, typename Place> void sortBy(std::vector<Item> &items, Place placeOf) {
-    std::sort(items.begin(), items.end(),
-              [placeOf](const Item &one, const Item &other) { return placeOf(one) < placeOf(other); });
-}
-
 } // namespace
 
 PlanDraft newDraft(Plan &plan, Features features) {
@@ -328,7 +261,7 @@ bool draftPortSettings(PlanDraft &draft, const Cluster &cluster, const Port &por
         draftRemovedPools(draft, id);
         return true;
     }
-    if (!areServersForwardable(draft, cluster, port, words) || !draftPools(draft, cluster, port, nullptr, words))
+    if (!draftMethod(draft, cluster, port, words) || !draftPools(draft, cluster, port, nullptr, words))
         return false;
     return std::all_of(port.rules.byKey.begin(), port.rules.byKey.end(),
                        [&](const auto &item) { return draftPools(draft, cluster, port, &item.second, words); });
@@ -456,68 +389,6 @@ void draftReleasedClients(PlanDraft &draft, const Cluster &cluster, const Port &
 void draftSettings(PlanDraft &draft, const Executor &executor) {
     draft.used |= featuresOf(executor);
     draft.settings = planSettings(executor, draft.tallies ? *draft.tallies : draft.plan->tallies);
-}
-
-bool isEmpty(const PlanDraft &draft) {
-    return draft.settings == draft.plan->settings && draft.ports.empty() && draft.pools.empty() &&
-           draft.poolSettings.empty() && draft.servers.empty() && draft.selectors.empty() && draft.clients.empty();
-}
-
-void exchange(PlanDraft &draft) {
-    std::swap(draft.settings, draft.plan->settings);
-    if (draft.tallies)
-        std::swap(*draft.tallies, draft.plan->tallies);
-    exchangeAll(draft.servers);
-    exchangeAll(draft.endpoints);
-    exchangeAll(draft.selectors);
-    exchangeAll(draft.clients);
-    for (PoolSettingsReplacement &change : draft.poolSettings)
-        std::swap(change.other, change.pool->settings);
-    for (TakersReplacement &change : draft.takers)
-        std::swap(change.other, change.pool->takers);
-    exchangeAll(draft.ports);
-    exchangeAll(draft.pools);
-}
-
-PlanChange changeOf(const PlanDraft &draft) {
-    PlanChange change;
-    if (draft.settings != draft.plan->settings)
-        change.settingsBefore = &draft.settings;
-    for (const auto &each : draft.pools) {
-        const Change<Pool> pool = changeIn(each);
-        if (pool.before != nullptr)
-            change.removedPools.push_back(pool.before);
-        if (pool.after != nullptr)
-            change.newPools.push_back(pool.after);
-    }
-    for (const PoolSettingsReplacement &each : draft.poolSettings)
-        change.changedPools.push_back({each.pool, &each.other});
-    for (const auto &each : draft.servers)
-        appendServer(change.servers, each.owner, changeIn(each));
-    for (const auto &each : draft.ports) {
-        const Change<PortPlan> port = changeIn(each);
-        if (port.before != nullptr)
-            appendAll(change, each.key, *port.before, false);
-        if (port.after != nullptr)
-            appendAll(change, each.key, *port.after, true);
-    }
-    for (const auto &each : draft.selectors)
-        change.selectors.push_back({each.owner, each.key, changeIn(each)});
-    for (const auto &each : draft.clients)
-        change.clients.push_back({each.owner, changeIn(each)});
-
-    sortBy(change.newPools, [](const Pool *pool) { return std::tie(pool->id); });
-    sortBy(change.removedPools, [](const Pool *pool) { return std::tie(pool->id); });
-    sortBy(change.changedPools, [](const PoolSettingsChange &each) { return std::tie(each.pool->id); });
-    sortBy(change.servers, [](const ServerChange &each) {
-        return std::tuple<int, const PoolId &, uint32_t>(kindOf(each.server), each.pool->id, itemOf(each.server).key);
-    });
-    sortBy(change.selectors,
-           [](const SelectorChange &each) { return std::tuple(kindOf(each.selector), each.port, each.priority); });
-    sortBy(change.clients, [](const ClientChange &each) {
-        return std::tuple(kindOf(each.client), each.port, itemOf(each.client).client);
-    });
-    return change;
 }
 
 } // namespace rk

@@ -1,6 +1,6 @@
 // Changes of a plan, put together before they are done: all memory is obtained while drafting, so that doing and
-// undoing cannot fail. A draft is made from the executor's state as it is to be and the plan as it is, and looks only
-// at what a command has touched: its cost does not grow with what else there is.
+// undoing cannot fail (plan_exchange.h). A draft is made from the executor's state as it is to be and the plan as it
+// is, and looks only at what a command has touched: its cost does not grow with what else there is.
 #pragma once
 
 #include "executor/forwarding/planning.h"
@@ -17,6 +17,12 @@ template <typename Key, typename Item> struct Replacement {
     Key key{};
     typename std::map<Key, Item>::node_type other; // empty: there is no such entry
 };
+
+// The entry that a map has now; null: it has none.
+template <typename Key, typename Item> const Item *itemAt(const std::map<Key, Item> &items, const Key &key) {
+    const auto found = items.find(key);
+    return found == items.end() ? nullptr : &found->second;
+}
 
 template <typename Owner, typename Key, typename Item> struct OwnedReplacement : Replacement<Key, Item> {
     Owner owner{};
@@ -86,14 +92,5 @@ void draftReleasedClients(PlanDraft &draft, const Cluster &cluster, const Port &
 
 // To be called at last: what concerns the whole machine.
 void draftSettings(PlanDraft &draft, const Executor &executor);
-
-// Whether the plan would be the same.
-bool isEmpty(const PlanDraft &draft);
-
-// Does the draft to its plan, or undoes it. Neither needs memory.
-void exchange(PlanDraft &draft);
-
-// What a draft that has been done has changed. It points into the draft and the plan.
-PlanChange changeOf(const PlanDraft &draft);
 
 } // namespace rk

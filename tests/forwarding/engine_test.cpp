@@ -435,6 +435,20 @@ TEST(Features, ofARouterMatterAtLinkLevel) {
     EXPECT_EQ(lastLineOf(world.state), "forwarding: kept, and not done by the fake engine: router addresses");
 }
 
+TEST(Features, ofServersMayComeWithAnotherMethod) {
+    World world;
+    begin(world, kAll & ~bitOf(Feature::tunnel));
+    startFarm(world.state);
+    ASSERT_EQ(perform(world.state, addPortRequest(80)), 0);
+    ServerRecord server = addServerRequest(80, 1, "10.2.0.11");
+    set(server.setRouterAddress, server.routerAddress, address("10.9.0.1"));
+    ASSERT_EQ(perform(world.state, server), 0);
+    PortRecord method = changePortRequest(80);
+    set(method.setMethod, method.method, kMethodLinkLevel);
+    ASSERT_EQ(perform(world.state, method), 0);
+    EXPECT_EQ(lastLineOf(world.state), "forwarding: kept, and not done by the fake engine: router addresses");
+}
+
 // --- Beginning with what there is ------------------------------------------------------------------------------------
 
 class Beginning : public testing::Test {
