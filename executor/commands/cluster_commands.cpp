@@ -9,10 +9,10 @@ namespace rk {
 
 namespace {
 
-bool areSettingsValid(const ClusterRecord &settings, int32_t numberOfPorts) {
-    return settings.maxPorts >= numberOfPorts && arePortDefaultsValid(settings) && settings.sharedBytesPerSecond >= 0 &&
-           settings.activeConnectionsProportion >= 0 && settings.newConnectionsProportion >= 0 &&
-           settings.portSpecificProportion >= 0 && settings.systemProportion >= 0;
+int32_t checkSettings(const ClusterRecord &settings, int32_t numberOfPorts) {
+    if (settings.maxPorts < numberOfPorts)
+        return kOutOfRange;
+    return checkLimits(kClusterSettings, settings.header);
 }
 
 // Whether a cluster can have `address`. `own` is its present one, 0 for a new cluster.
@@ -53,8 +53,8 @@ int32_t addCluster(Executor &executor, const ClusterRecord &record) {
     cluster.order = executor.nextOrder;
     if (!applySettings(kClusterSettings, record.header, cluster.settings.header))
         return kOutOfRange;
-    if (!areSettingsValid(cluster.settings, 0))
-        return kOutOfRange;
+    if (const int32_t reason = checkSettings(cluster.settings, 0); reason != 0)
+        return reason;
 
     std::set<uint32_t> address{record.address.word};
     addItem(executor.clusters, record.clusterKey, executor.nextOrder, std::move(cluster));
@@ -86,8 +86,8 @@ int32_t writeClusterSettings(Executor &executor, Cluster &cluster, const Cluster
         return kOutOfRange;
     if (!isAddressUsable(executor, settings.address, cluster.settings.address))
         return kClusterAddress;
-    if (!areSettingsValid(settings, numberOf(cluster.ports)))
-        return kOutOfRange;
+    if (const int32_t reason = checkSettings(settings, numberOf(cluster.ports)); reason != 0)
+        return reason;
 
     replaceSettings(executor, cluster, settings);
     return 0;

@@ -14,14 +14,6 @@ namespace {
 
 constexpr char kVersion[] = "Reference executor " RK_VERSION;
 
-bool areSettingsValid(const ExecutorSettingsRecord &settings, int32_t numberOfClusters) {
-    return settings.traceLevel >= 0 && settings.defaultClusterMaxPorts >= 0 && isTime(settings.finTimeout) &&
-           isTime(settings.haTimeout) && isTime(settings.haSyncTimeout) && arePortDefaultsValid(settings) &&
-           settings.maxNumberOfClusters >= numberOfClusters && settings.widePortNumber >= 0 &&
-           settings.widePortNumber <= kHighestPortNumber && settings.sharedBytesPerSecond >= 0 &&
-           settings.cookieExpireInterval >= 0;
-}
-
 } // namespace
 
 void startExecutor(ExecutorState &state) {
@@ -59,8 +51,10 @@ int32_t writeExecutorSettings(Executor &executor, const ExecutorSettingsRecord &
     ExecutorSettingsRecord settings = executor.settings;
     if (!applySettings(kExecutorSettings, record.header, settings.header))
         return kOutOfRange;
-    if (!areSettingsValid(settings, numberOf(executor.clusters)))
+    if (settings.maxNumberOfClusters < numberOf(executor.clusters))
         return kOutOfRange;
+    if (const int32_t reason = checkLimits(kExecutorSettings, settings.header); reason != 0)
+        return reason;
     executor.settings = settings;
     return 0;
 }

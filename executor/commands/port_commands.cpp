@@ -13,23 +13,7 @@ namespace {
 int32_t checkSettings(const PortRecord &settings, int32_t numberOfServers) {
     if (settings.maxServers < numberOfServers)
         return kPortServerLimit;
-    if (!isTime(settings.staleTimeout))
-        return kStaleTimeout;
-    if (!isTime(settings.stickyTime))
-        return kStickyTime;
-    if (settings.stickyBits < 0 || settings.stickyBits > kHighestStickyBits)
-        return kStickyBits;
-    if (!isWeightBound(settings.weightBound))
-        return kWeightBound;
-    if (!isPortType(settings.type))
-        return kUnknownPortType;
-    if (!isMethod(settings.method))
-        return kUnknownMethod;
-    if (!isProtocol(settings.protocol))
-        return kUnknownProtocol;
-    if (settings.maxHalfOpen < 0)
-        return kHalfOpenLimit;
-    return 0;
+    return checkLimits(kPortSettings, settings.header);
 }
 
 // Whether a port of the cluster crosses to `port`.

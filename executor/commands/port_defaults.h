@@ -2,8 +2,6 @@
 // have the same names in both records.
 #pragma once
 
-#include "executor/state/values.h"
-
 namespace rk {
 
 template <typename From, typename To> void inheritPortDefaults(const From &from, To &to) {
@@ -14,13 +12,6 @@ template <typename From, typename To> void inheritPortDefaults(const From &from,
     to.defaultPortWeightBound = from.defaultPortWeightBound;
     to.defaultPortType = from.defaultPortType;
     to.defaultPortReplicate = from.defaultPortReplicate;
-}
-
-// Whether a port can have these defaults.
-template <typename Record> bool arePortDefaultsValid(const Record &settings) {
-    return settings.defaultPortMaxServers >= 0 && isTime(settings.defaultPortStaleTimeout) &&
-           isTime(settings.defaultPortStickyTime) && isWeightBound(settings.defaultPortWeightBound) &&
-           isPortType(settings.defaultPortType);
 }
 
 } // namespace rk

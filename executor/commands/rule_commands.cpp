@@ -19,11 +19,10 @@ bool isRangeInOrder(const RuleRecord &settings) {
 
 // `own` is the rule whose settings these are to be, null for a new one.
 int32_t checkSettings(const Port &port, const Rule *own, const RuleRecord &settings) {
-    if (settings.ruleType < 0 || settings.ruleType > kHighestRuleType)
-        return kOutOfRange;
+    if (const int32_t reason = checkLimits(kRuleSettings, settings.header); reason != 0)
+        return reason;
     const auto holder = port.rules.inOrder.find(settings.priority);
-    const bool isTaken = holder != port.rules.inOrder.end() && holder->second != own;
-    if (settings.priority < 0 || isTaken)
+    if (holder != port.rules.inOrder.end() && holder->second != own)
         return kRulePriority;
     if (!isRangeInOrder(settings))
         return kRuleRange;

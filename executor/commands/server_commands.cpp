@@ -51,9 +51,7 @@ int32_t changeSettings(const ServerRecord &request, int16_t weightBound, ServerR
         return kWeight;
     if (settings.collocated != 0 && settings.routerAddress.word != 0)
         return kCollocatedRouter;
-    if (settings.cpsMaximum < 0)
-        return kCpsMaximum;
-    return 0;
+    return checkLimits(kServerSettings, settings.header);
 }
 
 ServerRecord newServerSettings(const Port &port, const ServerRecord &request) {

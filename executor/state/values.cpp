@@ -7,26 +7,6 @@
 
 namespace rk {
 
-bool isWeightBound(int16_t bound) {
-    return bound >= 1 && bound <= kHighestWeightBound;
-}
-
-bool isPortType(int32_t type) {
-    return type == kPortTypeTcpAndUdp || type == kPortTypeTcp || type == kPortTypeUdp;
-}
-
-bool isProtocol(int32_t protocol) {
-    return protocol == kProtocolNone || protocol == kProtocolHttp || protocol == kProtocolTls;
-}
-
-bool isMethod(int32_t method) {
-    return method == kMethodLinkLevel || method == kMethodTranslation || method == kMethodContent;
-}
-
-bool isTime(SplitInt64 time) {
-    return time.high == 0 && time.low >= 0;
-}
-
 bool isUnicast(NetworkAddress address) {
     const uint32_t word = ntohl(address.word);
     const bool isMulticast = word >> 28 == 0xE;

@@ -3,6 +3,7 @@
 
 #include "rk/command_header.h"
 
+#include <limits>
 #include <string_view>
 
 namespace rk {
@@ -25,6 +26,9 @@ inline constexpr int32_t kDefaultNewConnectionsProportion = 50;
 inline constexpr int32_t kDefaultStickyBits = 32; // each client address sticks on its own
 inline constexpr int16_t kDefaultWeight = 10;     // or the weight bound of the port, when that is lower
 
+// Limits of settings.
+inline constexpr int64_t kNoLimit = std::numeric_limits<int64_t>::max();
+inline constexpr int64_t kLongestTime = std::numeric_limits<int32_t>::max(); // the highest that a Java int holds
 inline constexpr int16_t kHighestWeightBound = 100;
 inline constexpr int32_t kHighestStickyBits = 32; // the bits of an address
 inline constexpr uint16_t kHighestPortNumber = 65535;
@@ -86,15 +90,6 @@ inline constexpr int32_t kProtocolTls = 2;
 inline constexpr int32_t kMethodLinkLevel = 1;   // unchanged, to the server's hardware address
 inline constexpr int32_t kMethodTranslation = 2; // with addresses translated
 inline constexpr int32_t kMethodContent = 3;     // over a second connection, made once the request has been read
-
-// Whether a weight bound, a default one as well, is from 1 to kHighestWeightBound.
-bool isWeightBound(int16_t bound);
-bool isPortType(int32_t type);
-bool isProtocol(int32_t protocol);
-bool isMethod(int32_t method);
-
-// Whether a time is from 0 to the highest that a Java int holds.
-bool isTime(SplitInt64 time);
 
 // Whether packets can be sent to `address` at all: not 0.0.0.0, 255.255.255.255 or multicast.
 bool isUnicast(NetworkAddress address);

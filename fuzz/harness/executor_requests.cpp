@@ -216,7 +216,7 @@ void placeSettings(const Draws &draws, const CommandRow &row, std::vector<uint8_
         if (choice == 0xFF) {
             for (std::size_t i = 0; i < setting.size; ++i)
                 value[i] = isOver(draws) ? 'x' : drawByte(draws);
-        } else if (!setting.isText && setting.size <= 8) {
+        } else if (setting.kind != ValueKind::text && setting.size <= 8) {
             // In host byte order the low byte of a SplitInt64's low word, of any other integer its own.
             value[setting.size == sizeof(SplitInt64) ? offsetof(SplitInt64, low) : 0] =
                 choice >> 1 & (choice < 0x40 ? 7 : 63);

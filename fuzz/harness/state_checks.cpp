@@ -1,5 +1,6 @@
 #include "fuzz/harness/state_checks.h"
 
+#include "executor/state/settings.h"
 #include "executor/state/values.h"
 #include "fuzz/harness/draws.h"
 
@@ -44,7 +45,7 @@ void checkServer(const Server &server, uint32_t key, const Port &port) {
     HOLDS(weightWhenUp(server) >= 0 && weightWhenUp(server) <= port.settings.weightBound);
     HOLDS(!server.isDown || settings.weight == 0);
     HOLDS(server.isDown || server.savedWeight == 0);
-    HOLDS(settings.cpsMaximum >= 0 && server.connectionsPerSecond >= 0);
+    HOLDS(checkLimits(kServerSettings, settings.header) == 0 && server.connectionsPerSecond >= 0);
     HOLDS(settings.collocated == 0 || settings.routerAddress.word == 0);
 }
 
@@ -53,7 +54,7 @@ void checkRule(const Rule &rule, const std::string &name, const Port &port) {
     checkHeader(settings.header);
     HOLDS(textIn(settings.ruleName) == name && isTerminated(settings.ruleName));
     HOLDS(isTerminated(settings.pattern) && isTerminated(settings.cookieName) && isTerminated(settings.hashId));
-    HOLDS(settings.ruleType >= 0 && settings.ruleType <= kHighestRuleType);
+    HOLDS(checkLimits(kRuleSettings, settings.header) == 0);
     HOLDS(rule.uniqueId > 0 && rule.connectionsPerSecond >= 0);
     checkOrders(rule.members, [](const RuleMember &member) { return member.order; });
     for (const auto &[key, member] : rule.members.byKey) {
@@ -76,10 +77,7 @@ void checkPort(const Port &port, int32_t number, const Cluster &cluster) {
     const PortRecord &settings = port.settings;
     checkHeader(settings.header);
     HOLDS(hostOrder(settings.port) == number && settings.clusterKey == cluster.settings.clusterKey);
-    HOLDS(settings.stickyBits >= 0 && settings.stickyBits <= kHighestStickyBits);
-    HOLDS(isWeightBound(settings.weightBound) && isMethod(settings.method));
-    HOLDS(isPortType(settings.type) && isProtocol(settings.protocol));
-    HOLDS(isTime(settings.stickyTime) && isTime(settings.staleTimeout));
+    HOLDS(checkLimits(kPortSettings, settings.header) == 0);
     HOLDS(numberOf(port.servers) <= settings.maxServers && port.connectionsPerSecond >= 0);
     if (settings.crossPort.word != 0) {
         const auto target = cluster.ports.byKey.find(hostOrder(settings.crossPort));
@@ -99,6 +97,7 @@ void checkCluster(const Cluster &cluster, uint32_t key, const Executor &executor
     checkHeader(settings.header);
     HOLDS(settings.clusterKey == key && isTerminated(settings.clusterId));
     HOLDS(isUnicast(settings.address) && executor.clusterAddresses.contains(settings.address.word));
+    HOLDS(checkLimits(kClusterSettings, settings.header) == 0);
     HOLDS(numberOf(cluster.ports) <= settings.maxPorts && cluster.connectionsPerSecond >= 0);
     checkOrders(cluster.ports, [](const Port &port) { return hostOrder(port.settings.port); });
     for (const auto &[number, port] : cluster.ports.byKey)
@@ -167,6 +166,7 @@ void mixPort(uint64_t &digest, const Port &port) {
 void checkState(const ExecutorState &state) {
     const Executor &executor = state.executor;
     checkHeader(executor.settings.header);
+    HOLDS(checkLimits(kExecutorSettings, executor.settings.header) == 0);
     HOLDS(numberOf(executor.clusters) <= executor.settings.maxNumberOfClusters);
     HOLDS(executor.clusters.byKey.size() == executor.clusterAddresses.size());
     HOLDS(isTerminated(executor.settings.configFileName));

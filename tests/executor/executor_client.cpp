@@ -1,5 +1,7 @@
 #include "executor_client.h"
 
+#include "executor/commands/command_table.h"
+
 #include <algorithm>
 
 namespace rk {
@@ -299,6 +301,53 @@ void ExecutorTest::SetUp() {
 
 void ExecutorTest::TearDown() {
     ASSERT_EQ(EXC_UsrExecutorTerm(), 0);
+}
+
+std::span<const Setting> settingsOf(const CommandHeader &request) {
+    const CommandRow *row = findCommand(request.command);
+    return row == nullptr ? std::span<const Setting>{} : row->settings;
+}
+
+namespace {
+
+template <typename Number> void put(uint8_t *place, int64_t number) {
+    const auto value = static_cast<Number>(number);
+    std::memcpy(place, &value, sizeof value);
+}
+
+void putValue(const Setting &setting, uint8_t *value, int64_t number) {
+    std::memset(value, 0, setting.size);
+    if (setting.kind == ValueKind::twoWords)
+        put<int32_t>(value + offsetof(SplitInt64, low), number);
+    else if (setting.size == sizeof(int16_t))
+        put<int16_t>(value, number);
+    else if (setting.size == sizeof(int32_t))
+        put<int32_t>(value, number);
+    else if (setting.size == sizeof(int64_t))
+        put<int64_t>(value, number);
+    else
+        put<int8_t>(value, number);
+}
+
+} // namespace
+
+void setSample(const Setting &setting, CommandHeader &record) {
+    uint8_t *value = reinterpret_cast<uint8_t *>(&record) + setting.value;
+    const std::vector<uint8_t> before(value, value + setting.size);
+    for (const int64_t sample : {setting.limits.low, setting.limits.high, int64_t{1}, int64_t{2}}) {
+        const bool isWithin = sample >= setting.limits.low && sample <= setting.limits.high;
+        if (!isWithin || sample != static_cast<int32_t>(sample))
+            continue;
+        putValue(setting, value, sample);
+        if (!std::equal(before.begin(), before.end(), value))
+            return;
+    }
+    ADD_FAILURE() << "no other value within the limits";
+}
+
+void copyValue(const Setting &setting, const CommandHeader &from, CommandHeader &to) {
+    std::memcpy(reinterpret_cast<uint8_t *>(&to) + setting.value,
+                reinterpret_cast<const uint8_t *>(&from) + setting.value, setting.size);
 }
 
 } // namespace rk
