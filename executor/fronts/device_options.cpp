@@ -2,6 +2,7 @@
 
 #include "rk/device.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <getopt.h>
@@ -13,12 +14,24 @@ namespace {
 constexpr char kDeviceFolder[] = "/dev/";
 constexpr std::size_t kLongestDeviceName = 63; // the kernel's own lists cut longer ones
 
-enum OptionCode : int { kDeviceName = 256, kForeground, kLog, kHelp, kVersion }; // above any short option's
+enum OptionCode : int {
+    kDeviceName = 256,
+    kForeground,
+    kLog,
+    kForward,
+    kScheduler,
+    kKeepForwarding,
+    kHelp,
+    kVersion
+}; // above any short option's
 
 constexpr option kOptions[] = {
     {"device-name", required_argument, nullptr, kDeviceName},
     {"foreground", no_argument, nullptr, kForeground},
     {"log", required_argument, nullptr, kLog},
+    {"forward", required_argument, nullptr, kForward},
+    {"scheduler", required_argument, nullptr, kScheduler},
+    {"keep-forwarding", no_argument, nullptr, kKeepForwarding},
     {"help", no_argument, nullptr, kHelp},
     {"version", no_argument, nullptr, kVersion},
     {nullptr, 0, nullptr, 0},
@@ -34,6 +47,23 @@ bool isDeviceName(const std::string &name) {
 void refuse(DeviceOptions &options, std::string mistake) {
     options.action = DeviceAction::refuse;
     options.mistake = std::move(mistake);
+}
+
+constexpr std::string_view kSchedulers[] = {"wrr", "wlc", "sh", "mh"};
+
+void applyForward(DeviceOptions &options, const std::string &value) {
+    if (value == "kernel")
+        options.forward = ForwardMode::kernel;
+    else if (value == "none")
+        options.forward = ForwardMode::none;
+    else
+        refuse(options, "--forward is kernel or none, not '" + value + "'");
+}
+
+void applyScheduler(DeviceOptions &options, const std::string &value) {
+    options.scheduler = value;
+    if (std::ranges::find(kSchedulers, value) == std::end(kSchedulers))
+        refuse(options, "--scheduler is wrr, wlc, sh or mh, not '" + value + "'");
 }
 
 // What is wrong with the option at which getopt_long stopped. `argument` is the last one that it looked at.
@@ -63,6 +93,15 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
         if (options.logFile.empty())
             refuse(options, "--log needs the name of a file");
         break;
+    case kForward:
+        applyForward(options, optarg);
+        break;
+    case kScheduler:
+        applyScheduler(options, optarg);
+        break;
+    case kKeepForwarding:
+        options.keepsForwarding = true;
+        break;
     case kHelp:
         options.action = DeviceAction::showHelp;
         break;
@@ -81,23 +120,33 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
 
 const char kDeviceHelp[] =
     R"(usage: qelxwd [--device-name NAME] [--foreground] [--log FILE]
+              [--forward kernel|none] [--scheduler NAME] [--keep-forwarding]
 
 Makes the character device /dev/qelxw and answers the commands that come to it
 as a load balancer's executor does. It keeps the configuration in memory, and
-forwards no packets. The management server's library finds it in kernel mode.
+has the kernel forward packets as it says, by IPVS and nftables. The management
+server's library finds it in kernel mode.
 
   --device-name NAME   make /dev/NAME instead (the library knows /dev/qelxw only)
   --foreground         stay in the foreground, and say when the device is there;
                        otherwise the program goes to the background then
   --log FILE           append a line to FILE for each command; SIGHUP opens FILE
                        anew, as log rotation expects
+  --forward kernel     forward, or fail when this kernel cannot; without this
+                       option, what cannot be had is told in one line
+  --forward none       forward no packets
+  --scheduler NAME     how a server is picked: wrr, by weight (as it is without
+                       this option); wlc, by weight and open connections; sh or
+                       mh, by the client's address
+  --keep-forwarding    leave all that is forwarded in force at the end
   --help               show this text
   --version            show the version
 
 It needs the kernel's module cuse (modprobe cuse) and the right to open
 /dev/cuse, which root has, and the user qelxwd where the installed rule of udev
-is in force. SIGTERM or SIGINT stop it: the device goes, and the configuration
-with it.
+is in force; to forward, CAP_NET_ADMIN and the modules ip_vs, ip_vs_NAME of the
+scheduler, nf_tables and nft_chain_nat. SIGTERM or SIGINT stop it: the device
+goes, and the configuration with it.
 
 Exit status: 0 stopped, or gone to the background; 1 something failed, and the
 reason was written to standard error; 2 the command line is wrong.
@@ -106,6 +155,7 @@ reason was written to standard error; 2 the command line is wrong.
 DeviceOptions parseDeviceOptions(int count, char *const *arguments) {
     DeviceOptions options;
     options.deviceName = kExecutorDevice + sizeof kDeviceFolder - 1;
+    options.scheduler = kSchedulers[0];
     optind = 0; // makes getopt_long start again
     opterr = 0;
     int found = 0;

@@ -7,12 +7,22 @@ namespace rk {
 
 enum class DeviceAction : uint8_t { serve, showHelp, showVersion, refuse };
 
+// Who forwards packets.
+enum class ForwardMode : uint8_t {
+    automatic, // the kernel where it can, else nobody
+    kernel,
+    none,
+};
+
 struct DeviceOptions {
     DeviceAction action = DeviceAction::serve;
     std::string deviceName; // below /dev
     bool isForeground = false;
     std::string logFile; // empty: no log
-    std::string mistake; // what is wrong with a command line that is refused
+    ForwardMode forward = ForwardMode::automatic;
+    std::string scheduler;        // how the kernel picks servers
+    bool keepsForwarding = false; // what is in force stays so at the end
+    std::string mistake;          // what is wrong with a command line that is refused
 };
 
 inline constexpr char kDeviceChannel[] = "/dev/cuse"; // through which the kernel makes devices

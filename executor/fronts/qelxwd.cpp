@@ -1,6 +1,7 @@
 // qelxwd: the reference executor behind a character device.
 #include "executor/commands/commands.h"
 #include "executor/fronts/cuse_device.h"
+#include "executor/fronts/device_forwarding.h"
 #include "executor/fronts/device_options.h"
 #include "executor/state/logs.h"
 
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -56,14 +58,26 @@ void reopenLog(rk::ExecutorState &state, const std::string &path) {
     rk::writeLine(state, line, false);
 }
 
-// Answers until a signal asks to stop. False when something failed.
+// Answers until a signal asks to stop, and has forwarding seen to meanwhile. False when something failed.
 bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &state, const std::string &logFile) {
-    while (rk::serveDevice(device, signals)) {
-        if (takeSignal(signals) != SIGHUP)
-            return true;
-        reopenLog(state, logFile);
+    const int timer = rk::openTicks(state);
+    const int either = rk::watchBoth(signals, timer);
+    pollfd wanted[] = {{signals, POLLIN, 0}, {timer, POLLIN, 0}};
+    bool isStopped = false;
+    while (!isStopped && rk::serveDevice(device, either)) {
+        poll(wanted, 2, 0);
+        if (wanted[1].revents != 0)
+            rk::tickDevice(state, timer);
+        if (wanted[0].revents == 0)
+            continue;
+        if (takeSignal(signals) == SIGHUP)
+            reopenLog(state, logFile);
+        else
+            isStopped = true;
     }
-    return false;
+    close(either);
+    close(timer);
+    return isStopped;
 }
 
 int serve(const rk::DeviceOptions &options) {
@@ -78,6 +92,13 @@ int serve(const rk::DeviceOptions &options) {
     rk::CuseDevice device = rk::openDevice(options.deviceName, state);
     if (device.session == nullptr)
         return fail(device.mistake);
+    rk::DeviceForwarding forwarding;
+    if (!rk::beginDeviceForwarding(options, state, forwarding)) {
+        rk::closeDevice(device);
+        return fail(forwarding.words);
+    }
+    if (!forwarding.words.empty())
+        std::fprintf(stderr, "qelxwd: %s\n", forwarding.words.c_str());
 
     if (options.isForeground)
         std::fprintf(stderr, "qelxwd: serving /dev/%s\n", options.deviceName.c_str());
@@ -85,6 +106,7 @@ int serve(const rk::DeviceOptions &options) {
         return fail(std::string("cannot go to the background: ") + std::strerror(errno));
     const bool isStopped = serveUntilStopped(device, signals, state, logFile);
     rk::closeDevice(device);
+    rk::endDeviceForwarding(state, forwarding);
     return isStopped ? kStopped : fail(device.mistake);
 }
 

@@ -267,6 +267,19 @@ TEST(DeviceOptionsOf, allThatThereAre) {
     EXPECT_EQ(longest.deviceName, std::string(63, 'x'));
 }
 
+TEST(DeviceOptionsOf, whoForwardsAndHow) {
+    EXPECT_EQ(parse({}).forward, ForwardMode::automatic);
+    EXPECT_EQ(parse({}).scheduler, "wrr");
+    EXPECT_FALSE(parse({}).keepsForwarding);
+    EXPECT_EQ(parse({"--forward=none"}).forward, ForwardMode::none);
+    EXPECT_EQ(parse({"--forward", "kernel"}).forward, ForwardMode::kernel);
+    for (const char *scheduler : {"wrr", "wlc", "sh", "mh"})
+        EXPECT_EQ(parse({"--scheduler", scheduler}).scheduler, scheduler);
+    EXPECT_TRUE(parse({"--keep-forwarding"}).keepsForwarding);
+    EXPECT_EQ(parse({"--forward=both"}).mistake, "--forward is kernel or none, not 'both'");
+    EXPECT_EQ(parse({"--scheduler=rr"}).mistake, "--scheduler is wrr, wlc, sh or mh, not 'rr'");
+}
+
 TEST(DeviceOptionsOf, helpAndVersionGoFirst) {
     EXPECT_EQ(parse({"--help"}).action, DeviceAction::showHelp);
     EXPECT_EQ(parse({"--version", "--nonsense"}).action, DeviceAction::showVersion);

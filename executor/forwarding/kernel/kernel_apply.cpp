@@ -1,0 +1,379 @@
+// From plan to kernel, and back when the kernel refuses.
+#include "executor/forwarding/kernel/kernel_state.h"
+#include "executor/forwarding/kernel/mark_rules.h"
+#include "executor/forwarding/kernel/pool_services.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace rk {
+
+namespace {
+
+constexpr char kConntrack[] = "net/ipv4/vs/conntrack";
+
+// What one change of the plan asks of the kernel.
+struct Work {
+    IpvsChanges services;
+    std::string marks; // the transaction
+    bool translatesSource = false;
+    IpvsTimeouts timeouts;
+};
+
+// What of it is done, to be undone.
+struct DoneWork {
+    std::vector<IpvsChange> services;
+    bool areMarksChanged = false;
+    bool isConntrackChanged = false;
+};
+
+bool hasClients(const Plan &plan, const PortId &port) {
+    const auto found = plan.ports.find(port);
+    return found != plan.ports.end() && !found->second.clients.empty();
+}
+
+bool isAlone(const Plan &plan, const Pool &pool) {
+    return pool.settings.group == 0 && !hasClients(plan, pool.id.port);
+}
+
+// Whether each thing that changed changes its own services alone. Groups and bound clients make services of several
+// things.
+bool isLocal(const Plan &plan, const PlanChange &change) {
+    const auto alone = [&plan](const Pool *pool) { return isAlone(plan, *pool); };
+    return change.clients.empty() && std::ranges::all_of(change.newPools, alone) &&
+           std::ranges::all_of(change.removedPools, alone) &&
+           std::ranges::all_of(
+               change.changedPools,
+               [&](const PoolSettingsChange &pool) { return pool.before->group == 0 && isAlone(plan, *pool.pool); }) &&
+           std::ranges::all_of(change.servers, [&](const ServerChange &server) { return isAlone(plan, *server.pool); });
+}
+
+void wantPool(KernelEngine &engine, const Plan &plan, const Pool &pool, IpvsChanges &changes) {
+    const IpvsServiceKey key = serviceOf(plan, pool, engine.journalled.marks);
+    wantService(changes, engine.applied, key, serviceSettings(pool.settings, engine.options.scheduler));
+    for (const auto &[server, settings] : serversOf(plan, pool))
+        wantServer(changes, engine.applied, key, server, settings);
+}
+
+// A pool that has other settings now: its servers change with the method alone.
+void changePool(KernelEngine &engine, const Plan &plan, const PoolSettingsChange &changed, IpvsChanges &changes) {
+    const IpvsServiceKey key = serviceOf(plan, *changed.pool, engine.journalled.marks);
+    wantService(changes, engine.applied, key, serviceSettings(changed.pool->settings, engine.options.scheduler));
+    if (changed.before->method == changed.pool->settings.method)
+        return;
+    for (const auto &[server, settings] : serversOf(plan, *changed.pool))
+        if (engine.applied[key].servers.contains(server)) // else it is new, and told as such
+            wantServer(changes, engine.applied, key, server, settings);
+}
+
+IpvsChanges localChanges(KernelEngine &engine, const Plan &plan, const PlanChange &change) {
+    IpvsChanges changes;
+    std::set<const Pool *> doneWithServers;
+    for (const Pool *pool : change.newPools)
+        wantPool(engine, plan, *pool, changes);
+    for (const PoolSettingsChange &changed : change.changedPools) {
+        changePool(engine, plan, changed, changes);
+        if (changed.before->method != changed.pool->settings.method)
+            doneWithServers.insert(changed.pool);
+    }
+    for (const ServerChange &changed : change.servers) {
+        const IpvsServiceKey key = serviceOf(plan, *changed.pool, engine.journalled.marks);
+        const PoolServer *after = changed.server.after;
+        if (after == nullptr)
+            dropServer(changes, engine.applied, key, serverKeyOf(*changed.server.before, false));
+        else if (changed.server.before == nullptr || !doneWithServers.contains(changed.pool))
+            wantServer(changes, engine.applied, key, serverKeyOf(*after, false),
+                       serverSettings(changed.pool->settings, *after));
+    }
+    for (const Pool *pool : change.removedPools)
+        dropService(changes, engine.applied, serviceOf(plan, *pool, engine.journalled.marks));
+    sortChanges(changes);
+    return changes;
+}
+
+bool hasSource(const PoolServer *server) {
+    return server != nullptr && server->source.family != AddressFamily::none;
+}
+
+// Whether the table of the packet filter may become another one.
+bool concernsMarks(const PlanChange &change, bool isLocalChange) {
+    return !isLocalChange || change.settingsBefore != nullptr || !change.newPools.empty() ||
+           !change.changedPools.empty() || !change.removedPools.empty() || !change.selectors.empty() ||
+           std::ranges::any_of(change.servers, [](const ServerChange &server) {
+               return hasSource(server.server.before) || hasSource(server.server.after);
+           });
+}
+
+// 0 leaves the kernel's own time.
+uint32_t timeOr(uint32_t seconds, uint32_t own) {
+    return seconds == 0 ? own : std::min(seconds, kLongestTime);
+}
+
+IpvsTimeouts timeoutsOf(const KernelEngine &engine, const Plan &plan) {
+    IpvsTimeouts timeouts = engine.timeoutsBefore;
+    if (plan.pools.empty())
+        return timeouts;
+    timeouts.established = timeOr(plan.settings.longestTcpStale, timeouts.established);
+    timeouts.closing = timeOr(plan.settings.finTimeout, timeouts.closing);
+    timeouts.udp = timeOr(plan.settings.longestUdpStale, timeouts.udp);
+    return timeouts;
+}
+
+// A service that somebody else has is not to get into the journal.
+bool areNewServicesFree(const KernelEngine &engine, const IpvsChanges &changes, std::string &mistake) {
+    for (const IpvsChange &change : changes.before) {
+        IpvsService found;
+        if (change.isServer || change.what != IpvsOrder::add || change.service.mark != 0 ||
+            readService(engine.ipvs, change.service, found) != 0)
+            continue;
+        mistake = describeRefusal(IpvsOrder::add, change.service, nullptr, EEXIST);
+        return false;
+    }
+    return true;
+}
+
+// What is there for the first time is in the journal before it is in the kernel.
+bool writeJournal(KernelEngine &engine, const IpvsChanges &changes, std::string &mistake) {
+    std::string lines;
+    for (const IpvsChange &change : changes.before) {
+        if (change.isServer || change.what != IpvsOrder::add)
+            continue;
+        const IpvsServiceKey &key = change.service;
+        if (key.mark == 0) {
+            lines += serviceLine(key, true);
+            engine.journalled.services.insert(key);
+        } else {
+            const auto name = engine.journalled.marks.nameOf.find(key.mark);
+            if (name != engine.journalled.marks.nameOf.end())
+                lines += markNameLine(key.mark, name->second);
+        }
+    }
+    if (appendToJournal(engine.journal, lines))
+        return true;
+    mistake = engine.journal.path + " cannot be written";
+    return false;
+}
+
+// What is not in the kernel, or not any more, is nobody's.
+void forgetGone(KernelEngine &engine, const std::vector<IpvsChange> &changes) {
+    std::string lines;
+    for (const IpvsChange &change : changes) {
+        if (change.isServer || engine.applied.contains(change.service))
+            continue;
+        if (change.service.mark != 0)
+            releaseMark(engine.journalled.marks, change.service.mark);
+        else if (engine.journalled.services.erase(change.service) > 0)
+            lines += serviceLine(change.service, false);
+    }
+    appendToJournal(engine.journal, lines); // else the next run finds nothing there
+}
+
+bool setConntrack(KernelEngine &engine, bool isOn, std::string &mistake) {
+    const std::string &folder = engine.options.settingsFolder;
+    SettingsBefore &settings = engine.journalled.settings;
+    std::string note;
+    const bool isSet = isOn ? changeSetting(folder, kConntrack, "1", settings, note)
+                            : putBackSetting(folder, kConntrack, settings, note);
+    if (const auto before = settings.find(kConntrack); isOn && before != settings.end())
+        appendToJournal(engine.journal, settingLine(before->first, before->second));
+    if (!isSet) {
+        mistake = note;
+        return false;
+    }
+    engine.isSourceTranslated = isOn;
+    engine.notes = note;
+    return true;
+}
+
+bool setMarks(KernelEngine &engine, const std::string &marks, std::string &mistake) {
+    if (!runTransaction(engine.nftables, marks, mistake)) {
+        mistake = std::string("table ip ") + kTableName + ": " + mistake;
+        return false;
+    }
+    engine.marks = marks;
+    engine.marksListed.reset();
+    return true;
+}
+
+bool setTimeouts(KernelEngine &engine, const IpvsTimeouts &timeouts, std::string &mistake) {
+    if (timeouts == engine.timeouts)
+        return true;
+    if (!engine.journalled.timeouts) {
+        engine.journalled.timeouts = engine.timeoutsBefore;
+        appendToJournal(engine.journal, timeoutsLine(engine.timeoutsBefore));
+    }
+    if (const int error = writeTimeouts(engine.ipvs, timeouts)) {
+        mistake = "time-outs: the kernel refuses them (" + std::to_string(error) + ")";
+        return false;
+    }
+    engine.timeouts = timeouts;
+    return true;
+}
+
+bool doWork(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
+    if (!areNewServicesFree(engine, work.services, mistake) || !writeJournal(engine, work.services, mistake))
+        return false;
+    if (work.translatesSource && !engine.isSourceTranslated) {
+        if (!setConntrack(engine, true, mistake))
+            return false;
+        done.isConntrackChanged = true;
+    }
+    if (!carryOut(engine.ipvs, work.services.before, engine.applied, done.services, mistake))
+        return false;
+    if (work.marks != engine.marks) {
+        if (!setMarks(engine, work.marks, mistake))
+            return false;
+        done.areMarksChanged = true;
+    }
+    return carryOut(engine.ipvs, work.services.after, engine.applied, done.services, mistake) &&
+           setTimeouts(engine, work.timeouts, mistake);
+}
+
+void undoWork(KernelEngine &engine, const std::string &marksBefore, DoneWork &done) {
+    std::string ignored;
+    // What the marks lead to has to be there before they do.
+    undo(engine.ipvs, 0, engine.applied, done.services);
+    if (done.areMarksChanged)
+        setMarks(engine, marksBefore, ignored);
+    if (done.isConntrackChanged)
+        setConntrack(engine, false, ignored);
+}
+
+// Reads the counters of what is about to go.
+void readBeforeRemoval(KernelEngine &engine, const IpvsChanges &changes) {
+    std::set<IpvsServiceKey> services;
+    for (const IpvsChange &change : changes.after)
+        if (change.what == IpvsOrder::remove)
+            services.insert(change.service);
+    for (const IpvsServiceKey &key : services)
+        readCounts(engine, key);
+}
+
+Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool areMarksConcerned) {
+    Work work;
+    work.services = std::move(services);
+    // While things of the run before are in force, so is their table: their rules would not be there.
+    work.marks = areMarksConcerned && !engine.isAdopting ? markRules(plan, engine.journalled.marks) : engine.marks;
+    work.translatesSource = plan.settings.translatesSource;
+    work.timeouts = timeoutsOf(engine, plan);
+    return work;
+}
+
+bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
+             std::string &mistake) {
+    const std::string marksBefore = engine.marks;
+    readBeforeRemoval(engine, work.services);
+    DoneWork done;
+    const bool isDone = doWork(engine, work, done, mistake);
+    if (!isDone)
+        undoWork(engine, marksBefore, done);
+    followCounts(engine, plan, done.services, ended);
+    std::string ignored; // it does no harm when it stays
+    if (isDone && !work.translatesSource && engine.isSourceTranslated)
+        setConntrack(engine, false, ignored);
+    forgetGone(engine, work.services.before);
+    forgetGone(engine, work.services.after);
+    return isDone;
+}
+
+IpvsChanges fullDifference(KernelEngine &engine, const Plan &plan) {
+    return differenceOf(engine.applied, servicesOf(plan, engine.options.scheduler, engine.journalled.marks),
+                        engine.isAdopting);
+}
+
+void ownAllMarks(KernelEngine &engine, const Plan &plan) {
+    for (const auto &[id, pool] : plan.pools)
+        ownMarks(engine, plan, pool);
+}
+
+// Looks whether others have changed something of ours, which is then known.
+bool hasLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {
+    IpvsTable now;
+    if (listOwnServices(engine, now) != 0 || now == engine.applied)
+        return false;
+    engine.applied = std::move(now);
+    endLost(engine, ended);
+    return true;
+}
+
+bool areMarksInForce(KernelEngine &engine) {
+    std::string listed;
+    if (!listTable(engine.nftables, kTableName, listed))
+        return engine.marks == removeMarkRules();
+    if (!engine.marksListed)
+        engine.marksListed = listed;
+    return *engine.marksListed == listed;
+}
+
+} // namespace
+
+bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
+                   std::string &mistake) {
+    const bool isLocalChange = isLocal(plan, change);
+    IpvsChanges changes = isLocalChange ? localChanges(engine, plan, change) : fullDifference(engine, plan);
+    if (isLocalChange)
+        for (const Pool *pool : change.newPools)
+            ownMarks(engine, plan, *pool);
+    else
+        ownAllMarks(engine, plan);
+    const Work work = workFor(engine, plan, std::move(changes), concernsMarks(change, isLocalChange));
+    bool isDone = tryWork(engine, plan, work, ended, mistake);
+    if (!isDone && hasLost(engine, ended)) { // others have been here: from what there is
+        std::string again;
+        isDone = tryWork(engine, plan, workFor(engine, plan, fullDifference(engine, plan), true), ended, again);
+    }
+    if (engine.isAdopting)
+        countAdopted(engine, plan);
+    return isDone;
+}
+
+bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
+    ownAllMarks(engine, plan);
+    IpvsChanges changes = fullDifference(engine, plan);
+    const std::size_t count = changes.before.size() + changes.after.size();
+    const Work work = workFor(engine, plan, std::move(changes), true);
+    std::string mistake;
+    engine.isInLine = tryWork(engine, plan, work, ended, mistake);
+    if (!engine.isInLine) {
+        words = "the kernel is not as it is to be: " + mistake;
+        return false;
+    }
+    countAdopted(engine, plan);
+    if (count > 0)
+        words = "the kernel was brought in line: changes " + std::to_string(count);
+    return true;
+}
+
+int listOwnServices(const KernelEngine &engine, IpvsTable &table) {
+    std::vector<IpvsService> services;
+    if (const int error = listServices(engine.ipvs, services))
+        return error;
+    for (const IpvsService &service : services) {
+        if (!isOwnMark(service.key.mark) && !engine.journalled.services.contains(service.key))
+            continue;
+        std::vector<IpvsServer> servers;
+        if (const int error = listServers(engine.ipvs, service.key, servers))
+            return error;
+        IpvsServiceState &state = table[service.key];
+        state.settings = service.settings;
+        for (const IpvsServer &server : servers)
+            state.servers.emplace(server.key, server.settings);
+    }
+    return 0;
+}
+
+void relist(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
+    const bool areServicesLost = hasLost(engine, ended);
+    const bool areMarksLost = !engine.isAdopting && !areMarksInForce(engine);
+    if (areMarksLost)
+        engine.marks.clear(); // unlike anything that is wanted
+    if (isJournalLong(engine.journal))
+        rewriteJournal(engine.journal, engine.journalled); // else it is tried again
+    if (!areServicesLost && !areMarksLost && engine.isInLine)
+        return;
+    std::string said;
+    bringInLine(engine, plan, ended, said);
+    words = "others have changed what is forwarded: " + (said.empty() ? "the marks were brought back" : said);
+}
+
+} // namespace rk

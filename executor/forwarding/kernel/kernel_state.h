@@ -1,0 +1,108 @@
+// What the kernel engine knows, and its parts.
+#pragma once
+
+#include "executor/forwarding/kernel/ipvs_change.h"
+#include "executor/forwarding/kernel/journal.h"
+#include "executor/forwarding/kernel/kernel_engine.h"
+#include "executor/forwarding/kernel/kernel_settings.h"
+#include "executor/forwarding/kernel/mark_numbers.h"
+#include "executor/forwarding/kernel/nftables.h"
+
+#include <optional>
+
+namespace rk {
+
+// Counters of the kernel, and from where on they count for the plan's server or pool.
+struct CountedTotals {
+    IpvsCounters start;
+    IpvsCounters last; // as last read
+};
+
+struct CountedServer {
+    uint32_t key = 0; // the plan's
+    CountedTotals totals;
+    uint64_t active = 0;
+    uint64_t inactive = 0;
+};
+
+// Whose connections a service takes.
+struct CountedService {
+    PoolId pool;
+    CountedTotals totals;
+    std::map<IpvsServerKey, CountedServer> servers;
+    int64_t readAt = 0; // when `last` was read, in seconds of the steady clock; 0: not yet
+};
+
+struct KernelEngine {
+    KernelEngineOptions options;
+    NetlinkFamily ipvs;
+    Nftables nftables;
+    Journal journal;
+    JournalContents journalled;
+
+    IpvsTable applied; // the services that are ours, as the kernel has them
+    std::map<IpvsServiceKey, CountedService> counted;
+    std::map<PoolId, std::set<IpvsServiceKey>> servicesOfPool;
+    std::map<uint32_t, PoolId> poolOfMark;
+    std::set<uint32_t> formerServers; // addresses that the kernel may go on counting at when it gets them again
+
+    std::string marks;                      // the transaction that made the table
+    std::optional<std::string> marksListed; // the table as the kernel lists it; none: not looked at since
+    bool isSourceTranslated = false;
+    IpvsTimeouts timeoutsBefore; // as they were at the start
+    IpvsTimeouts timeouts;
+
+    std::string notes;       // for the log: which settings of the kernel a change took
+    bool isInLine = true;    // false: the kernel refused to become as the plan has it
+    bool isAdopting = false; // services of the run before are left in force
+    int64_t adoptingUntil = 0;
+    int64_t relistAt = 0;
+};
+
+// Seconds of a clock that is never set.
+int64_t steadySeconds();
+
+// --- kernel_apply.cpp ------------------------------------------------------------------------------------------------
+
+bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
+                   std::string &mistake);
+
+// Makes everything as the plan wants it, whatever the kernel has. `words` tell what had to be done.
+bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
+
+// Looks at what the kernel has of ours, and brings back what is missing. `words` as above.
+void relist(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
+
+// Reads what the kernel has of ours. 0 or the kernel's errno value.
+int listOwnServices(const KernelEngine &engine, IpvsTable &table);
+
+// --- kernel_counts.cpp -----------------------------------------------------------------------------------------------
+
+// Reads the counters of a service of ours, unless they were read in this second.
+bool readCounts(KernelEngine &engine, const IpvsServiceKey &key);
+
+// Ends and begins counting for what was done. `plan` tells whose the servers are.
+void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<IpvsChange> &done,
+                  std::vector<EndedCounts> &ended);
+
+// Ends counting for what others have taken away: services and servers that are not in `applied`.
+void endLost(KernelEngine &engine, std::vector<EndedCounts> &ended);
+
+// Keeps whose the marks of a pool are.
+void ownMarks(KernelEngine &engine, const Plan &plan, const Pool &pool);
+
+// Begins counting for the services and servers of the plan that are taken over from the run before.
+void countAdopted(KernelEngine &engine, const Plan &plan);
+
+bool readPoolCounts(KernelEngine &engine, const Pool &pool, Counts &counts);
+bool readServerCounts(KernelEngine &engine, const Pool &pool, const PoolServer &server, Counts &counts);
+bool readAllCounts(KernelEngine &engine, Counts &counts);
+
+// --- kernel_lists.cpp ------------------------------------------------------------------------------------------------
+
+bool listKernelConnections(const KernelEngine &engine, const Plan &plan, const PortId *port,
+                           std::vector<LiveConnection> &connections);
+bool listKernelClients(const KernelEngine &engine, const Plan &plan, const PortId *port,
+                       std::vector<StickyClient> &clients);
+
+} // namespace rk

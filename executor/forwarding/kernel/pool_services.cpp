@@ -1,0 +1,207 @@
+#include "executor/forwarding/kernel/pool_services.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstring>
+#include <linux/ip_vs.h>
+
+namespace rk {
+
+namespace {
+
+constexpr int kBoundWeight = 1; // any: there is one server
+
+std::string addressText(const Address &address) {
+    char text[INET6_ADDRSTRLEN] = "";
+    inet_ntop(address.family == AddressFamily::ipv6 ? AF_INET6 : AF_INET, address.bytes.data(), text, sizeof text);
+    return text;
+}
+
+std::string portText(const PoolId &pool) {
+    return (pool.transport == Transport::tcp ? "tcp " : "udp ") + addressText(pool.port.address);
+}
+
+// Any bytes as letters and digits.
+std::string hexText(const std::string &bytes) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string text;
+    for (const char byte : bytes) {
+        text += digits[static_cast<unsigned char>(byte) >> 4];
+        text += digits[static_cast<unsigned char>(byte) & 15];
+    }
+    return text;
+}
+
+const Pool *findPool(const Plan &plan, const PoolId &id) {
+    const auto found = plan.pools.find(id);
+    return found == plan.pools.end() ? nullptr : &found->second;
+}
+
+// The pool of the port that the group of `pool` crosses to, or null.
+const Pool *groupLeader(const Plan &plan, const Pool &pool) {
+    PoolId id = pool.id;
+    id.port.port = pool.settings.group;
+    return findPool(plan, id);
+}
+
+bool isUnmapped(const Pool &pool) {
+    return std::ranges::all_of(pool.keyOfEndpoint, [&pool](const auto &endpoint) {
+        return endpoint.first.port == 0 || endpoint.first.port == pool.id.port.port;
+    });
+}
+
+// Both are unmapped: in either there is one server an address, in order of it.
+bool haveSameServers(const Pool &pool, const Pool &other) {
+    return std::ranges::equal(pool.keyOfEndpoint, other.keyOfEndpoint, [](const auto &one, const auto &another) {
+        return one.first.address == another.first.address;
+    });
+}
+
+IpvsServiceKey markService(uint32_t mark) {
+    IpvsServiceKey key;
+    key.mark = mark;
+    return key;
+}
+
+// The pools that are balanced together with `leader`, itself included.
+std::vector<const Pool *> poolsSharingWith(const Plan &plan, const Pool &leader) {
+    std::vector<const Pool *> sharing;
+    PoolId first = leader.id;
+    first.port.port = 0;
+    for (auto row = plan.pools.lower_bound(first);
+         row != plan.pools.end() && row->first.port.address == leader.id.port.address; ++row)
+        if (row->first.transport == leader.id.transport && row->second.settings.group == leader.settings.group &&
+            isSharingGroup(plan, row->second))
+            sharing.push_back(&row->second);
+    return sharing;
+}
+
+// A server that takes nothing at one port of a group takes nothing at the others: a client would be sent to it there.
+void quietServers(IpvsServers &servers, const Pool &pool) {
+    for (const auto &[key, server] : pool.servers)
+        if (!takesConnections(server))
+            servers[serverKeyOf(server, true)].weight = 0;
+}
+
+} // namespace
+
+uint32_t wordOf(const Address &address) {
+    uint32_t word = 0;
+    if (address.family == AddressFamily::ipv4)
+        std::memcpy(&word, address.bytes.data(), sizeof word);
+    return word;
+}
+
+uint16_t transportNumber(Transport transport) {
+    return transport == Transport::tcp ? IPPROTO_TCP : IPPROTO_UDP;
+}
+
+std::string nameOf(const PoolId &pool) {
+    const std::string name = portText(pool) + ":" + std::to_string(pool.port.port);
+    return pool.rule ? name + " rule " + hexText(*pool.rule) : name;
+}
+
+std::string groupNameOf(const PoolId &pool, uint16_t group) {
+    return portText(pool) + " group " + std::to_string(group);
+}
+
+std::string boundNameOf(const PoolId &pool, uint32_t serverKey) {
+    char text[32] = "";
+    std::snprintf(text, sizeof text, " server %08X", serverKey);
+    return nameOf(pool) + text;
+}
+
+bool isSharingGroup(const Plan &plan, const Pool &pool) {
+    if (pool.settings.group == 0 || pool.id.rule || pool.id.port.port == 0 || !isUnmapped(pool))
+        return false;
+    const Pool *leader = groupLeader(plan, pool);
+    return leader != nullptr && isUnmapped(*leader) && haveSameServers(pool, *leader);
+}
+
+const Pool &leaderOf(const Plan &plan, const Pool &pool) {
+    return isSharingGroup(plan, pool) ? *groupLeader(plan, pool) : pool;
+}
+
+IpvsServiceKey serviceOf(const Plan &plan, const Pool &pool, MarkNumbers &marks) {
+    if (isSharingGroup(plan, pool))
+        return markService(markFor(marks, groupNameOf(pool.id, pool.settings.group)));
+    if (pool.id.rule || pool.id.port.port == 0)
+        return markService(markFor(marks, nameOf(pool.id)));
+    IpvsServiceKey key;
+    key.transport = transportNumber(pool.id.transport);
+    key.address = wordOf(pool.id.port.address);
+    key.port = pool.id.port.port;
+    return key;
+}
+
+IpvsServiceKey boundServiceOf(const Pool &pool, uint32_t serverKey, MarkNumbers &marks) {
+    return markService(markFor(marks, boundNameOf(pool.id, serverKey)));
+}
+
+IpvsServiceSettings serviceSettings(const PoolSettings &settings, const std::string &scheduler) {
+    IpvsServiceSettings service;
+    service.scheduler = scheduler;
+    if (scheduler == "sh" || scheduler == "mh") // else clients of a server that takes nothing get no other one
+        service.flags |= IP_VS_SVC_F_SCHED_SH_FALLBACK;
+    if (settings.stickyTime > 0) {
+        service.flags |= IP_VS_SVC_F_PERSISTENT;
+        service.stickySeconds = std::min(settings.stickyTime, kLongestTime);
+        service.clientMask = settings.stickyBits == 0 ? 0 : ~uint32_t{0} << (32 - settings.stickyBits);
+    }
+    return service;
+}
+
+IpvsServerKey serverKeyOf(const PoolServer &server, bool isSharing) {
+    return {wordOf(server.endpoint.address), isSharing ? uint16_t{0} : server.endpoint.port};
+}
+
+IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server) {
+    IpvsServerSettings result;
+    result.weight = server.weight;
+    if (settings.method == Method::linkLevel)
+        result.method = server.router.family == AddressFamily::none ? IpvsMethod::linkLevel : IpvsMethod::tunnel;
+    return result;
+}
+
+IpvsServers serversOf(const Plan &plan, const Pool &pool) {
+    IpvsServers servers;
+    const bool isSharing = isSharingGroup(plan, pool);
+    for (const auto &[key, server] : pool.servers)
+        servers.emplace(serverKeyOf(server, isSharing), serverSettings(pool.settings, server));
+    if (isSharing)
+        for (const Pool *member : poolsSharingWith(plan, pool))
+            quietServers(servers, *member);
+    return servers;
+}
+
+std::set<uint32_t> boundServersOf(const Plan &plan, const Pool &pool) {
+    std::set<uint32_t> keys;
+    const auto port = plan.ports.find(pool.id.port);
+    if (pool.id.rule || port == plan.ports.end())
+        return keys;
+    for (const auto &[address, client] : port->second.clients) {
+        const auto server = pool.servers.find(client.serverKey);
+        if (server != pool.servers.end() && takesConnections(server->second))
+            keys.insert(client.serverKey);
+    }
+    return keys;
+}
+
+IpvsTable servicesOf(const Plan &plan, const std::string &scheduler, MarkNumbers &marks) {
+    IpvsTable table;
+    for (const auto &[id, pool] : plan.pools) {
+        if (&leaderOf(plan, pool) == &pool)
+            table[serviceOf(plan, pool, marks)] = {serviceSettings(pool.settings, scheduler), serversOf(plan, pool)};
+        for (const uint32_t key : boundServersOf(plan, pool)) {
+            const PoolServer &server = pool.servers.at(key);
+            IpvsServerSettings settings = serverSettings(pool.settings, server);
+            settings.weight = kBoundWeight;
+            IpvsServiceState &state = table[boundServiceOf(pool, key, marks)];
+            state.settings = serviceSettings(PoolSettings{}, scheduler);
+            state.servers.emplace(serverKeyOf(server, false), settings);
+        }
+    }
+    return table;
+}
+
+} // namespace rk

@@ -1,0 +1,52 @@
+// What the plan's pools are in the kernel's load balancer: which services there are to be, with which servers. Pure
+// procedures, but for the marks that they give out.
+#pragma once
+
+#include "executor/forwarding/kernel/ipvs_change.h"
+#include "executor/forwarding/kernel/mark_numbers.h"
+#include "executor/forwarding/plan.h"
+
+#include <set>
+
+namespace rk {
+
+inline constexpr uint32_t kLongestTime = 2'147'483; // seconds; the kernel counts ticks in 32 bits, up to 1000 a second
+
+// An IPv4 address in network byte order, 0 for none.
+uint32_t wordOf(const Address &address);
+
+uint16_t transportNumber(Transport transport);
+
+// The names that marks are given out for, the same in every run:
+// "tcp 10.0.0.1:80", "tcp 10.0.0.1:80 rule 6F6666696365", "tcp 10.0.0.1 group 80", "tcp 10.0.0.1:80 server 000000C4".
+std::string nameOf(const PoolId &pool);
+std::string groupNameOf(const PoolId &pool, uint16_t group);
+std::string boundNameOf(const PoolId &pool, uint32_t serverKey);
+
+// Whether a pool is balanced together with the others of its group, by a mark: it has to have the servers of the port
+// that the group crosses to, and all of these take connections at the port that the client asked for.
+bool isSharingGroup(const Plan &plan, const Pool &pool);
+
+// The pool whose servers and settings decide for `pool`: itself, or that of the port that its group crosses to.
+const Pool &leaderOf(const Plan &plan, const Pool &pool);
+
+// Where connections to the pool are balanced. A pool without an address and port of its own gets a mark.
+IpvsServiceKey serviceOf(const Plan &plan, const Pool &pool, MarkNumbers &marks);
+
+// Where the connections of clients are balanced that are bound to a server of a port's own pool.
+IpvsServiceKey boundServiceOf(const Pool &pool, uint32_t serverKey, MarkNumbers &marks);
+
+IpvsServiceSettings serviceSettings(const PoolSettings &settings, const std::string &scheduler);
+IpvsServerKey serverKeyOf(const PoolServer &server, bool isSharing);
+IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server);
+
+// The servers of the service of a pool that decides.
+IpvsServers serversOf(const Plan &plan, const Pool &pool);
+
+// The servers of a port's own pool to which clients are bound that go there: those that take connections.
+std::set<uint32_t> boundServersOf(const Plan &plan, const Pool &pool);
+
+// Everything. Throws std::bad_alloc.
+IpvsTable servicesOf(const Plan &plan, const std::string &scheduler, MarkNumbers &marks);
+
+} // namespace rk

@@ -1,0 +1,97 @@
+#include "executor/fronts/device_forwarding.h"
+
+#include "executor/commands/command_log.h"
+#ifdef RK_KERNEL_FORWARDING
+#include "executor/forwarding/kernel/kernel_engine.h"
+#endif
+
+#include <cstdlib>
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+namespace rk {
+
+namespace {
+
+constexpr itimerspec kEachSecond = {{1, 0}, {1, 0}};
+
+#ifdef RK_KERNEL_FORWARDING
+constexpr char kJournalFolder[] = "/run/qelxwd";
+
+bool openEngine(const DeviceOptions &options, Engine &engine, std::string &words) {
+    KernelEngineOptions engineOptions;
+    engineOptions.scheduler = options.scheduler;
+    engineOptions.keepsForwarding = options.keepsForwarding;
+    const char *folder = std::getenv("RUNTIME_DIRECTORY"); // a service's own
+    engineOptions.journalFolder = folder == nullptr ? kJournalFolder : folder;
+    return openKernelEngine(engineOptions, engine, words);
+}
+#else
+bool openEngine(const DeviceOptions & /*options*/, Engine & /*engine*/, std::string &words) {
+    words = "this program was built without forwarding by the kernel (libnl-genl-3 and libnftables)";
+    return false;
+}
+#endif
+
+void logWords(ExecutorState &state, const std::string &words) {
+    if (words.empty())
+        return;
+    LogText line;
+    append(line, "%s", words.c_str());
+    logForwarding(state, line);
+}
+
+} // namespace
+
+bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, DeviceForwarding &forwarding) {
+    if (options.forward == ForwardMode::none)
+        return true;
+    LogText refusal;
+    bool isBegun = openEngine(options, forwarding.forwarding.engine, forwarding.words);
+    if (isBegun && !beginForwarding(state, forwarding.forwarding, refusal)) {
+        forwarding.forwarding.engine.close(forwarding.forwarding.engine.own);
+        forwarding.words = refusal.text;
+        isBegun = false;
+    }
+    if (!isBegun)
+        forwarding.words = "forwarding no packets: " + forwarding.words;
+    logWords(state, forwarding.words);
+    return isBegun || options.forward == ForwardMode::automatic;
+}
+
+void endDeviceForwarding(ExecutorState &state, DeviceForwarding &forwarding) {
+    if (state.forwarding != nullptr)
+        endForwarding(state, forwarding.forwarding);
+}
+
+int openTicks(const ExecutorState &state) {
+    if (state.forwarding == nullptr)
+        return -1;
+    const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+    timerfd_settime(timer, 0, &kEachSecond, nullptr);
+    return timer;
+}
+
+int watchBoth(int one, int other) {
+    const int either = epoll_create1(EPOLL_CLOEXEC);
+    for (const int handle : {one, other}) {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        if (handle != -1)
+            epoll_ctl(either, EPOLL_CTL_ADD, handle, &event);
+    }
+    return either;
+}
+
+void tickDevice(ExecutorState &state, int timer) {
+    uint64_t ticks = 0;
+    if (read(timer, &ticks, sizeof ticks) != sizeof ticks)
+        return;
+    LogText words;
+    tickForwarding(state, words);
+    if (words.length != 0)
+        logForwarding(state, words);
+}
+
+} // namespace rk
