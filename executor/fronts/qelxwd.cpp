@@ -62,6 +62,10 @@ void reopenLog(rk::ExecutorState &state, const std::string &path) {
 bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &state, const std::string &logFile) {
     const int timer = rk::openTicks(state);
     const int either = rk::watchBoth(signals, timer);
+    if (either == -1) {
+        device.mistake = std::string("no signals can be awaited: ") + std::strerror(errno);
+        return false;
+    }
     pollfd wanted[] = {{signals, POLLIN, 0}, {timer, POLLIN, 0}};
     bool isStopped = false;
     while (!isStopped && rk::serveDevice(device, either)) {

@@ -15,7 +15,7 @@ final class Device {
 
     /** Starts a daemon. {@return it, when the device is there} */
     static Process serve(String program) throws IOException, InterruptedException {
-        Process daemon = new ProcessBuilder(program, "--foreground").inheritIO().start();
+        Process daemon = new ProcessBuilder(program, "--foreground", "--forward", "none").inheritIO().start();
         await("the device", Device::opens);
         return daemon;
     }
