@@ -39,6 +39,7 @@ newest_jdk() {
 has_package() {
     case $1 in
         g++ | clang | cmake) command -v "$1" > /dev/null ;;
+        haproxy) [[ -x /usr/sbin/haproxy ]] || command -v haproxy > /dev/null ;;
         ninja-build) command -v ninja > /dev/null ;;
         openjdk-17-jdk-headless) find_jdk > /dev/null ;;
         libpicocli-java) [[ -e /usr/share/java/picocli.jar ]] ;;
@@ -72,8 +73,8 @@ need_packages() {
         sudo -v
     fi
     run_step "Reading the package lists" "${as_root[@]}" apt-get -q update
-    run_step "Installing ${missing[*]}" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get -q -y --no-install-recommends install "${missing[@]}"
+    run_step "Installing ${missing[*]}" "${as_root[@]}" \
+        "$(dirname "${BASH_SOURCE[0]}")/install_packages" "${missing[@]}"
 }
 
 # want_packages WHY PACKAGE...: the same for packages that can be done without.

@@ -3,10 +3,16 @@
 #include "rk/uexc.h"
 #pragma GCC visibility pop
 
+#include "executor/commands/command_log.h"
 #include "executor/commands/commands.h"
 #include "executor/commands/perform_command.h"
+#include "executor/forwarding/forwarding.h"
+#include "executor/forwarding/proxy/proxy_engine.h"
 #include "executor/state/logs.h"
+#include "executor/state/values.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <sys/stat.h>
 
@@ -14,6 +20,10 @@ namespace {
 
 // Never destroyed: a thread may still be in a command while the process runs its exit handlers.
 rk::ExecutorState &state = *new rk::ExecutorState;
+
+// Its engine is closed while nothing is forwarded.
+rk::Forwarding &forwarding = *new rk::Forwarding;
+uint32_t lastTick = 0; // seconds since 1970
 
 constexpr int32_t kDone = 0;
 constexpr int32_t kRefused = -1;
@@ -30,11 +40,58 @@ std::string fromInstallPath(const char *path) {
     return base + path;
 }
 
+// Whether connections are to be forwarded: what the environment's QELXW_FORWARD says.
+bool isProxyWanted() {
+    const char *wanted = std::getenv("QELXW_FORWARD");
+    return wanted != nullptr && std::strcmp(wanted, "proxy") == 0;
+}
+
+// Whether an engine is at work now; `words` say why not.
+bool openForwarding(rk::LogText &words) {
+    try {
+        if (!rk::openProxyEngine(forwarding.engine, words))
+            return false;
+        if (rk::beginForwarding(state, forwarding, words))
+            return true;
+        forwarding.engine.close(forwarding.engine.own);
+    } catch (const std::exception &) {
+        append(words, "memory ran out");
+    }
+    return false;
+}
+
+// An executor without an engine keeps and answers everything all the same.
+void startForwarding() {
+    rk::LogText words;
+    const bool isOpen = openForwarding(words);
+    rk::LogText said;
+    append(said, "%s%s", isOpen ? "by HAProxy" : "nothing is forwarded: ", words.text);
+    rk::logForwarding(state, said);
+}
+
+void closeForwarding() {
+    if (state.forwarding != nullptr)
+        rk::endForwarding(state, forwarding);
+}
+
+// What the engine does at times. There is no thread for it: it is done when a command comes.
+void tick() {
+    const uint32_t now = rk::currentTime();
+    if (state.forwarding == nullptr || now == lastTick)
+        return;
+    lastTick = now;
+    rk::LogText words;
+    rk::tickForwarding(state, words);
+    if (words.length != 0)
+        rk::logForwarding(state, words);
+}
+
 } // namespace
 
 int32_t EXC_UserInput(rk::CommandHeader *block) {
     if (block == nullptr)
         return kRefused;
+    tick();
     return rk::performCommand(state, block);
 }
 
@@ -42,12 +99,15 @@ int32_t EXC_UsrExecutorInit() {
     if (state.isStarted)
         return kRefused;
     rk::startExecutor(state);
+    if (isProxyWanted())
+        startForwarding();
     return kDone;
 }
 
 int32_t EXC_UsrExecutorTerm() {
     if (!state.isStarted)
         return kRefused;
+    closeForwarding();
     state.executor = rk::Executor{};
     state.isStarted = false;
     return kDone;

@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{{"--kernel", "--log", "x", "cluster", "list"},
                 "--log and --install-path are for the user-space executor\nTry: --help\n"},
         Mistake{{"--script", "x", "cluster", "list"},
-                "--script, --keep-going and --echo are for scripts, and a command is given\nTry: --help\n"},
+                "--script, --first, --keep-going and --echo are for scripts, and a command is given\nTry: --help\n"},
         Mistake{{"--json", "cluster", "status"},
                 "{\"meaning\":\"Missing required parameter: 'CLUSTER'\",\"command\":\"cluster status\"}\n"}));
 

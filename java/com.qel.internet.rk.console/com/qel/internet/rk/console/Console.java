@@ -31,6 +31,8 @@ import picocli.CommandLine.ParseResult;
 final class Console {
     static final String NAME = "rk-console";
 
+    private static final List<String> FORWARDING = List.of("proxy", "none");
+
     @Option(names = "--user", description = "Commands go to the user-space executor, which is started first and "
             + "stopped at the end. The default.")
     private boolean user;
@@ -48,9 +50,18 @@ final class Console {
             description = "Installation folder of the user-space executor.")
     private String installPath;
 
+    @Option(names = "--forward", paramLabel = "ENGINE",
+            description = "Who forwards connections for the user-space executor: proxy (HAProxy) or none. The default "
+                + "is what QELXW_FORWARD in the environment names, else none.")
+    private String forward;
+
     @Option(names = "--script", paramLabel = "FILE",
             description = "Run the commands of a file, one a line; - for standard input.")
     private String script;
+
+    @Option(names = "--first", paramLabel = "FILE",
+            description = "Run the commands of a file before those of --script or those that are typed.")
+    private String first;
 
     @Option(names = "--keep-going", description = "Go on after a line of a script that failed.")
     private boolean keepGoing;
@@ -123,8 +134,17 @@ final class Console {
         if (kernel && (log != null || installPath != null)) {
             throw new UsageError("--log and --install-path are for the user-space executor");
         }
-        if (hasCommand && (script != null || keepGoing || echo)) {
-            throw new UsageError("--script, --keep-going and --echo are for scripts, and a command is given");
+        if (kernel && forward != null) {
+            throw new UsageError("--forward is for the user-space executor");
+        }
+        if (forward != null && !FORWARDING.contains(forward)) {
+            throw new UsageError("--forward takes proxy or none, and not '" + forward + "'");
+        }
+        if (forward != null && !forward.equals(System.getenv("QELXW_FORWARD"))) {
+            throw new UsageError("--forward is taken by the launcher; without it, set QELXW_FORWARD=" + forward);
+        }
+        if (hasCommand && (script != null || first != null || keepGoing || echo)) {
+            throw new UsageError("--script, --first, --keep-going and --echo are for scripts, and a command is given");
         }
     }
 
@@ -146,6 +166,10 @@ final class Console {
 
     private int runLines() {
         Lines lines = new Lines(session, runner, keepGoing, echo);
+        int exitStatus = first == null ? ExitStatus.SUCCESS : lines.runScript(first);
+        if (exitStatus != ExitStatus.SUCCESS) {
+            return exitStatus;
+        }
         if (script != null) {
             return lines.runScript(script);
         }

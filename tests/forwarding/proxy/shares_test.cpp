@@ -1,0 +1,86 @@
+// Real requests through HAProxy, counted.
+#include "proxy/proxy_farm.h"
+
+namespace rk {
+
+namespace {
+
+class ProxyShares : public ProxyFarm {};
+
+// Within two of 60: after a change the turns need not begin with the first server.
+void expectShares(const Shares &actual, const Shares &expected) {
+    ASSERT_EQ(actual.size(), expected.size());
+    int difference = 0;
+    for (const auto &[name, count] : expected) {
+        ASSERT_TRUE(actual.contains(name)) << name;
+        EXPECT_NEAR(actual.at(name), count, 2) << name;
+        difference += actual.at(name) - count;
+    }
+    EXPECT_EQ(difference, 0);
+}
+
+TEST_F(ProxyShares, followTheWeights) {
+    addPort(kServicePort);
+    expectShares(ask(60), {{"web1", 10}, {"web2", 20}, {"web3", 30}});
+}
+
+TEST_F(ProxyShares, followChangedWeightsWithoutANewWorker) {
+    addPort(kServicePort);
+    const int before = worker();
+    ASSERT_EQ(setWeights(state, kServicePort, {{1, 3}, {2, 2}, {3, 1}}), 0);
+    expectShares(ask(60), {{"web1", 30}, {"web2", 20}, {"web3", 10}});
+    EXPECT_EQ(worker(), before);
+}
+
+TEST_F(ProxyShares, ofADownServerGoToTheOthers) {
+    addPort(kServicePort);
+    const int before = worker();
+    ASSERT_EQ(markServer(Command::markServerDown, 3), 0);
+    expectShares(ask(60), {{"web1", 20}, {"web2", 40}});
+    ASSERT_EQ(markServer(Command::markServerUp, 3), 0);
+    expectShares(ask(60), {{"web1", 10}, {"web2", 20}, {"web3", 30}});
+    EXPECT_EQ(worker(), before);
+}
+
+TEST_F(ProxyShares, ofAQuiescedServerGoToTheOthers) {
+    addPort(kServicePort);
+    ServerRecord record = changeServerRequest(kServicePort, 1);
+    set(record.setQuiesced, record.quiesced, 1);
+    ASSERT_EQ(perform(state, record), 0);
+    expectShares(ask(60), {{"web2", 24}, {"web3", 36}});
+}
+
+TEST_F(ProxyShares, ofAServerWithoutWeightGoToTheOthers) {
+    addPort(kServicePort);
+    ASSERT_EQ(setWeight(2, 0), 0);
+    expectShares(ask(40), {{"web1", 10}, {"web3", 30}});
+    ASSERT_EQ(setWeight(2, 4), 0);
+    expectShares(ask(80), {{"web1", 10}, {"web2", 40}, {"web3", 30}});
+}
+
+TEST_F(ProxyShares, reachServersThatAreAddedAndLeaveThoseThatAreRemoved) {
+    addPort(kServicePort);
+    startServers(4);
+    const int before = worker();
+    addServer(kServicePort, 4, 6);
+    expectShares(ask(60), {{"web1", 5}, {"web2", 10}, {"web3", 15}, {"web4", 30}});
+    ServerRecord record = changeServerRequest(kServicePort, 4);
+    record.header.command = Command::removeServer;
+    ASSERT_EQ(perform(state, record), 0);
+    expectShares(ask(60), {{"web1", 10}, {"web2", 20}, {"web3", 30}});
+    addServer(kServicePort, 4, 6);
+    expectShares(ask(60), {{"web1", 5}, {"web2", 10}, {"web3", 15}, {"web4", 30}});
+    EXPECT_EQ(worker(), before);
+}
+
+TEST_F(ProxyShares, areCountedInReports) {
+    addPort(kServicePort);
+    ask(60);
+    EXPECT_EQ(serverReportOf(1).totalConnections, 10);
+    EXPECT_EQ(serverReportOf(2).totalTcpConnections, 20);
+    EXPECT_EQ(serverReportOf(3).completeConnections, 30);
+}
+
+} // namespace
+
+} // namespace rk
