@@ -10,6 +10,7 @@
 #include <compare>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace rk {
@@ -21,8 +22,13 @@ struct IpvsServiceKey {
     uint32_t address = 0;   // in network byte order
     uint16_t port = 0;      // in host byte order
 
-    auto operator<=>(const IpvsServiceKey &) const = default;
+    bool operator==(const IpvsServiceKey &) const = default;
 };
+
+inline bool operator<(const IpvsServiceKey &one, const IpvsServiceKey &other) {
+    return std::tie(one.mark, one.transport, one.address, one.port) <
+           std::tie(other.mark, other.transport, other.address, other.port);
+}
 
 struct IpvsServiceSettings {
     std::string scheduler;
@@ -37,8 +43,12 @@ struct IpvsServerKey {
     uint32_t address = 0; // in network byte order
     uint16_t port = 0;    // in host byte order; 0 with a mark: the port that the client asked for
 
-    auto operator<=>(const IpvsServerKey &) const = default;
+    bool operator==(const IpvsServerKey &) const = default;
 };
+
+inline bool operator<(const IpvsServerKey &one, const IpvsServerKey &other) {
+    return std::tie(one.address, one.port) < std::tie(other.address, other.port);
+}
 
 // How packets get to a server. The values are the kernel's.
 enum class IpvsMethod : uint32_t { translation = 0, tunnel = 2, linkLevel = 3 };

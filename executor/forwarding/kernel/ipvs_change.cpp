@@ -140,8 +140,8 @@ IpvsChanges differenceOf(const IpvsTable &now, const IpvsTable &wanted, bool isK
 }
 
 void sortChanges(IpvsChanges &changes) {
-    std::ranges::stable_partition(changes.after,
-                                  [](const IpvsChange &change) { return change.what != IpvsOrder::remove; });
+    std::stable_partition(changes.after.begin(), changes.after.end(),
+                          [](const IpvsChange &change) { return change.what != IpvsOrder::remove; });
 }
 
 bool carryOut(const NetlinkFamily &ipvs, const std::vector<IpvsChange> &changes, IpvsTable &now,

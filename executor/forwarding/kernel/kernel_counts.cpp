@@ -201,7 +201,9 @@ void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<Ipvs
 
 void endLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {
     std::vector<IpvsServiceKey> lost;
-    for (auto &[key, service] : engine.counted) {
+    for (auto &item : engine.counted) { // no binding: a lambda cannot hold one
+        const IpvsServiceKey &key = item.first;
+        auto &service = item.second;
         const auto row = engine.applied.find(key);
         if (row == engine.applied.end()) {
             lost.push_back(key);

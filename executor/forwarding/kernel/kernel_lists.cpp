@@ -6,6 +6,7 @@
 
 #include <arpa/inet.h>
 #include <cstring>
+#include <tuple>
 
 namespace rk {
 
@@ -98,8 +99,12 @@ struct ClientServer {
     uint32_t cluster = 0;
     uint32_t server = 0;
 
-    auto operator<=>(const ClientServer &) const = default;
+    bool operator==(const ClientServer &) const = default;
 };
+
+inline bool operator<(const ClientServer &one, const ClientServer &other) {
+    return std::tie(one.client, one.cluster, one.server) < std::tie(other.client, other.cluster, other.server);
+}
 using ActiveCounts = std::map<uint32_t, std::map<ClientServer, uint32_t>>; // by mask
 
 void countActive(ActiveCounts &counts, uint32_t mask, const std::vector<KernelConnection> &connections) {

@@ -119,7 +119,8 @@ bool isSharingGroup(const Plan &plan, const Pool &pool) {
 }
 
 const Pool &leaderOf(const Plan &plan, const Pool &pool) {
-    return isSharingGroup(plan, pool) ? *groupLeader(plan, pool) : pool;
+    const Pool *leader = isSharingGroup(plan, pool) ? groupLeader(plan, pool) : nullptr;
+    return leader == nullptr ? pool : *leader;
 }
 
 IpvsServiceKey serviceOf(const Plan &plan, const Pool &pool, MarkNumbers &marks) {

@@ -114,7 +114,7 @@ std::string readAll(const OwnDescriptor &descriptor) {
 
 std::string readFile(const std::string &file) {
     OwnDescriptor opened = ownDescriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    const std::string text = opened.number < 0 ? "" : readAll(opened);
+    std::string text = opened.number < 0 ? "" : readAll(opened);
     closeOwn(opened);
     return text;
 }
@@ -176,7 +176,7 @@ std::string findProxyProgram() {
     const char *path = getenv("PATH");
     std::string folders = std::string(path == nullptr ? "" : path) + ":" + kSystemFolders + ":";
     for (std::size_t begin = 0, end = 0; (end = folders.find(':', begin)) != std::string::npos; begin = end + 1) {
-        const std::string file = folders.substr(begin, end - begin) + "/haproxy";
+        std::string file = folders.substr(begin, end - begin) + "/haproxy";
         if (file.front() == '/' && end > begin && access(file.c_str(), X_OK) == 0)
             return file;
     }

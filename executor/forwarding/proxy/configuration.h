@@ -58,7 +58,7 @@ std::string configurationText(const Plan &plan, const ProxyNumbers &numbers, con
                               const std::set<uint32_t> &moving);
 
 // What follows the name of a server in the configuration and in `add server` alike, but for its state.
-std::string serverText(const Pool &pool, const PoolServer &server, uint32_t number);
+std::string serverText(const Pool &pool, const PoolServer &server, uint32_t own);
 
 // The parts one after the other.
 std::string joined(std::initializer_list<std::string_view> parts);

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 #include <sys/socket.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace rk {
@@ -29,8 +30,12 @@ struct LeavingServer {
     uint32_t pool = 0;
     uint32_t server = 0;
 
-    auto operator<=>(const LeavingServer &) const = default;
+    bool operator==(const LeavingServer &) const = default;
 };
+
+inline bool operator<(const LeavingServer &one, const LeavingServer &other) {
+    return std::tie(one.pool, one.server) < std::tie(other.pool, other.server);
+}
 
 struct ProxyEngine {
     ProxyChild child;
@@ -597,10 +602,10 @@ bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vec
             client.pool = pool->id;
             client.client = row.client;
             client.serverKey = server->second->key;
-            client.active = static_cast<uint32_t>(
-                std::count_if(sessions.begin(), sessions.end(), [&, own_pool = number](const SessionRow &session) {
-                    return session.pool == own_pool && session.server == row.server &&
-                           masked(session.client.address, pool->settings.stickyBits) == row.client;
+            client.active = static_cast<uint32_t>(std::count_if(
+                sessions.begin(), sessions.end(), [&, ownPool = number, sticky = pool](const SessionRow &session) {
+                    return session.pool == ownPool && session.server == row.server &&
+                           masked(session.client.address, sticky->settings.stickyBits) == row.client;
                 }));
             const uint32_t left = row.left / 1000;
             client.idle = pool->settings.stickyTime - std::min(pool->settings.stickyTime, left);

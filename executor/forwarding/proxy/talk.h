@@ -25,7 +25,8 @@ struct HeldWorker {
 bool holdWorker(const std::string &socketPath, HeldWorker &worker);
 
 // Sends commands, one a line, and reads all their replies; each ends with a line feed.
-bool askHeld(const HeldWorker &worker, std::string_view command, std::string &reply, int milliseconds = kCommandTime);
+bool askHeld(const HeldWorker &worker, std::string_view commands, std::string &replies,
+             int milliseconds = kCommandTime);
 void releaseWorker(HeldWorker &worker);
 
 } // namespace rk

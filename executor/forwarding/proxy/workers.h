@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <set>
+#include <tuple>
 
 namespace rk {
 
@@ -17,8 +18,12 @@ struct CountedThing {
     uint32_t pool = 0;
     uint32_t server = 0;
 
-    auto operator<=>(const CountedThing &) const = default;
+    bool operator==(const CountedThing &) const = default;
 };
+
+inline bool operator<(const CountedThing &one, const CountedThing &other) {
+    return std::tie(one.pool, one.server) < std::tie(other.pool, other.server);
+}
 
 struct Workers {
     HeldWorker current;
