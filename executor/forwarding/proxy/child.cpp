@@ -22,6 +22,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kStartTime = 10000; // milliseconds that a start, a reload or an end may take
 constexpr int kLongestWords = 400;
+constexpr off_t kLongestLog = 1 << 20;
 constexpr char kSystemFolders[] = "/usr/sbin:/usr/local/sbin:/sbin:/usr/bin:/bin";
 
 // What the minder does: `$1` is HAProxy, `$2` the folder. It ends by the leash alone, which a terminal's signals and a
@@ -265,6 +266,12 @@ bool reloadProxy(const ProxyChild &child, LogText &words) {
         return true;
     appendAlerts(words, readFile(logFile(child)));
     return false;
+}
+
+void trimLog(const ProxyChild &child) {
+    struct stat status {};
+    if (stat(logFile(child).c_str(), &status) == 0 && status.st_size > kLongestLog)
+        (void)!truncate(logFile(child).c_str(), 0);
 }
 
 void stopProxy(ProxyChild &child) {

@@ -47,6 +47,9 @@ bool isProxyAlive(const ProxyChild &child);
 // the old one has open goes on there. False when HAProxy goes on with the old one; `words` say why.
 bool reloadProxy(const ProxyChild &child, LogText &words);
 
+// Empties HAProxy's log when it has got long: it has a line for each server that goes or comes.
+void trimLog(const ProxyChild &child);
+
 // Ends HAProxy with all its connections, and returns when it has ended. The folder is gone then.
 void stopProxy(ProxyChild &child);
 

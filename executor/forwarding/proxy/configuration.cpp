@@ -194,10 +194,13 @@ bool isTokenCharacter(char character) {
 void numberPool(ProxyNumbers &numbers, const Pool &pool) {
     if (numbers.pools.try_emplace(pool.id, numbers.lastPool + 1).second)
         ++numbers.lastPool;
-    for (const auto &[key, server] : pool.servers) {
-        if (numbers.servers.try_emplace(identityOf(pool, server), numbers.lastServer + 1).second)
-            ++numbers.lastServer;
-    }
+    for (const auto &[key, server] : pool.servers)
+        numberServer(numbers, pool, server);
+}
+
+void numberServer(ProxyNumbers &numbers, const Pool &pool, const PoolServer &server) {
+    if (numbers.servers.try_emplace(identityOf(pool, server), numbers.lastServer + 1).second)
+        ++numbers.lastServer;
 }
 
 void numberPlan(ProxyNumbers &numbers, const Plan &plan) {

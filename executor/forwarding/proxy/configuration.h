@@ -26,6 +26,7 @@ struct ProxyNumbers {
 // Numbers everything in a plan that has no number yet.
 void numberPlan(ProxyNumbers &numbers, const Plan &plan);
 void numberPool(ProxyNumbers &numbers, const Pool &pool);
+void numberServer(ProxyNumbers &numbers, const Pool &pool, const PoolServer &server);
 
 // Of what has a number; 0 when it has none.
 uint32_t numberOf(const ProxyNumbers &numbers, const PoolId &pool);

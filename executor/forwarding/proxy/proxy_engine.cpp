@@ -37,13 +37,17 @@ inline bool operator<(const LeavingServer &one, const LeavingServer &other) {
     return std::tie(one.pool, one.server) < std::tie(other.pool, other.server);
 }
 
+// Clients and their servers by the numbers of pools and servers.
+using ClientsOfPools = std::map<uint32_t, std::map<Address, uint32_t>>;
+
 struct ProxyEngine {
     ProxyChild child;
     Workers workers;
     ProxyNumbers numbers;
-    std::string configuration;                             // what the worker has been started with
-    std::map<uint32_t, std::map<Address, uint32_t>> bound; // by pool: its bound clients, as the worker has them
-    std::map<LeavingServer, std::string> leaving;          // and what they look like in the configuration
+    std::string configuration;                    // what the worker has been started with
+    ClientsOfPools bound;                         // as the worker has them
+    ClientsOfPools boundFiles;                    // as the files have them
+    std::map<LeavingServer, std::string> leaving; // and what they look like in the configuration
 };
 
 // A command to the worker, and the one that takes it back.
@@ -193,6 +197,8 @@ void endPool(ProxyEngine &engine, const Pool &pool, std::vector<EndedCounts> &en
     ended.push_back({pool.id, std::nullopt, endCounts(engine.workers, {number, 0})});
     engine.numbers.pools.erase(pool.id);
     engine.bound.erase(number);
+    engine.boundFiles.erase(number);
+    unlink(boundFile(engine.child.folder, number).c_str());
     forgetPool(engine.workers, number);
 }
 
@@ -288,35 +294,41 @@ void endLeaving(ProxyEngine &engine) {
     });
 }
 
-bool applyOverSocket(ProxyEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
-                     LogText &words) {
-    std::vector<Step> steps;
-    std::map<LeavingServer, std::string> leaving = engine.leaving;
+// Which of a pool's servers begin to leave with a change, and which stay after all.
+void noteLeaving(ProxyEngine &engine, const PlanChange &change) {
     for (const ServerChange &item : change.servers) {
-        if (!isTcp(item.pool->id))
+        if (!isTcp(item.pool->id) || (item.server.before != nullptr && item.server.after != nullptr))
             continue;
-        addServerSteps(engine, item, steps);
         const PoolServer &server = item.server.before != nullptr ? *item.server.before : *item.server.after;
         const uint32_t number = numberOf(engine.numbers, *item.pool, server);
         const LeavingServer named{numberOf(engine.numbers, item.pool->id), number};
         if (item.server.after == nullptr)
-            leaving[named] = serverText(*item.pool, server, number);
+            engine.leaving[named] = serverText(*item.pool, server, number);
         else
-            leaving.erase(named);
+            engine.leaving.erase(named);
     }
-    std::map<uint32_t, std::map<Address, uint32_t>> bound = engine.bound;
+}
+
+bool applyOverSocket(ProxyEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
+                     LogText &words) {
+    std::vector<Step> steps;
+    for (const ServerChange &item : change.servers) {
+        if (isTcp(item.pool->id))
+            addServerSteps(engine, item, steps);
+    }
+    ClientsOfPools bound;
     for (const PortId &port : portsWithClients(plan, change)) {
         const uint32_t pool = numberOf(engine.numbers, PoolId{port, Transport::tcp, std::nullopt});
         if (pool == 0)
             continue;
-        std::map<Address, uint32_t> wanted = boundServers(plan, engine.numbers, port);
-        addClientSteps(engine, pool, bound[pool], wanted, steps);
-        bound[pool] = std::move(wanted);
+        bound[pool] = boundServers(plan, engine.numbers, port);
+        addClientSteps(engine, pool, engine.bound[pool], bound[pool], steps);
     }
     if (!performSteps(engine, steps, words))
         return false;
-    engine.leaving = std::move(leaving);
-    engine.bound = std::move(bound);
+    for (auto &[pool, clients] : bound)
+        engine.bound[pool].swap(clients);
+    noteLeaving(engine, change);
     resetRemoved(engine, change);
     endRemoved(engine, change, ended);
     endLeaving(engine);
@@ -363,8 +375,8 @@ bool areCookiesPlain(const Plan &plan, LogText &words) {
 }
 
 // The sticky clients of the worker, of those pools that will still have them.
-std::map<uint32_t, std::map<Address, uint32_t>> stickyClients(const ProxyEngine &engine, const Plan &plan) {
-    std::map<uint32_t, std::map<Address, uint32_t>> tables;
+ClientsOfPools stickyClients(const ProxyEngine &engine, const Plan &plan) {
+    ClientsOfPools tables;
     for (const auto &[id, pool] : plan.pools) {
         std::string reply;
         const uint32_t number = numberOf(engine.numbers, id);
@@ -378,7 +390,7 @@ std::map<uint32_t, std::map<Address, uint32_t>> stickyClients(const ProxyEngine 
 }
 
 // Gives the new worker the clients that it has been told by files, so that they are forgotten in time.
-void restoreStickyClients(const ProxyEngine &engine, const std::map<uint32_t, std::map<Address, uint32_t>> &tables) {
+void restoreStickyClients(const ProxyEngine &engine, const ClientsOfPools &tables) {
     std::string commands;
     std::string reply;
     std::size_t count = 0;
@@ -401,12 +413,15 @@ void restoreStickyClients(const ProxyEngine &engine, const std::map<uint32_t, st
     }
 }
 
-bool writeMaps(const ProxyEngine &engine, const std::map<uint32_t, std::map<Address, uint32_t>> &bound,
-               const std::map<uint32_t, std::map<Address, uint32_t>> &tables, LogText &words) {
+bool writeMaps(ProxyEngine &engine, const ClientsOfPools &bound, const ClientsOfPools &tables, LogText &words) {
     const std::string &folder = engine.child.folder;
     for (const auto &[pool, clients] : bound) {
+        const auto file = engine.boundFiles.find(pool);
+        if (file != engine.boundFiles.end() && file->second == clients)
+            continue;
         if (!writeProxyFile(boundFile(folder, pool), mapText(clients), words))
             return false;
+        engine.boundFiles[pool] = clients;
     }
     for (const auto &[pool, clients] : tables) {
         if (!writeProxyFile(stickyFile(folder, pool), mapText(clients), words))
@@ -415,8 +430,8 @@ bool writeMaps(const ProxyEngine &engine, const std::map<uint32_t, std::map<Addr
     return true;
 }
 
-std::map<uint32_t, std::map<Address, uint32_t>> allBound(const Plan &plan, const ProxyNumbers &numbers) {
-    std::map<uint32_t, std::map<Address, uint32_t>> bound;
+ClientsOfPools allBound(const Plan &plan, const ProxyNumbers &numbers) {
+    ClientsOfPools bound;
     for (const auto &[id, pool] : plan.pools) {
         if (isTcp(id) && !id.rule)
             bound[numberOf(numbers, id)] = boundServers(plan, numbers, id.port);
@@ -425,14 +440,13 @@ std::map<uint32_t, std::map<Address, uint32_t>> allBound(const Plan &plan, const
 }
 
 // Checks a configuration for a plan and puts it where HAProxy reads it.
-bool writeConfiguration(ProxyEngine &engine, const Plan &plan,
-                        const std::map<uint32_t, std::map<Address, uint32_t>> &tables, LogText &words) {
+bool writeConfiguration(ProxyEngine &engine, const Plan &plan, const ClientsOfPools &tables, LogText &words) {
     std::set<uint32_t> moving;
     for (const auto &[pool, clients] : tables)
         moving.insert(pool);
     const std::string text = configurationText(plan, engine.numbers, engine.child.folder, moving);
     const std::string next = engine.child.folder + "/next.cfg";
-    std::map<uint32_t, std::map<Address, uint32_t>> bound = allBound(plan, engine.numbers);
+    ClientsOfPools bound = allBound(plan, engine.numbers);
     if (!areCookiesPlain(plan, words) || !writeMaps(engine, bound, tables, words) ||
         !writeProxyFile(next, text, words) || !checkConfiguration(engine.child, next, words) ||
         !writeProxyFile(configurationFile(engine.child), text, words))
@@ -470,6 +484,8 @@ bool applyWithNewWorker(ProxyEngine &engine, const Plan &plan, const PlanChange 
 // Starts HAProxy with a plan where none runs.
 bool start(ProxyEngine &engine, const Plan &plan, LogText &words) {
     engine.leaving.clear();
+    engine.boundFiles.clear();
+    numberPlan(engine.numbers, plan);
     return makeProxyFolder(engine.child, words) && writeConfiguration(engine, plan, {}, words) &&
            startProxy(engine.child, words) && takeOver(engine.workers, engine.child);
 }
@@ -486,11 +502,24 @@ bool startAnew(ProxyEngine &engine, const Plan &plan, LogText &words) {
     return start(engine, plan, words);
 }
 
+void numberChange(ProxyNumbers &numbers, const PlanChange &change) {
+    for (const Pool *pool : change.newPools)
+        numberPool(numbers, *pool);
+    for (const PoolSettingsChange &pool : change.changedPools)
+        numberPool(numbers, *pool.pool);
+    for (const ServerChange &server : change.servers) {
+        if (server.pool->settings.group != 0) // what one is known by depends on the others there
+            numberPool(numbers, *server.pool);
+        else if (server.server.after != nullptr)
+            numberServer(numbers, *server.pool, *server.server.after);
+    }
+}
+
 // --- The engine's procedures -----------------------------------------------------------------------------------------
 
 bool applyPlan(void *own, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended, LogText &words) {
     ProxyEngine &engine = engineOf(own);
-    numberPlan(engine.numbers, plan);
+    numberChange(engine.numbers, change);
     if (!isThere(engine)) {
         if (!startAnew(engine, plan, words))
             return false;
@@ -621,6 +650,7 @@ void tick(void *own, const Plan &plan, std::vector<EndedCounts> &, LogText &word
         return;
     endFormer(engine.workers);
     endLeaving(engine);
+    trimLog(engine.child);
 }
 
 void closeEngine(void *own) {

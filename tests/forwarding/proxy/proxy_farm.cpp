@@ -3,6 +3,7 @@
 #include "executor/forwarding/proxy/replies.h"
 #include "executor/forwarding/proxy/talk.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -68,6 +69,17 @@ std::string proxyFolder(int process) {
     constexpr std::string_view kFolder = "/tmp/qelxw-proxy-XXXXXX";
     const std::size_t begin = line.find(kFolder.substr(0, kFolder.find('X')));
     return begin == std::string::npos ? "" : line.substr(begin, kFolder.size());
+}
+
+testing::AssertionResult areNear(const Shares &shares, const Shares &expected) {
+    const auto isNear = [&shares](const auto &item) {
+        const auto share = shares.find(item.first);
+        return share != shares.end() && std::abs(share->second - item.second) <= 2;
+    };
+    if (shares.size() == expected.size() && std::all_of(expected.begin(), expected.end(), isNear))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << testing::PrintToString(shares) << " and not "
+                                       << testing::PrintToString(expected);
 }
 
 void ProxyFarm::SetUp() {

@@ -27,6 +27,10 @@ std::vector<int> proxyProcesses(int ancestor);
 // The private folder of such a process.
 std::string proxyFolder(int process);
 
+// Whether each server has what it is expected to have, or a few more or less: a round of turns begins where the one
+// before was when something changed.
+testing::AssertionResult areNear(const Shares &shares, const Shares &expected);
+
 // Whether something becomes true within seconds.
 template <typename Done> bool comesTrue(const Done &isTrue) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
