@@ -2,6 +2,7 @@
 
 #include "executor/commands/command_undo.h"
 #include "executor/forwarding/forwarding.h"
+#include "executor/forwarding/plan_features.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,5 +1,6 @@
 #include "executor/forwarding/plan_draft.h"
 
+#include "executor/forwarding/plan_features.h"
 #include "executor/state/values.h"
 
 #include <algorithm>

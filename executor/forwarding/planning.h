@@ -66,12 +66,4 @@ void tallyServer(PlanTallies &tallies, const PoolServer &server, int32_t differe
 // All that an executor has. False when something is refused; then the plan is to be thrown away.
 bool planExecutor(const Executor &executor, Features features, Plan &plan, LogText &words);
 
-// What of an engine a setting needs.
-Features featuresOf(const PoolSettings &settings);
-Features featuresOf(const PoolServer &server, Method method);
-Features featuresOf(const Port &port, const Rule &rule);
-Features featuresOf(const Port &port);
-Features featuresOf(const Cluster &cluster);
-Features featuresOf(const Executor &executor);
-
 } // namespace rk
