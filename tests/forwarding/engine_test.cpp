@@ -153,6 +153,47 @@ TEST_F(EngineTest, hearsOfARuleAsLongAsOneOfItsServersTakesConnections) {
     EXPECT_EQ(send(member), kServerNotInRule);
 }
 
+// The group of a port is what it crosses to, and what crosses to it.
+TEST_F(EngineTest, hearsOfAllPortsThatAGroupGainsOrLoses) {
+    ASSERT_EQ(send(newCluster(kCluster, "web", "10.1.0.1")), 0);
+    for (const int number : {80, 81, 82, 83})
+        ASSERT_EQ(send(addPortRequest(number)), 0);
+    const auto cross = [this](int from, int to) {
+        PortRecord record = changePortRequest(from);
+        set(record.setCrossPort, record.crossPort, port(to));
+        return send(record);
+    };
+    const auto removePort = [this](int number) {
+        PortRecord record = changePortRequest(number);
+        record.header.command = Command::removePort;
+        return send(record);
+    };
+    const auto groups = [this] {
+        std::vector<int> numbers;
+        for (const auto &[id, pool] : world.forwarding.plan.pools)
+            numbers.push_back(pool.settings.group);
+        return numbers;
+    };
+    ASSERT_EQ(cross(81, 80), 0);
+    EXPECT_EQ(groups(), (std::vector<int>{80, 80, 0, 0}));
+    ASSERT_EQ(cross(81, 82), 0);
+    EXPECT_EQ(groups(), (std::vector<int>{0, 82, 82, 0}));
+    ASSERT_EQ(cross(83, 82), 0);
+    ASSERT_EQ(cross(83, 0), 0);
+    EXPECT_EQ(groups(), (std::vector<int>{0, 82, 82, 0}));
+    ASSERT_EQ(removePort(81), 0); // the only one that crosses
+    EXPECT_EQ(groups(), (std::vector<int>{0, 0, 0}));
+    ASSERT_EQ(cross(80, 82), 0);
+    ASSERT_EQ(cross(83, 82), 0);
+    EXPECT_EQ(groups(), (std::vector<int>{82, 82, 82}));
+    ASSERT_EQ(removePort(82), 0); // what the others cross to
+    EXPECT_EQ(groups(), (std::vector<int>{0, 0}));
+    PortRecord crossing = addPortRequest(84);
+    set(crossing.setCrossPort, crossing.crossPort, port(80));
+    ASSERT_EQ(send(crossing), 0);
+    EXPECT_EQ(groups(), (std::vector<int>{80, 0, 80}));
+}
+
 TEST_F(EngineTest, losesTheClientsOfAServerWithIt) {
     makeFarm();
     const Performed bind = [](ExecutorState &state) { return directClient(state, 80, "10.7.0.1", 1); };

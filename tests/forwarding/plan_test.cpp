@@ -1,6 +1,6 @@
 // The plan that is made from what the executor keeps. Expectations are written out: configurations and what becomes of
 // them.
-#include "executor/forwarding/planning.h"
+#include "executor/forwarding/plan_exchange.h"
 #include "farm.h"
 #include "plan_text.h"
 
@@ -409,6 +409,36 @@ TEST_F(PlanTest, hasAPoolOfARuleForEachTransportAndNoneInAGroup) {
                       "pool 10.1.0.1:80 udp r translation\n"
                       "pool 10.1.0.1:80 udp translation group 80\n"
                       "pool 10.1.0.1:81 tcp translation group 80\n");
+}
+
+// --- Changes ---------------------------------------------------------------------------------------------------------
+
+TEST_F(PlanTest, tellsOfWhatIsNewThenOfWhatChangedThenOfWhatGoes) {
+    ASSERT_EQ(perform(state, addPortRequest(80)), 0);
+    ASSERT_EQ(perform(state, addServerRequest(80, 1, "10.2.0.11")), 0);
+    ASSERT_EQ(perform(state, addServerRequest(80, 2, "10.2.0.12")), 0);
+    ASSERT_EQ(perform(state, addServerRequest(80, 3, "10.2.0.13")), 0);
+    Plan inForce = plan();
+    ASSERT_EQ(setWeights(state, 80, {{2, 5}, {3, 6}}), 0);
+    ASSERT_EQ(perform(state, addServerRequest(80, 4, "10.2.0.14")), 0);
+
+    const Cluster &cluster = state.executor.clusters.byKey.at(kCluster);
+    const Port &port80 = cluster.ports.byKey.at(80);
+    PlanDraft draft = newDraft(inForce, kAll);
+    LogText words;
+    draftRemovedServer(draft, cluster, port80, 1);
+    ASSERT_TRUE(draftServers(draft, cluster, port80, {2, 3, 4}, words));
+    const std::string before = textOf(inForce);
+    exchange(draft);
+    const PlanChange change = changeOf(draft);
+    std::vector<std::string> told;
+    for (const ServerChange &each : change.servers)
+        told.push_back((each.server.before == nullptr ? "-" : std::to_string(each.server.before->weight)) + ">" +
+                       (each.server.after == nullptr ? "-" : std::to_string(each.server.after->weight)));
+    EXPECT_EQ(told, (std::vector<std::string>{"->10", "10>5", "10>6", "10>-"}));
+    EXPECT_EQ(inForce.pools.begin()->second.servers.size(), 3U);
+    exchange(draft);
+    EXPECT_EQ(textOf(inForce), before);
 }
 
 // --- Clients and the whole machine -----------------------------------------------------------------------------------
