@@ -49,7 +49,7 @@ std::vector<Flag> flagsBack(const Settings &settings) {
 std::size_t givenSamples(const Setting &setting) {
     std::size_t most = 1;
     for (const Value &value : setting.values)
-        most = std::max(most, values::givenSamples(value.kind));
+        most = std::max(most, values::givenSamples(value));
     return most;
 }
 
@@ -243,7 +243,7 @@ TEST_P(ReadingContract, FieldsAreLookedUpInOrder) {
 // Every sample of every value, with the first ones of the others around it.
 TEST_P(ReadingContract, EachValueIsReadIntoItsField) {
     for (const Value &value : GetParam().values)
-        for (std::size_t sample = 0; sample < values::heldSamples(value.kind); ++sample) {
+        for (std::size_t sample = 0; sample < values::heldSamples(value); ++sample) {
             SCOPED_TRACE(std::string(value.name) + ", sample " + std::to_string(sample));
             executor::reset();
             const java::LocalFrame frame;

@@ -3,327 +3,255 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <variant>
 
 namespace values {
 
+using executor::Bytes;
 using executor::Image;
 
 namespace {
 
+using JavaValue = std::variant<std::monostate, jlong, std::string, std::vector<int>>; // the first is null
+
+// What Java holds and what the record holds for it, byte for byte.
+struct Sample {
+    JavaValue java;
+    Bytes record;
+};
+
+struct Samples {
+    std::vector<Sample> given; // Java gives, the record is to hold
+    std::vector<Sample> held;  // the record holds, Java is to get
+};
+
+// --- Numbers ---------------------------------------------------------------------------------------------------------
+
 constexpr jint kLeast = std::numeric_limits<jint>::min();
 constexpr jint kMost = std::numeric_limits<jint>::max();
 
-struct Given {
-    jint java;
-    uint64_t record;
-};
+Bytes word(uint64_t value) {
+    return Image(4).word(0, static_cast<uint32_t>(value)).bytes;
+}
 
-struct Held {
-    uint64_t record;
-    jlong java;
-};
+Bytes twoWords(uint64_t value) {
+    return Image(8).word(0, static_cast<uint32_t>(value >> 32)).word(4, static_cast<uint32_t>(value)).bytes;
+}
+
+Bytes quad(uint64_t value) {
+    return Image(8).quad(0, value).bytes;
+}
+
+Bytes half(uint64_t value) {
+    return Image(2).half(0, static_cast<uint16_t>(value)).bytes;
+}
+
+Bytes networkHalf(uint64_t value) {
+    return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
+}
+
+Bytes byte(uint64_t value) {
+    return {static_cast<uint8_t>(value)};
+}
 
 struct Number {
-    Kind kind;
-    void (*give)(jobject object, const char *name, jint value);
-    jlong (*get)(jobject object, const char *name);
-    void (*put)(Image &image, std::size_t offset, uint64_t value);
-    std::vector<Given> given; // four at the least, for the four values of one setting are to differ
-    std::vector<Held> held;
+    jlong java;
+    uint64_t record;
 };
 
-void setChar(jobject object, const char *name, jint value) {
-    java::setChar(object, name, value);
-}
+struct NumberKind {
+    Kind kind;
+    Bytes (*bytes)(uint64_t record);
+    std::vector<Number> given; // four at the least, for the four values of one setting are to differ
+    std::vector<Number> held;
+};
 
-void setByte(jobject object, const char *name, jint value) {
-    java::setByte(object, name, value);
-}
-
-jlong getInt(jobject object, const char *name) {
-    return java::getInt(object, name);
-}
-
-jlong getChar(jobject object, const char *name) {
-    return java::getChar(object, name);
-}
-
-jlong getByte(jobject object, const char *name) {
-    return java::getByte(object, name);
-}
-
-void putWord(Image &image, std::size_t offset, uint64_t value) {
-    image.word(offset, static_cast<uint32_t>(value));
-}
-
-void putTwoWords(Image &image, std::size_t offset, uint64_t value) {
-    image.word(offset, static_cast<uint32_t>(value >> 32)).word(offset + 4, static_cast<uint32_t>(value));
-}
-
-void putQuad(Image &image, std::size_t offset, uint64_t value) {
-    image.quad(offset, value);
-}
-
-void putHalf(Image &image, std::size_t offset, uint64_t value) {
-    image.half(offset, static_cast<uint16_t>(value));
-}
-
-void putPort(Image &image, std::size_t offset, uint64_t value) {
-    image.byte(offset, static_cast<uint8_t>(value >> 8)).byte(offset + 1, static_cast<uint8_t>(value));
-}
-
-void putByte(Image &image, std::size_t offset, uint64_t value) {
-    image.byte(offset, static_cast<uint8_t>(value));
-}
-
-const Number kNumbers[] = {
+const NumberKind kNumbers[] = {
     {Kind::intWord,
-     java::setInt,
-     getInt,
-     putWord,
+     word,
      {{0x01020304, 0x01020304}, {-3, 0xFFFFFFFD}, {kLeast, 0x80000000}, {kMost, 0x7FFFFFFF}, {0, 0}},
-     {{0x11121314, 0x11121314}, {0xFFFFFFFE, -2}, {0x80000000, kLeast}}},
+     {{0x11121314, 0x11121314}, {-2, 0xFFFFFFFE}, {kLeast, 0x80000000}}},
     {Kind::intTwoWords,
-     java::setInt,
-     getInt,
-     putTwoWords,
+     twoWords,
      {{300, 300}, {-300, 0xFFFFFFFFFFFFFED4}, {kLeast, 0xFFFFFFFF80000000}, {kMost, 0x7FFFFFFF}, {0, 0}},
-     {{0x11121314, 0x11121314}, {0x1FFFFFFC4, -60}, {0xFFFFFFFF00000005, 5}}},
+     {{0x11121314, 0x11121314}, {-60, 0x1FFFFFFC4}, {5, 0xFFFFFFFF00000005}}},
     {Kind::intQuad,
-     java::setInt,
-     getInt,
-     putQuad,
+     quad,
      {{300, 300}, {-1, 0xFFFFFFFFFFFFFFFF}, {kLeast, 0xFFFFFFFF80000000}, {kMost, 0x7FFFFFFF}, {0, 0}},
-     {{0x11121314, 0x11121314}, {0x10000003C, 60}, {0xFFFFFFFFFFFFFFFF, -1}}},
-    {Kind::longQuad,
-     nullptr,
-     java::getLong,
-     putQuad,
-     {},
-     {{0x0102030405060708, 0x0102030405060708}, {0x8000000100000000, -0x7FFFFFFF00000000}}},
+     {{0x11121314, 0x11121314}, {60, 0x10000003C}, {-1, 0xFFFFFFFFFFFFFFFF}}},
+    {Kind::longQuad, quad, {}, {{0x0102030405060708, 0x0102030405060708}, {-0x7FFFFFFF00000000, 0x8000000100000000}}},
     // What must not be negative to be taken has no negative samples.
     {Kind::intSignedHalf,
-     java::setInt,
-     getInt,
-     putHalf,
+     half,
      {{0x18014, 0x8014}, {20, 20}, {0x1FFFF, 0xFFFF}, {0, 0}},
-     {{0x1314, 0x1314}, {0xFFFF, -1}, {0x8001, -32767}}},
-    {Kind::intHalf,
-     java::setInt,
-     getInt,
-     putHalf,
-     {{0x12345, 0x2345}, {20, 20}, {-1, 0xFFFF}, {0, 0}},
-     {{0x1314, 0x1314}, {0xFFFF, 65535}}},
+     {{0x1314, 0x1314}, {-1, 0xFFFF}, {-32767, 0x8001}}},
+    {Kind::intHalf, half, {{0x12345, 0x2345}, {20, 20}, {-1, 0xFFFF}, {0, 0}}, {{0x1314, 0x1314}, {0xFFFF, 0xFFFF}}},
     {Kind::intPort,
-     java::setInt,
-     getInt,
-     putPort,
+     networkHalf,
      {{80, 80}, {0x21234, 0x1234}, {65535, 65535}, {0, 0}},
      {{0x1314, 0x1314}, {65535, 65535}}},
-    {Kind::intByte,
-     java::setInt,
-     getInt,
-     putByte,
-     {{0x1FE, 0xFE}, {3, 3}, {-1, 0xFF}, {0, 0}},
-     {{0x13, 0x13}, {0xFE, 0xFE}}},
+    {Kind::intByte, byte, {{0x1FE, 0xFE}, {3, 3}, {-1, 0xFF}, {0, 0}}, {{0x13, 0x13}, {0xFE, 0xFE}}},
     {Kind::intWordOfOneByte,
-     java::setInt,
-     getInt,
-     putWord,
+     word,
      {{0x21222324, 0x21222324}, {-2, 0xFFFFFFFE}, {3, 3}, {0, 0}},
-     {{0x123456F0, -16}, {0x17F, 0x7F}}},
-    {Kind::charByte,
-     setChar,
-     getChar,
-     putByte,
-     {{0x2F1, 0xF1}, {3, 3}, {0xFFFF, 0xFF}, {0, 0}},
-     {{0x13, 0x13}, {200, 200}, {0xFF, 0xFF}}},
+     {{-16, 0x123456F0}, {0x7F, 0x17F}}},
+    {Kind::charByte, byte, {{0x2F1, 0xF1}, {3, 3}, {0xFFFF, 0xFF}, {0, 0}}, {{0x13, 0x13}, {200, 200}, {0xFF, 0xFF}}},
     {Kind::charSignedByte,
-     setChar,
-     getChar,
-     putByte,
+     byte,
      {{0x2F1, 0xF1}, {3, 3}, {0xFFFF, 0xFF}, {0, 0}},
-     {{0x13, 0x13}, {0x80, 0xFF80}, {0x7F, 0x7F}}},
-    {Kind::byteByte,
-     setByte,
-     getByte,
-     putByte,
-     {{-7, 0xF9}, {3, 3}, {-128, 0x80}, {0, 0}},
-     {{7, 7}, {0xF9, -7}, {0x80, -128}}},
-    {Kind::byteWord,
-     setByte,
-     getByte,
-     putWord,
-     {{-2, 0xFFFFFFFE}, {3, 3}, {-128, 0xFFFFFF80}, {0, 0}},
-     {{0x123456FE, -2}, {0x12345601, 1}}},
+     {{0x13, 0x13}, {0xFF80, 0x80}, {0x7F, 0x7F}}},
+    {Kind::byteByte, byte, {{-7, 0xF9}, {3, 3}, {-128, 0x80}, {0, 0}}, {{7, 7}, {-7, 0xF9}, {-128, 0x80}}},
+    {Kind::byteWord, word, {{-2, 0xFFFFFFFE}, {3, 3}, {-128, 0xFFFFFF80}, {0, 0}}, {{-2, 0x123456FE}, {1, 0x12345601}}},
 };
 
-const Number &numberOf(Kind kind) {
-    for (const Number &number : kNumbers)
-        if (number.kind == kind)
-            return number;
-    ADD_FAILURE() << "not a number";
-    return kNumbers[0];
+std::vector<Sample> samplesOf(const NumberKind &kind, const std::vector<Number> &numbers) {
+    std::vector<Sample> samples;
+    for (const Number &number : numbers)
+        samples.push_back({number.java, kind.bytes(number.record)});
+    return samples;
 }
 
-struct Address {
-    const char *java; // null: no text
-    const char *record;
-};
-
-constexpr Address kGivenAddresses[] = {
-    {"10.9.8.7", "0a090807"}, {"balancer.example", "c0000207"}, {nullptr, "00000000"}};
-constexpr Address kHeldAddresses[] = {{"10.0.0.6", "0a000006"}, {"192.0.2.7", "c0000207"}};
-
-constexpr std::size_t kGivenTexts = 4;
-constexpr std::size_t kHeldTexts = 3;
-
-// The text that Java gives for a field of this size: a short one, the longest with a terminator, an empty one.
-std::string givenText(std::size_t size, std::size_t sample) {
-    const std::string texts[] = {"HEAD /", std::string(size - 1, 'g'), ""};
-    return texts[sample];
+Samples numbersOf(Kind kind) {
+    for (const NumberKind &row : kNumbers)
+        if (row.kind == kind)
+            return {samplesOf(row, row.given), samplesOf(row, row.held)};
+    ADD_FAILURE() << "a kind without samples";
+    return {};
 }
 
-// A text as the record holds it: the second has no terminator and ends with its field.
-std::string heldText(std::size_t size, std::size_t sample) {
-    const std::string texts[] = {"200 OK", std::string(size, 'h'), ""};
-    return texts[sample];
+// --- Others ----------------------------------------------------------------------------------------------------------
+
+Samples addresses() {
+    const Sample resolved = {"192.0.2.7", {192, 0, 2, 7}};
+    return {{{"10.9.8.7", {10, 9, 8, 7}}, {"balancer.example", resolved.record}, {{}, {0, 0, 0, 0}}},
+            {{"10.0.0.6", {10, 0, 0, 6}}, resolved}};
 }
 
-constexpr std::size_t kBytesSamples = 2;
-
-int byteOf(std::size_t index, std::size_t sample) {
-    return static_cast<int8_t>(10 + 37 * index + 100 * sample);
+// A text with its terminator, or, when it fills its field, without.
+Bytes textBytes(const std::string &text, std::size_t size) {
+    Bytes bytes(text.begin(), text.end());
+    if (bytes.size() < size)
+        bytes.push_back(0);
+    return bytes;
 }
 
-std::vector<int> bytesOf(const Value &value, std::size_t sample) {
-    std::vector<int> result;
-    for (std::size_t i = 0; i < value.size; ++i)
-        result.push_back(byteOf(i, sample));
-    return result;
+Samples texts(std::size_t size) {
+    Samples samples;
+    for (const std::string &text : {std::string("HEAD /"), std::string(size - 1, 'g'), std::string()})
+        samples.given.push_back({text, textBytes(text, size)});
+    samples.given.push_back({{}, {0}});
+    for (const std::string &text : {std::string("200 OK"), std::string(size, 'h'), std::string()})
+        samples.held.push_back({text, textBytes(text, size)});
+    return samples;
 }
 
-void putBytes(Image &image, const Value &value, std::size_t sample) {
-    for (std::size_t i = 0; i < value.size; ++i)
-        image.byte(value.offset + i, static_cast<uint8_t>(byteOf(i, sample)));
+Samples byteArrays(std::size_t size) {
+    std::vector<Sample> samples;
+    for (const unsigned first : {10u, 110u}) {
+        std::vector<int> java;
+        Bytes record;
+        for (std::size_t i = 0; i < size; ++i) {
+            record.push_back(static_cast<uint8_t>(first + 37 * i));
+            java.push_back(static_cast<int8_t>(record.back()));
+        }
+        samples.push_back({java, record});
+    }
+    return {samples, samples};
 }
 
-void setString(jobject object, const char *name, const char *text) {
-    if (text == nullptr)
-        java::setNull(object, name, "Ljava/lang/String;");
-    else
-        java::setString(object, name, text);
+Samples samplesOf(const Value &value) {
+    switch (value.kind) {
+    case Kind::address:
+        return addresses();
+    case Kind::text:
+        return texts(value.size);
+    case Kind::bytes:
+        return byteArrays(value.size);
+    default:
+        return numbersOf(value.kind);
+    }
+}
+
+const Sample &pick(const std::vector<Sample> &samples, std::size_t number) {
+    return samples[number % samples.size()];
+}
+
+// --- Java's side -----------------------------------------------------------------------------------------------------
+
+void setJava(jobject object, const Value &value, const JavaValue &java) {
+    const auto number = static_cast<jint>(std::holds_alternative<jlong>(java) ? std::get<jlong>(java) : 0);
+    switch (value.kind) {
+    case Kind::address:
+    case Kind::text:
+        if (java.index() == 0)
+            return java::setNull(object, value.name, "Ljava/lang/String;");
+        return java::setString(object, value.name, std::get<std::string>(java));
+    case Kind::bytes:
+        return java::setObject(object, value.name, "[B", java::makeByteArray(std::get<std::vector<int>>(java)));
+    case Kind::charByte:
+    case Kind::charSignedByte:
+        return java::setChar(object, value.name, number);
+    case Kind::byteByte:
+    case Kind::byteWord:
+        return java::setByte(object, value.name, number);
+    default:
+        return java::setInt(object, value.name, number);
+    }
+}
+
+JavaValue getJava(jobject object, const Value &value) {
+    switch (value.kind) {
+    case Kind::address:
+    case Kind::text:
+        return java::getString(object, value.name);
+    case Kind::bytes:
+        return java::getBytes(object, value.name);
+    case Kind::charByte:
+    case Kind::charSignedByte:
+        return jlong{java::getChar(object, value.name)};
+    case Kind::byteByte:
+    case Kind::byteWord:
+        return jlong{java::getByte(object, value.name)};
+    case Kind::longQuad:
+        return java::getLong(object, value.name);
+    default:
+        return jlong{java::getInt(object, value.name)};
+    }
+}
+
+void put(Image &image, const Value &value, const Sample &sample) {
+    for (std::size_t i = 0; i < sample.record.size(); ++i)
+        image.byte(value.offset + i, sample.record[i]);
 }
 
 } // namespace
 
-std::size_t givenSamples(Kind kind) {
-    switch (kind) {
-    case Kind::address:
-        return std::size(kGivenAddresses);
-    case Kind::text:
-        return kGivenTexts;
-    case Kind::bytes:
-        return kBytesSamples;
-    case Kind::elsewhere:
-        return 1;
-    default:
-        return numberOf(kind).given.size();
-    }
+std::size_t givenSamples(const Value &value) {
+    return value.kind == Kind::elsewhere ? 0 : samplesOf(value).given.size();
 }
 
 void give(jobject object, const Value &value, std::size_t sample) {
-    sample %= givenSamples(value.kind);
-    switch (value.kind) {
-    case Kind::address:
-        return setString(object, value.name, kGivenAddresses[sample].java);
-    case Kind::text:
-        if (sample == kGivenTexts - 1)
-            return setString(object, value.name, nullptr);
-        return java::setString(object, value.name, givenText(value.size, sample));
-    case Kind::bytes:
-        return java::setObject(object, value.name, "[B", java::makeByteArray(bytesOf(value, sample)));
-    case Kind::elsewhere:
-        return;
-    default:
-        const Number &number = numberOf(value.kind);
-        number.give(object, value.name, number.given[sample].java);
-    }
+    if (value.kind != Kind::elsewhere)
+        setJava(object, value, pick(samplesOf(value).given, sample).java);
 }
 
 void expectGiven(Image &image, const Value &value, std::size_t sample) {
-    sample %= givenSamples(value.kind);
-    switch (value.kind) {
-    case Kind::address:
-        image.hex(value.offset, kGivenAddresses[sample].record);
-        return;
-    case Kind::text:
-        image.text(value.offset, sample == kGivenTexts - 1 ? "" : givenText(value.size, sample));
-        return;
-    case Kind::bytes:
-        return putBytes(image, value, sample);
-    case Kind::elsewhere:
-        return;
-    default:
-        const Number &number = numberOf(value.kind);
-        number.put(image, value.offset, number.given[sample].record);
-    }
+    if (value.kind != Kind::elsewhere)
+        put(image, value, pick(samplesOf(value).given, sample));
 }
 
-std::size_t heldSamples(Kind kind) {
-    switch (kind) {
-    case Kind::address:
-        return std::size(kHeldAddresses);
-    case Kind::text:
-        return kHeldTexts;
-    case Kind::bytes:
-        return kBytesSamples;
-    case Kind::elsewhere:
-        return 1;
-    default:
-        return numberOf(kind).held.size();
-    }
+std::size_t heldSamples(const Value &value) {
+    return value.kind == Kind::elsewhere ? 0 : samplesOf(value).held.size();
 }
 
 void hold(Image &image, const Value &value, std::size_t sample) {
-    sample %= heldSamples(value.kind);
-    switch (value.kind) {
-    case Kind::address:
-        image.hex(value.offset, kHeldAddresses[sample].record);
-        return;
-    case Kind::text: {
-        const std::string text = heldText(value.size, sample);
-        for (std::size_t i = 0; i < value.size && i <= text.size(); ++i)
-            image.byte(value.offset + i, i < text.size() ? static_cast<uint8_t>(text[i]) : 0);
-        return;
-    }
-    case Kind::bytes:
-        return putBytes(image, value, sample);
-    case Kind::elsewhere:
-        return;
-    default:
-        const Number &number = numberOf(value.kind);
-        number.put(image, value.offset, number.held[sample].record);
-    }
+    if (value.kind != Kind::elsewhere)
+        put(image, value, pick(samplesOf(value).held, sample));
 }
 
 void expectRead(jobject object, const Value &value, std::size_t sample) {
-    sample %= heldSamples(value.kind);
-    switch (value.kind) {
-    case Kind::address:
-        EXPECT_EQ(java::getString(object, value.name), kHeldAddresses[sample].java);
-        return;
-    case Kind::text:
-        EXPECT_EQ(java::getString(object, value.name), heldText(value.size, sample));
-        return;
-    case Kind::bytes:
-        EXPECT_EQ(java::getBytes(object, value.name), bytesOf(value, sample));
-        return;
-    case Kind::elsewhere:
-        return;
-    default:
-        const Number &number = numberOf(value.kind);
-        EXPECT_EQ(number.get(object, value.name), number.held[sample].java);
+    if (value.kind != Kind::elsewhere) {
+        EXPECT_EQ(getJava(object, value), pick(samplesOf(value).held, sample).java);
     }
 }
 

@@ -40,12 +40,12 @@ struct Value {
 // Samples have numbers from 0 on; after the last comes the first again.
 
 // Java gives a sample, and what the record is to hold then.
-std::size_t givenSamples(Kind kind);
+std::size_t givenSamples(const Value &value);
 void give(jobject object, const Value &value, std::size_t sample);
 void expectGiven(executor::Image &image, const Value &value, std::size_t sample);
 
 // The record holds a sample, and Java is to have got it.
-std::size_t heldSamples(Kind kind);
+std::size_t heldSamples(const Value &value);
 void hold(executor::Image &image, const Value &value, std::size_t sample);
 void expectRead(jobject object, const Value &value, std::size_t sample);
 
