@@ -40,12 +40,6 @@ std::string fromInstallPath(const char *path) {
     return base + path;
 }
 
-// Whether connections are to be forwarded: what the environment's QELXW_FORWARD says.
-bool isProxyWanted() {
-    const char *wanted = std::getenv("QELXW_FORWARD");
-    return wanted != nullptr && std::strcmp(wanted, "proxy") == 0;
-}
-
 // Whether an engine is at work now; `words` say why not.
 bool openForwarding(rk::LogText &words) {
     try {
@@ -60,10 +54,18 @@ bool openForwarding(rk::LogText &words) {
     return false;
 }
 
-// An executor without an engine keeps and answers everything all the same.
+// Does what the environment's QELXW_FORWARD says. An executor without an engine keeps and answers everything all the
+// same.
 void startForwarding() {
+    const char *wanted = std::getenv("QELXW_FORWARD");
+    if (wanted == nullptr || std::strcmp(wanted, "none") == 0)
+        return;
     rk::LogText words;
-    const bool isOpen = openForwarding(words);
+    bool isOpen = false;
+    if (std::strcmp(wanted, "proxy") == 0)
+        isOpen = openForwarding(words);
+    else
+        append(words, "QELXW_FORWARD is neither proxy nor none");
     rk::LogText said;
     append(said, "%s%s", isOpen ? "by HAProxy" : "nothing is forwarded: ", words.text);
     rk::logForwarding(state, said);
@@ -99,8 +101,7 @@ int32_t EXC_UsrExecutorInit() {
     if (state.isStarted)
         return kRefused;
     rk::startExecutor(state);
-    if (isProxyWanted())
-        startForwarding();
+    startForwarding();
     return kDone;
 }
 

@@ -122,6 +122,46 @@ TEST(Scripts, DemonstrationSucceedsAndLeavesNothingBehind) {
     EXPECT_TRUE(run.out.ends_with("\n> cluster list --json\n[]\n")) << run.out;
 }
 
+TEST(Scripts, FirstFileGoesBeforeTheOthers) {
+    const std::string file = makeFolder() + "/first.rk";
+    std::ofstream(file) << "cluster add web --address 10.0.0.1\n";
+    const ConsoleRun run = runScript("cluster list\n", {"--first", file});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.out, "ok\nweb\n");
+    std::ofstream(file) << "cluster remove web\n";
+    const ConsoleRun refused = runScript("cluster list\n", {"--first", file});
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_EQ(refused.out, "");
+}
+
+// Who forwards is told by the option, or else by the environment; without HAProxy everything else goes on.
+TEST(Scripts, ForwardingIsAsTheOptionOrTheEnvironmentSays) {
+    const std::string absent = "QELXW_HAPROXY=/nonexistent/haproxy";
+    const std::string tried = "forwarding: nothing is forwarded: there is no HAProxy";
+    const std::string log = makeFolder() + "/log";
+    struct Row {
+        std::vector<std::string> arguments;
+        std::vector<std::string> environment;
+        std::size_t lines;
+    };
+    const Row rows[] = {
+        {{"--forward", "proxy"}, {absent}, 1},
+        {{"--forward=proxy"}, {absent}, 1},
+        {{}, {absent, "QELXW_FORWARD=proxy"}, 1},
+        {{"--forward", "none"}, {absent, "QELXW_FORWARD=proxy"}, 0},
+        {{}, {absent}, 0},
+    };
+    for (const Row &row : rows) {
+        std::ofstream(log, std::ios::trunc);
+        ConsoleInput input{row.arguments, "cluster add web --address 10.0.0.1\n", row.environment};
+        input.arguments.insert(input.arguments.end(), {"--log", log, "--script", "-"});
+        const ConsoleRun run = runConsole(input);
+        EXPECT_EQ(run.exitStatus, 0);
+        EXPECT_EQ(run.out, "ok\n");
+        EXPECT_EQ(linesWith(readFile(log), tried).size(), row.lines) << testing::PrintToString(row.arguments);
+    }
+}
+
 TEST(Scripts, EmptyInputIsAnEmptyScript) {
     const ConsoleRun run = runScript("");
     EXPECT_EQ(run.exitStatus, 0);

@@ -58,7 +58,8 @@ std::string mapText(const std::map<Address, uint32_t> &servers);
 std::string configurationText(const Plan &plan, const ProxyNumbers &numbers, const std::string &folder,
                               const std::set<uint32_t> &moving);
 
-// What follows the name of a server in the configuration and in `add server` alike, but for its state.
+// What follows the name of a server in the configuration and in `add server` alike, but for its state. `own` is its
+// number.
 std::string serverText(const Pool &pool, const PoolServer &server, uint32_t own);
 
 // The parts one after the other.

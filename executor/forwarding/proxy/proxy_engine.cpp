@@ -10,7 +10,6 @@
 #include <cstring>
 #include <new>
 #include <sys/socket.h>
-#include <tuple>
 #include <unistd.h>
 
 namespace rk {
@@ -25,18 +24,6 @@ constexpr Features kProxyFeatures = bitOf(Feature::content) | bitOf(Feature::cro
 constexpr uint8_t kStateEstablished = 4; // of a TCP connection, as the records number states
 constexpr std::size_t kCommandsAtOnce = 200;
 
-// A server that takes nothing any more, and that HAProxy keeps as long as it has connections.
-struct LeavingServer {
-    uint32_t pool = 0;
-    uint32_t server = 0;
-
-    bool operator==(const LeavingServer &) const = default;
-};
-
-inline bool operator<(const LeavingServer &one, const LeavingServer &other) {
-    return std::tie(one.pool, one.server) < std::tie(other.pool, other.server);
-}
-
 // Clients and their servers by the numbers of pools and servers.
 using ClientsOfPools = std::map<uint32_t, std::map<Address, uint32_t>>;
 
@@ -44,10 +31,12 @@ struct ProxyEngine {
     ProxyChild child;
     Workers workers;
     ProxyNumbers numbers;
-    std::string configuration;                    // what the worker has been started with
-    ClientsOfPools bound;                         // as the worker has them
-    ClientsOfPools boundFiles;                    // as the files have them
-    std::map<LeavingServer, std::string> leaving; // and what they look like in the configuration
+    std::string configuration; // what the worker has been started with
+    ClientsOfPools bound;      // as the worker has them
+    ClientsOfPools boundFiles; // as the files have them
+
+    // Servers that take nothing any more and still have connections, and what they were added with.
+    std::map<NumberedThing, std::string> leaving;
 };
 
 // A command to the worker, and the one that takes it back.
@@ -186,7 +175,7 @@ bool needsNewWorker(const ProxyEngine &engine, const Plan &plan, const PlanChang
 // --- Ended counts ----------------------------------------------------------------------------------------------------
 
 void endServer(ProxyEngine &engine, const Pool &pool, const PoolServer &server, std::vector<EndedCounts> &ended) {
-    const CountedThing thing{numberOf(engine.numbers, pool.id), numberOf(engine.numbers, pool, server)};
+    const NumberedThing thing{numberOf(engine.numbers, pool.id), numberOf(engine.numbers, pool, server)};
     ended.push_back({pool.id, server.key, endCounts(engine.workers, thing)});
 }
 
@@ -301,7 +290,7 @@ void noteLeaving(ProxyEngine &engine, const PlanChange &change) {
             continue;
         const PoolServer &server = item.server.before != nullptr ? *item.server.before : *item.server.after;
         const uint32_t number = numberOf(engine.numbers, *item.pool, server);
-        const LeavingServer named{numberOf(engine.numbers, item.pool->id), number};
+        const NumberedThing named{numberOf(engine.numbers, item.pool->id), number};
         if (item.server.after == nullptr)
             engine.leaving[named] = serverText(*item.pool, server, number);
         else
@@ -549,7 +538,7 @@ bool readAll(void *own, Counts &counts) {
 // The plan's pools and servers by their numbers.
 struct NumberedPlan {
     std::map<uint32_t, const Pool *> pools;
-    std::map<CountedThing, const PoolServer *> servers;
+    std::map<NumberedThing, const PoolServer *> servers;
 };
 
 NumberedPlan byNumber(const ProxyEngine &engine, const Plan &plan, const PortId *port) {
@@ -574,8 +563,9 @@ std::vector<SessionRow> sessionsOf(const ProxyEngine &engine) {
     return sessions;
 }
 
-uint32_t staleTime(const Pool &pool) {
-    return pool.settings.staleTimeout;
+// Seconds of a time that have passed when `left` of it are left.
+uint32_t passed(uint32_t time, uint32_t left) {
+    return time - std::min(time, left);
 }
 
 bool listConnections(void *own, const Plan &plan, const PortId *port, std::vector<LiveConnection> &connections) {
@@ -593,7 +583,7 @@ bool listConnections(void *own, const Plan &plan, const PortId *port, std::vecto
         connection.port = pool.id.port;
         connection.server = server->second->endpoint;
         connection.tcpState = kStateEstablished;
-        connection.idle = staleTime(pool) - std::min(staleTime(pool), session.left);
+        connection.idle = passed(pool.settings.staleTimeout, session.left);
         connection.age = session.age;
         connections.push_back(connection);
     }
@@ -609,6 +599,15 @@ Address masked(const Address &address, uint8_t bits) {
     return network;
 }
 
+// Connections that clients have to the server that they stick to.
+uint32_t activeOf(const std::vector<SessionRow> &sessions, uint32_t poolNumber, const Pool &pool, const TableRow &row) {
+    return static_cast<uint32_t>(
+        std::count_if(sessions.begin(), sessions.end(), [poolNumber, &pool, &row](const SessionRow &session) {
+            return session.pool == poolNumber && session.server == row.server &&
+                   masked(session.client.address, pool.settings.stickyBits) == row.client;
+        }));
+}
+
 bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vector<StickyClient> &clients) {
     ProxyEngine &engine = engineOf(own);
     if (!isThere(engine))
@@ -617,10 +616,10 @@ bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vec
     const std::vector<SessionRow> sessions = sessionsOf(engine);
     for (const auto &[number, pool] : numbered.pools) {
         const Pool *keeper = keeperOf(plan, *pool);
-        std::string reply;
         if (keeper == nullptr)
             continue;
         const uint32_t table = numberOf(engine.numbers, keeper->id);
+        std::string reply;
         if (!askHeld(engine.workers.current, joined({"show table b", std::to_string(table)}), reply))
             return false;
         for (const TableRow &row : parseTable(reply)) {
@@ -631,13 +630,8 @@ bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vec
             client.pool = pool->id;
             client.client = row.client;
             client.serverKey = server->second->key;
-            client.active = static_cast<uint32_t>(std::count_if(
-                sessions.begin(), sessions.end(), [&, ownPool = number, sticky = pool](const SessionRow &session) {
-                    return session.pool == ownPool && session.server == row.server &&
-                           masked(session.client.address, sticky->settings.stickyBits) == row.client;
-                }));
-            const uint32_t left = row.left / 1000;
-            client.idle = pool->settings.stickyTime - std::min(pool->settings.stickyTime, left);
+            client.active = activeOf(sessions, number, *pool, row);
+            client.idle = passed(pool->settings.stickyTime, row.left / 1000);
             clients.push_back(client);
         }
     }

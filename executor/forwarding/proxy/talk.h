@@ -12,8 +12,7 @@ inline constexpr int kCommandTime = 3000; // milliseconds that a command may tak
 
 // Sends a command, or several with semicolons between them, and reads the reply until HAProxy closes the connection.
 // False when the socket does not answer within `milliseconds`.
-bool ask(const std::string &socketPath, std::string_view commands, std::string &replies,
-         int milliseconds = kCommandTime);
+bool ask(const std::string &socketPath, std::string_view command, std::string &reply, int milliseconds = kCommandTime);
 
 // A connection to a worker that stays open. A worker that has been replaced does not end while there is one, so that
 // what it has counted can be read to the last.
@@ -26,7 +25,8 @@ struct HeldWorker {
 bool holdWorker(const std::string &socketPath, HeldWorker &worker);
 
 // Sends commands, one a line, and reads all their replies; each ends with a line feed.
-bool askHeld(const HeldWorker &worker, std::string_view command, std::string &reply, int milliseconds = kCommandTime);
+bool askHeld(const HeldWorker &worker, std::string_view commands, std::string &replies,
+             int milliseconds = kCommandTime);
 void releaseWorker(HeldWorker &worker);
 
 } // namespace rk

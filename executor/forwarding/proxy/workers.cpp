@@ -139,7 +139,7 @@ std::vector<std::string> askAll(const Workers &workers, const std::string &comma
     return replies;
 }
 
-bool readCounts(Workers &workers, CountedThing thing, Counts &counts) {
+bool readCounts(Workers &workers, NumberedThing thing, Counts &counts) {
     endFormer(workers);
     const std::vector<std::string> replies = askAll(workers, statisticsCommand(thing.pool, thing.server != 0));
     if (replies.empty())
@@ -175,7 +175,7 @@ bool readAllCounts(Workers &workers, Counts &counts) {
     return true;
 }
 
-Totals endCounts(Workers &workers, CountedThing thing) {
+Totals endCounts(Workers &workers, NumberedThing thing) {
     Counts counts;
     if (!readCounts(workers, thing, counts))
         counts.totals = workers.seen[thing];

@@ -14,14 +14,12 @@
 namespace rk {
 
 // A pool, or a server of a pool, by their numbers; the pool has the server 0.
-struct CountedThing {
+struct NumberedThing {
     uint32_t pool = 0;
     uint32_t server = 0;
-
-    bool operator==(const CountedThing &) const = default;
 };
 
-inline bool operator<(const CountedThing &one, const CountedThing &other) {
+inline bool operator<(const NumberedThing &one, const NumberedThing &other) {
     return std::tie(one.pool, one.server) < std::tie(other.pool, other.server);
 }
 
@@ -32,16 +30,16 @@ struct Workers {
     // What workers counted that have ended, less what was told of a thing when it went. Unsigned numbers wrap: the sum
     // with what the others count is right.
     // {0, 0} is all pools that are gone.
-    std::map<CountedThing, Totals> bases;
-    std::set<uint32_t> gone;             // pools whose last connections former workers may still have
-    std::map<CountedThing, Totals> seen; // at the last look, for when a worker is gone all of a sudden
+    std::map<NumberedThing, Totals> bases;
+    std::set<uint32_t> gone;              // pools whose last connections former workers may still have
+    std::map<NumberedThing, Totals> seen; // at the last look, for when a worker is gone all of a sudden
 
     struct Rate {
         std::chrono::steady_clock::time_point since;
         uint64_t bytes = 0; // at that time
         uint64_t bytesPerSecond = 0;
     };
-    std::map<CountedThing, Rate> rates;
+    std::map<NumberedThing, Rate> rates;
 };
 
 // Whether the worker that takes connections answers. One that does so over a new connection only is the same if its
@@ -62,13 +60,13 @@ void forgetWorkers(Workers &workers);
 std::vector<std::string> askAll(const Workers &workers, const std::string &command);
 
 // Counts of a pool (server 0) or of a server. False when the worker that takes connections does not answer.
-bool readCounts(Workers &workers, CountedThing thing, Counts &counts);
+bool readCounts(Workers &workers, NumberedThing thing, Counts &counts);
 
 // Counts of all pools together.
 bool readAllCounts(Workers &workers, Counts &counts);
 
 // What a thing has counted up to now, which counts from 0 from now on.
-Totals endCounts(Workers &workers, CountedThing thing);
+Totals endCounts(Workers &workers, NumberedThing thing);
 
 // Has a pool and its servers forgotten, whose counts have been ended.
 void forgetPool(Workers &workers, uint32_t pool);

@@ -56,11 +56,11 @@ protected:
     int32_t markServer(Command command, uint32_t serverKey);
     int32_t setWeight(uint32_t serverKey, int16_t weight);
 
-    Shares ask(int count, const Client &client = {}, int port = kServicePort);
-    std::string askOnce(const Client &client = {}, int port = kServicePort);
-    int connectTo(const Client &client = {}, int port = kServicePort);
+    Shares ask(int count, const Client &client = {}, int number = kServicePort);
+    std::string askOnce(const Client &client = {}, int number = kServicePort);
+    int connectTo(const Client &client = {}, int number = kServicePort);
     Counts countsOf(uint32_t serverKey); // of the port's own pool
-    ServerReportRecord serverReportOf(uint32_t serverKey, int port = kServicePort);
+    ServerReportRecord serverReportOf(uint32_t serverKey, int number = kServicePort);
 
     // Process of the worker that takes connections: another one after a reload.
     int worker();
