@@ -300,7 +300,7 @@ TEST(PoolServices, stickyBitsBecomeAMask) {
     settings.stickyBits = 0;
     EXPECT_EQ(serviceSettings(settings, "wrr").clientMask, 0U);
     settings.stickyTime = ~0U;
-    EXPECT_EQ(serviceSettings(settings, "wrr").stickySeconds, kLongestTime);
+    EXPECT_EQ(serviceSettings(settings, "wrr").stickySeconds, kLongestKernelTime);
 }
 
 // --- The order of changes

@@ -106,7 +106,7 @@ bool concernsMarks(const PlanChange &change, bool isLocalChange) {
 
 // 0 leaves the kernel's own time.
 uint32_t timeOr(uint32_t seconds, uint32_t own) {
-    return seconds == 0 ? own : std::min(seconds, kLongestTime);
+    return seconds == 0 ? own : std::min(seconds, kLongestKernelTime);
 }
 
 IpvsTimeouts timeoutsOf(const KernelEngine &engine, const Plan &plan) {

@@ -146,7 +146,7 @@ IpvsServiceSettings serviceSettings(const PoolSettings &settings, const std::str
         service.flags |= IP_VS_SVC_F_SCHED_SH_FALLBACK;
     if (settings.stickyTime > 0) {
         service.flags |= IP_VS_SVC_F_PERSISTENT;
-        service.stickySeconds = std::min(settings.stickyTime, kLongestTime);
+        service.stickySeconds = std::min(settings.stickyTime, kLongestKernelTime);
         service.clientMask = settings.stickyBits == 0 ? 0 : ~uint32_t{0} << (32 - settings.stickyBits);
     }
     return service;

@@ -10,7 +10,8 @@
 
 namespace rk {
 
-inline constexpr uint32_t kLongestTime = 2'147'483; // seconds; the kernel counts ticks in 32 bits, up to 1000 a second
+inline constexpr uint32_t kLongestKernelTime =
+    2'147'483; // seconds; the kernel counts ticks in 32 bits, up to 1000 a second
 
 // An IPv4 address in network byte order, 0 for none.
 uint32_t wordOf(const Address &address);

@@ -9,13 +9,13 @@ namespace rk {
 
 namespace {
 
-constexpr uint32_t kLongestTime = 24 * 86400; // HAProxy counts milliseconds in 31 bits
+constexpr uint32_t kLongestProxyTime = 24 * 86400; // HAProxy counts milliseconds in 31 bits
 constexpr uint32_t kDefaultConnectTime = 5;
 constexpr uint32_t kDefaultStaleTime = 300;
 constexpr std::size_t kNetworksPerLine = 32; // a line has 64 words at most
 
 std::string seconds(uint32_t time) {
-    return std::to_string(std::min(time, kLongestTime)) + "s";
+    return std::to_string(std::min(time, kLongestProxyTime)) + "s";
 }
 
 std::string number(uint64_t value) {
