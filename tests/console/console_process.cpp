@@ -1,5 +1,6 @@
 #include "console_process.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -47,6 +48,21 @@ int waitForEnd(int process) {
     int status = 0;
     waitpid(process, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+enum class Reading { kMore, kSilence, kEnd };
+
+// Reads what the console writes next.
+Reading readOnce(TerminalSession &session, int milliseconds) {
+    pollfd wanted{session.terminal, POLLIN, 0};
+    if (poll(&wanted, 1, milliseconds) <= 0)
+        return Reading::kSilence;
+    char piece[4096];
+    const ssize_t length = read(session.terminal, piece, sizeof piece);
+    if (length <= 0)
+        return Reading::kEnd;
+    session.seen.append(piece, static_cast<std::size_t>(length));
+    return Reading::kMore;
 }
 
 } // namespace
@@ -106,22 +122,28 @@ void type(const TerminalSession &session, const std::string &keys) {
 }
 
 bool waitFor(TerminalSession &session, const std::string &text, std::size_t from) {
-    while (session.seen.find(text, from) == std::string::npos) {
-        pollfd wanted{session.terminal, POLLIN, 0};
-        if (poll(&wanted, 1, kPatienceMilliseconds) <= 0)
+    while (session.seen.find(text, from) == std::string::npos)
+        if (readOnce(session, kPatienceMilliseconds) != Reading::kMore)
             return false;
-        char piece[4096];
-        const ssize_t length = read(session.terminal, piece, sizeof piece);
-        if (length <= 0)
-            return false;
-        session.seen.append(piece, static_cast<std::size_t>(length));
-    }
     return true;
+}
+
+void endInput(TerminalSession &session) {
+    constexpr char kEndOfInput = '\x04';
+    for (Reading last = Reading::kSilence; last != Reading::kEnd; last = readOnce(session, 500))
+        if (last == Reading::kSilence && write(session.terminal, &kEndOfInput, 1) != 1)
+            return;
 }
 
 int closeTerminal(TerminalSession &session) {
     // The rest is read, so that the console is not held up by a full terminal.
-    waitFor(session, "\x01no console writes this\x01");
+    Reading last = Reading::kMore;
+    while (last == Reading::kMore)
+        last = readOnce(session, kPatienceMilliseconds);
+    if (last == Reading::kSilence) {
+        ADD_FAILURE() << "the console does not end: " << session.seen;
+        kill(session.process, SIGKILL);
+    }
     const int exitStatus = waitForEnd(session.process);
     close(session.terminal);
     return exitStatus;

@@ -45,6 +45,9 @@ void type(const TerminalSession &session, const std::string &keys);
 // Reads until the console has written `text` after byte `from` of what was seen; false when it ends or takes too long.
 bool waitFor(TerminalSession &session, const std::string &text, std::size_t from = 0);
 
+// Types the end of input until the console ends: a key is lost when it comes while the terminal changes its mode.
+void endInput(TerminalSession &session);
+
 // Waits for the console's end; returns its exit status.
 int closeTerminal(TerminalSession &session);
 

@@ -70,7 +70,7 @@ TEST(Threads, AnInterruptDuringACommandCallsNoNativeMethodBesideIt) {
     type(session.console, commands);
     ASSERT_TRUE(waitFor(session.console, "identifier", before)) << session.console.seen;
     type(session.console, "\x03");
-    type(session.console, "\x04");
+    endInput(session.console);
     closeTerminal(session.console); // by the interrupt, or by the end of input when that came between two commands
     const std::size_t performed = commandsOnOneThread(session.watch);
     EXPECT_GE(performed, 2U) << readFile(session.watch);
