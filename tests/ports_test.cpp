@@ -1,5 +1,6 @@
 // Ports.
 #include "contract/list_contract.h"
+#include "contract/port_settings.h"
 #include "contract/record_contract.h"
 
 #include "library/channel/channel.h"
@@ -8,8 +9,6 @@
 #include <cstring>
 
 namespace {
-
-using enum values::Kind;
 
 constexpr Method kAdd = {"addPortNative", 10};
 constexpr Method kSet = {"setPortStatusNative", 14};
@@ -26,27 +25,7 @@ jobject newPort() {
     return object;
 }
 
-// A setting's flag, its value, and whatever else: the offset of each, and its place among those that go back to Java,
-// or that reading sets.
-const Settings kSettings = {
-    .make = newPort,
-    .rows =
-        {
-            {{"SetMaxNumberOfServers", 80, 1}, {{"MaxNumberOfServers", intWord, 32, 2}}},
-            {{"SetStaleTimeout", 84, 5}, {{"StaleTimeout", intTwoWords, 56, 6}}},
-            {{"SetStickyTime", 81, 2}, {{"StickyTime", intTwoWords, 40, 3}}},
-            {{"SetStickyBits", 83, 4}, {{"iStickyBits", intWord, 52, 5}}},
-            {{"SetWeightBound", 85, 6}, {{"WeightBound", intSignedHalf, 64, 7}}},
-            {{"SetType", 86, 7}, {{"Type", charSignedByte, 66, 8}}},
-            {{"SetMethod", 87, 8}, {{"iMethod", intSignedHalf, 68, 9}}},
-            {{"SetPortProtocol", 82, 3}, {{"iPortProtocol", intHalf, 48, 4}}},
-            {{"SetReplicate", 88, 9}, {{"Replicate", intByte, 70, 10}}},
-            {{"SetMaxHalfOpen", 90, 10}, {{"iMaxHalfOpen", intWord, 76, 12}}},
-            {{"SetCrossPort", 89, 11}, {{"iCrossPort", intPort, 72, 11}}},
-            {{"SetSendReset", 91, 12}, {{"SendReset", byteByte, 92, 13}}},
-        },
-    .goBack = FlagsGoBack::always,
-};
+const Settings kSettings = {.make = newPort, .rows = rowsOf(kPortSettings), .goBack = FlagsGoBack::always};
 
 // What names port 80 of the cluster, in records of either size.
 Image named(int32_t command, uint32_t length) {

@@ -1,10 +1,14 @@
 #include "bench/floor/procedures.h"
 #include "bench/floor/access.h"
+#include "contract/port_settings.h"
 
 #include "rk/command_block.h"
 #include "rk/uexc.h"
 
 #include <arpa/inet.h>
+#include <array>
+#include <iterator>
+#include <utility>
 
 using namespace rk;
 
@@ -194,40 +198,65 @@ void clusterReport(JNIEnv *env, jobject cluster) {
     setAddress(to, "Address", record.address);
 }
 
+namespace {
+
+template <typename Field> void put(uint8_t *place, Field value) {
+    memcpy(place, &value, sizeof(value));
+}
+
+template <values::Kind kind> void getValue(Object from, const char *name, uint8_t *place) {
+    using enum values::Kind;
+    if constexpr (kind == byteByte)
+        put(place, getByte(from, name));
+    else if constexpr (kind == charSignedByte)
+        put(place, static_cast<int8_t>(getChar(from, name)));
+    else if constexpr (kind == intByte)
+        put(place, static_cast<uint8_t>(getInt(from, name)));
+    else if constexpr (kind == intHalf || kind == intSignedHalf)
+        put(place, static_cast<int16_t>(getInt(from, name)));
+    else if constexpr (kind == intPort)
+        put(place, htons(static_cast<uint16_t>(getInt(from, name))));
+    else if constexpr (kind == intTwoWords) {
+        const jint low = getInt(from, name);
+        put(place, SplitInt64{low < 0 ? -1 : 0, low});
+    } else {
+        static_assert(kind == intWord, "a kind that no port has had so far");
+        put(place, getInt(from, name));
+    }
+}
+
+// Rows of a table become straight code, as if each were written out.
+template <const auto &settings, std::size_t... i>
+void getSettings(Object from, uint8_t *record, std::index_sequence<i...>) {
+    const auto getOne = [=]<std::size_t row>(std::integral_constant<std::size_t, row>) {
+        constexpr OneValueSetting setting = settings[row];
+        if (flag(from, setting.flag.name, record[setting.flag.offset]))
+            getValue<setting.value.kind>(from, setting.value.name, record + setting.value.offset);
+    };
+    (getOne(std::integral_constant<std::size_t, i>()), ...);
+}
+
+// The flags in the order in which they go back.
+template <const auto &settings> constexpr auto flagsBack() {
+    std::array<Flag, std::size(settings)> flags{};
+    for (const OneValueSetting &setting : settings)
+        flags[static_cast<std::size_t>(setting.flag.back - 1)] = setting.flag;
+    return flags;
+}
+
+} // namespace
+
 void addPort(JNIEnv *env, jobject port) {
     const Object from = {env, port};
     PortRecord &record = block.port;
+    auto *bytes = reinterpret_cast<uint8_t *>(&record);
     getInt(from, "PortNumber");
     getKey(from, "ClusterId", record.clusterKey);
     getPort(from, "PortNumber", record.port);
-    optionalInt(from, "SetMaxNumberOfServers", record.setMaxServers, "MaxNumberOfServers", record.maxServers);
-    optionalInt(from, "SetStaleTimeout", record.setStaleTimeout, "StaleTimeout", record.staleTimeout);
-    optionalInt(from, "SetStickyTime", record.setStickyTime, "StickyTime", record.stickyTime);
-    optionalInt(from, "SetStickyBits", record.setStickyBits, "iStickyBits", record.stickyBits);
-    optionalInt(from, "SetWeightBound", record.setWeightBound, "WeightBound", record.weightBound);
-    if (flag(from, "SetType", record.setType))
-        record.type = static_cast<int8_t>(getChar(from, "Type"));
-    optionalInt(from, "SetMethod", record.setMethod, "iMethod", record.method);
-    optionalInt(from, "SetPortProtocol", record.setProtocol, "iPortProtocol", record.protocol);
-    optionalInt(from, "SetReplicate", record.setReplicate, "Replicate", record.replicate);
-    optionalInt(from, "SetMaxHalfOpen", record.setMaxHalfOpen, "iMaxHalfOpen", record.maxHalfOpen);
-    if (flag(from, "SetCrossPort", record.setCrossPort))
-        getPort(from, "iCrossPort", record.crossPort);
-    if (flag(from, "SetSendReset", record.setSendReset))
-        record.sendReset = getByte(from, "SendReset");
+    getSettings<kPortSettings>(from, bytes, std::make_index_sequence<std::size(kPortSettings)>());
     send(record, Command::addPort);
-    setByte(from, "SetMaxNumberOfServers", record.setMaxServers);
-    setByte(from, "SetStickyTime", record.setStickyTime);
-    setByte(from, "SetPortProtocol", record.setProtocol);
-    setByte(from, "SetStickyBits", record.setStickyBits);
-    setByte(from, "SetStaleTimeout", record.setStaleTimeout);
-    setByte(from, "SetWeightBound", record.setWeightBound);
-    setByte(from, "SetType", record.setType);
-    setByte(from, "SetMethod", record.setMethod);
-    setByte(from, "SetReplicate", record.setReplicate);
-    setByte(from, "SetMaxHalfOpen", record.setMaxHalfOpen);
-    setByte(from, "SetCrossPort", record.setCrossPort);
-    setByte(from, "SetSendReset", record.setSendReset);
+    for (const Flag &back : flagsBack<kPortSettings>())
+        setByte(from, back.name, bytes[back.offset]);
 }
 
 namespace {

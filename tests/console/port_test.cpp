@@ -8,29 +8,6 @@ namespace {
 
 const std::string kCluster = "cluster add web --address 10.0.0.10 --max-ports 3\n";
 
-TEST(Port, EverySettingIsAddedChangedAndShown) {
-    const ConsoleRun run =
-        runScript(kCluster + "port add web 8080\n"
-                             "port add web 80 --max-servers 12 --stale-timeout 601 --sticky-time 61"
-                             " --sticky-bits 24 --weight-bound 100 --type 1 --method 2 --protocol 1"
-                             " --replicate 200 --max-half-open 1000 --cross-port 8080 --send-reset on\n"
-                             "port status web 80\n"
-                             "port set web 80 --max-servers 13 --send-reset off --cross-port 0\n"
-                             "port status WEB 80\n",
-                  {"--json"});
-    ASSERT_EQ(run.exitStatus, 0) << run.err;
-    const std::vector<std::string> lines = linesOf(run.out);
-    ASSERT_EQ(lines.size(), 6U);
-    EXPECT_EQ(lines[3], "{\"ClusterId\":\"web\",\"PortNumber\":80,\"NumServers\":0,\"MaxNumberOfServers\":12,"
-                        "\"StaleTimeout\":601,\"StickyTime\":61,\"iStickyBits\":24,\"WeightBound\":100,\"Type\":1,"
-                        "\"iMethod\":2,\"iPortProtocol\":1,\"Replicate\":200,\"iMaxHalfOpen\":1000,"
-                        "\"iCrossPort\":8080,\"SendReset\":1}");
-    EXPECT_EQ(lines[5], "{\"ClusterId\":\"WEB\",\"PortNumber\":80,\"NumServers\":0,\"MaxNumberOfServers\":13,"
-                        "\"StaleTimeout\":601,\"StickyTime\":61,\"iStickyBits\":24,\"WeightBound\":100,\"Type\":1,"
-                        "\"iMethod\":2,\"iPortProtocol\":1,\"Replicate\":200,\"iMaxHalfOpen\":1000,"
-                        "\"iCrossPort\":0,\"SendReset\":0}");
-}
-
 TEST(Port, ListsReportAndCounter) {
     const ConsoleRun run = runScript(kCluster + "port list web\nport list web --json\n"
                                                 "port add web 443 --weight-bound 30 --sticky-time 60\nport add web 80\n"

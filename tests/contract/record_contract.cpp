@@ -24,6 +24,13 @@ std::vector<Value> inOrderOfReading(const Settings &settings, const std::vector<
     return result;
 }
 
+std::vector<Setting> rowsOf(std::span<const OneValueSetting> settings) {
+    std::vector<Setting> rows;
+    for (const OneValueSetting &setting : settings)
+        rows.push_back({setting.flag, {setting.value}});
+    return rows;
+}
+
 // --- Writing ---------------------------------------------------------------------------------------------------------
 
 namespace {

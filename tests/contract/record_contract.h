@@ -5,12 +5,7 @@
 #include "contract/values.h"
 #include "harness/record_test.h"
 
-// A change flag: where the record holds it, and its place among those that go back to Java, from 1; 0 when it does not.
-struct Flag {
-    const char *name;
-    std::size_t offset;
-    int back = 0;
-};
+#include <span>
 
 // A setting in the order in which the library reads them. Without a flag's name it is none: its fields are looked up at
 // this point whatever the flags say.
@@ -19,6 +14,9 @@ struct Setting {
     std::vector<values::Value> values;
     void (*also)(Image &image) = nullptr; // what else the record is to hold when the flag is 1
 };
+
+// Rows of settings that have one flag and one value each.
+std::vector<Setting> rowsOf(std::span<const OneValueSetting> settings);
 
 enum class FlagsGoBack { never, always, whenRefused };
 
