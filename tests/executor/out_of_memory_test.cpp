@@ -2,47 +2,20 @@
 #include "executor/commands/commands.h"
 #include "executor/fronts/device_request.h"
 #include "executor_client.h"
+#include "harness/counted_memory.h"
 #include "rk/device.h"
 #include "rk/ha_records.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-// The allocation that fails, counted down from here; negative: none does.
-int allocationsLeft = -1;
-
-} // namespace
-
-// Not inlined: else g++ sees malloc and free beside an operator of the language and takes them for a mismatch.
-[[gnu::noinline]] void *operator new(std::size_t size) {
-    if (allocationsLeft == 0)
-        throw std::bad_alloc();
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    if (void *memory = std::malloc(size); memory != nullptr)
-        return memory;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void *memory) noexcept {
-    std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace rk {
 namespace {
 
 // Performs the command on the record itself, with the allocation after `successes` failing.
 int32_t sendFailing(CommandHeader &header, int successes) {
-    allocationsLeft = successes;
+    memory::allocationsLeft = successes;
     EXC_UserInput(&header);
-    allocationsLeft = -1;
+    memory::allocationsLeft = -1;
     return header.reason;
 }
 
@@ -144,9 +117,9 @@ TEST_F(OutOfMemory, ofADevicesBlock) {
     startExecutor(state);
     const ClusterRecord record = newCluster(kCluster, "web", "10.1.0.1");
     DeviceReply reply;
-    allocationsLeft = 0;
+    memory::allocationsLeft = 0;
     answerDeviceRequest(state, kExecutorRequest, &record, sizeof record, sizeof record, reply);
-    allocationsLeft = -1;
+    memory::allocationsLeft = -1;
     EXPECT_EQ(reply.answer, DeviceAnswer::refused);
     EXPECT_EQ(reply.error, ENOMEM);
     EXPECT_EQ(state.executor.counters.commands, 0U);
@@ -253,10 +226,10 @@ TEST_F(OutOfMemory, isAPathThatCannotBeUsed) {
     // Too long to be kept without memory.
     const char *log = "/dev/../dev/../dev/../dev/../dev/../dev/null";
     const char *directory = "/tmp/../tmp/../tmp/../tmp/../tmp/../tmp/../tmp";
-    allocationsLeft = 0;
+    memory::allocationsLeft = 0;
     const int32_t logWithout = EXC_UsrExecutorSetLog(log);
     const int32_t directoryWithout = EXC_UsrExecutorSetInstallPath(directory);
-    allocationsLeft = -1;
+    memory::allocationsLeft = -1;
     EXPECT_EQ(logWithout, 0);
     EXPECT_EQ(directoryWithout, 0);
     EXPECT_EQ(EXC_UsrExecutorSetLog(log), 1);

@@ -1,32 +1,8 @@
 // What a command costs while an engine forwards, in pieces of memory: the same however many servers there are. A plan
 // made anew, or a copy of what there is, would take more the more there is.
 #include "farm.h"
+#include "harness/counted_memory.h"
 #include "world.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-long allocations = 0;
-
-} // namespace
-
-// Not inlined: else g++ sees malloc and free beside an operator of the language and takes them for a mismatch.
-[[gnu::noinline]] void *operator new(std::size_t size) {
-    ++allocations;
-    if (void *memory = std::malloc(size); memory != nullptr)
-        return memory;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void *memory) noexcept {
-    std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace rk {
 namespace {
@@ -65,9 +41,9 @@ std::vector<long> costsWith(uint32_t servers) {
     world.forwarding.engine.apply = applyOneThing;
     std::vector<long> costs;
     const auto measure = [&world, &costs](auto record) {
-        const long before = allocations;
+        const long before = memory::obtained;
         EXPECT_EQ(perform(world.state, record), 0);
-        costs.push_back(allocations - before);
+        costs.push_back(memory::obtained - before);
     };
     ServerRecord weight = changeServerRequest(80, 1);
     set(weight.setWeight, weight.weight, 7);

@@ -1,39 +1,8 @@
 // Commands that run out of memory while an engine forwards, at every place where memory is obtained: of the executor,
 // of the plan, of the engine. All is as it was.
 #include "farm.h"
+#include "harness/counted_memory.h"
 #include "world.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-// The allocation that fails, counted down from here; negative: none does.
-int allocationsLeft = -1;
-bool hasFailed = false; // one since it was set to false
-
-} // namespace
-
-// Not inlined: else g++ sees malloc and free beside an operator of the language and takes them for a mismatch.
-[[gnu::noinline]] void *operator new(std::size_t size) {
-    if (allocationsLeft == 0) {
-        hasFailed = true;
-        throw std::bad_alloc();
-    }
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    if (void *memory = std::malloc(size); memory != nullptr)
-        return memory;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void *memory) noexcept {
-    std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace rk {
 namespace {
@@ -61,13 +30,13 @@ protected:
             ASSERT_LT(successes, 2000);
             Request copy = request;
             const std::string image = imageOf(world.state.executor);
-            hasFailed = false;
-            allocationsLeft = successes;
+            memory::hasFailed = false;
+            memory::allocationsLeft = successes;
             performCommand(world.state, &headerOf(copy));
-            allocationsLeft = -1;
+            memory::allocationsLeft = -1;
             expectInForce(world);
             const int32_t reason = headerOf(copy).reason;
-            if (reason == 0 && !hasFailed)
+            if (reason == 0 && !memory::hasFailed)
                 return;
             ASSERT_EQ(reason, outOfMemory) << "after " << successes;
             ASSERT_TRUE(imageOf(world.state.executor) == image) << "after " << successes;
@@ -162,12 +131,12 @@ TEST_F(ForwardingOutOfMemory, leavesClientsAsTheyWere) {
         for (int successes = 0;; ++successes) {
             ASSERT_LT(successes, 2000);
             AffinityBlock copy = block;
-            hasFailed = false;
-            allocationsLeft = successes;
+            memory::hasFailed = false;
+            memory::allocationsLeft = successes;
             performCommand(world.state, &copy.block().header);
-            allocationsLeft = -1;
+            memory::allocationsLeft = -1;
             expectInForce(world);
-            if (copy.block().header.reason == 0 && !hasFailed)
+            if (copy.block().header.reason == 0 && !memory::hasFailed)
                 break;
             const int32_t reason = copy.block().header.reason;
             ASSERT_TRUE(reason == kOutOfMemory || reason == 0);
