@@ -191,6 +191,13 @@ TEST_P(ListContract, ALongListGrowsTheText) {
     expectNothingHeld();
 }
 
+TEST_P(ListContract, MoreEntriesThanAHalfWordCounts) {
+    constexpr std::size_t kEntries = 32769;
+    give(Names(kEntries, "80"));
+    EXPECT_EQ(ask(), 0);
+    EXPECT_EQ(java::text(list).size(), kEntries * 3);
+}
+
 TEST_P(ListContract, ATextThatJustFitsIsNotGrown) {
     Names names(1665, "60000");
     names.insert(names.end(), {"1234", "123"}); // 9999 characters and the terminator
