@@ -269,6 +269,13 @@ TEST_F(ConfiguredTest, WhetherAnAddressIsConfigured) {
     EXPECT_EQ(calls::commands(), kNone);
 }
 
+TEST_F(ConfiguredTest, AColonAloneIsAnAliasToo) {
+    machine[2].name = ":";
+    EXPECT_EQ(configure(), 0);
+    EXPECT_EQ(calls::commands(), Names({"system /sbin/ifconfig : 10.0.0.5 down",
+                                        "system /sbin/ifconfig : 10.0.0.5 netmask 255.255.240.0 up"}));
+}
+
 TEST_F(ConfiguredTest, WhereAnAddressIsConfigured) {
     EXPECT_EQ(java::fieldsLookedUp([&] { EXPECT_EQ(info(), 0); }),
               Names({"Address", "Address", "NetMask", "InterfaceName"}));
