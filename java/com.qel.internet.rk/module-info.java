@@ -4,4 +4,5 @@
  */
 module com.qel.internet.rk {
     exports com.qel.internet.rk.common;
+    exports com.qel.internet.rk.executor;
 }

@@ -1,0 +1,169 @@
+package com.qel.internet.rk.executor;
+
+import com.qel.internet.rk.common.CMNExecutorInterface;
+import com.qel.internet.rk.common.CMNServer;
+import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.function.ToIntBiFunction;
+
+/**
+ * A server of a port. This names it, and holds nothing of it: each method asks or changes the executor. {@link
+ * Port#server}
+ * makes one.
+ */
+public final class Server {
+    private final Channel channel;
+    private final Name name;
+
+    Server(Channel channel, Name name) {
+        this.channel = channel;
+        this.name = name;
+    }
+
+    /** {@return the identifier} */
+    public String name() {
+        return name.text();
+    }
+
+    /** {@return the key by which the executor knows the identifier} */
+    public int key() {
+        return name.key();
+    }
+
+    /** {@return the port} */
+    public Port port() {
+        return new Port(channel, name.cluster(), name.port());
+    }
+
+    /**
+     * Adds the server.
+     *
+     * @param settings its listeners, and what else is not to be as it is for new servers
+     * @return this server
+     * @throws ExecutorException        when the executor refuses; when another server has the same key, it is named
+     * @throws IllegalArgumentException when the name is empty, or has a plus sign: it could not be listed
+     */
+    public Server add(ServerSettings settings) {
+        Name.checkListable(name.text());
+        CMNServer server = identified(settings.toNative());
+        channel.together(natives -> {
+            channel.names().requireOwnKey(name.cluster());
+            try {
+                channel.check(this, Family.SERVER, natives.addServerNative(server));
+            } catch (ExecutorException refusal) {
+                throw channel.names().explain(name, refusal);
+            }
+            channel.names().added(name);
+            return null;
+        });
+        return this;
+    }
+
+    /**
+     * Changes settings.
+     *
+     * @param settings those that are given change
+     * @throws ExecutorException when the executor refuses
+     */
+    public void change(ServerSettings settings) {
+        perform(settings.toNative(), CMNExecutorInterface::setServerStatusNative);
+    }
+
+    /**
+     * Removes the server.
+     *
+     * @throws ExecutorException when the executor refuses
+     */
+    public void remove() {
+        channel.together(natives -> {
+            perform(new CMNServer(), CMNExecutorInterface::removeServerNative);
+            channel.names().removed(name);
+            return null;
+        });
+    }
+
+    /**
+     * Marks the server up: it takes connections again, with the weight that it had.
+     *
+     * @throws ExecutorException when the executor refuses
+     */
+    public void up() {
+        perform(new CMNServer(), CMNExecutorInterface::setServerUpNative);
+    }
+
+    /**
+     * Marks the server down: it takes no connections.
+     *
+     * @throws ExecutorException when the executor refuses
+     */
+    public void down() {
+        perform(new CMNServer(), CMNExecutorInterface::setServerDownNative);
+    }
+
+    /**
+     * Reads the settings.
+     *
+     * @return the settings
+     * @throws ExecutorException when the executor refuses
+     */
+    public ServerStatus status() {
+        return ServerStatus.of(perform(new CMNServer(), CMNExecutorInterface::getServerStatusNative));
+    }
+
+    /**
+     * Reads the counters.
+     *
+     * @return the counters
+     * @throws ExecutorException when the executor refuses
+     */
+    public ServerReport report() {
+        return ServerReport.of(perform(new CMNServer(), CMNExecutorInterface::getServerReportNative));
+    }
+
+    /**
+     * Sets the counter of connections per second.
+     *
+     * @param rate what it is to be
+     * @throws ExecutorException when the rate or the server's key is negative, or the executor refuses
+     */
+    public void setConnectionsPerSecond(int rate) {
+        CMNServer server = new CMNServer();
+        server._iCPSCount = rate;
+        perform(server, CMNExecutorInterface::setServerCPSNative);
+    }
+
+    Name identity() {
+        return name;
+    }
+
+    private CMNServer perform(CMNServer server, ToIntBiFunction<CMNExecutorInterface, Object> method) {
+        identified(server);
+        channel.perform(this, Family.SERVER, name, natives -> method.applyAsInt(natives, server));
+        return server;
+    }
+
+    CMNServer identified(CMNServer server) {
+        server.ClusterId = name.cluster().text();
+        server.Port = name.port();
+        server.sServerID = name.text();
+        server.iServerIdKey = name.key();
+        return server;
+    }
+
+    /** {@return whether the other is the server of the same name, of the same port} */
+    @Override
+    public boolean equals(Object other) {
+        return other instanceof Server server && server.channel == channel && server.name.isSameAs(name);
+    }
+
+    /** {@return a number that is the same for equal servers} */
+    @Override
+    public int hashCode() {
+        return name.key();
+    }
+
+    /** {@return what it is, for people} */
+    @Override
+    public String toString() {
+        return name.toString();
+    }
+}
