@@ -55,6 +55,26 @@ final class ModuleTest {
         expect("lowest", CMNStatus.describe(Integer.MIN_VALUE, Family.PORT), "a status that the executor defines");
     }
 
+    private static void statusesHaveNamesAndAdvice() {
+        expect("-57 of ports", CMNStatus.name(-57, Family.PORT), "BAD_SERVER_LIMIT");
+        expect("-57 of rules", CMNStatus.name(-57, Family.RULE), "UNKNOWN_RULE");
+        expect("-57 of a family that has none", CMNStatus.name(-57, Family.SYSTEM), "BAD_SERVER_LIMIT");
+        expect("-36 of what returns reasons", CMNStatus.name(-36, Family.REASON), "BAD_WEIGHT");
+        expect("-36 of a take-over", CMNStatus.name(-36, Family.TAKEOVER), "TAKEOVER_REFUSED");
+        expect("error number", CMNStatus.name(19, Family.CLUSTER), "DEVICE_ERROR");
+        expect("exit status", CMNStatus.name(256, Family.ALIAS), "COMMAND_FAILED");
+        expect("unknown", CMNStatus.name(-12345, Family.PORT), "EXECUTOR_DEFINED");
+        expect("advice about -5", CMNStatus.advise(-5, Family.PORT), "add the cluster first");
+        Pattern name = Pattern.compile("[A-Z]+(_[A-Z]+)*");
+        for (Family family : Family.values()) {
+            for (int status = -130; status <= 1; status++) {
+                expect(status + " of " + family + " has a name",
+                        name.matcher(CMNStatus.name(status, family)).matches(), true);
+                expect(status + " of " + family + " has advice", CMNStatus.advise(status, family).isBlank(), false);
+            }
+        }
+    }
+
     private static void listenersAreCountedAndMadeWhereTheExecutorHasMore() {
         CMNServer added = new CMNServer();
         CMNListener listener = new CMNListener(0x0A000001, 8080);
@@ -203,6 +223,7 @@ final class ModuleTest {
     public static void main(String[] arguments)
             throws IOException, ReflectiveOperationException, InterruptedException {
         statusesHaveMeanings();
+        statusesHaveNamesAndAdvice();
         listenersAreCountedAndMadeWhereTheExecutorHasMore();
         serversAndListenersTakeWhatTheStatusBrings();
         weightsHaveRoomForEachServer();

@@ -110,6 +110,9 @@ public final class CMNStatus {
             new Row(-35, null, "HEARTBEAT_REFUSED",
                     "the executor refused the heartbeat",
                     "look into the executor's log for why"),
+            new Row(-36, Family.REASON, "BAD_WEIGHT",
+                    "the weight is negative, or above the weight bound of the port",
+                    "give a smaller weight, or raise the weight bound of the port"),
             new Row(-36, null, "TAKEOVER_REFUSED", "the executor refused to take over", "define the partner first"),
             new Row(-38, null, "UNKNOWN_METHOD",
                     "the forwarding method is unknown",
@@ -208,6 +211,7 @@ public final class CMNStatus {
             new Row(-99, null, "REFUSED",
                     "the executor refused the command",
                     "look whether the values are ones that the executor knows; its log tells why it refused"),
+            new Row(-100, Family.REASON, "NOT_STARTED", "the executor does not run", "start the executor"),
             new Row(-101, null, "TOO_MANY_AFFINITIES",
                     "there are more than 3000 affinity records",
                     "send them in several requests"),
@@ -217,12 +221,18 @@ public final class CMNStatus {
             new Row(-103, Family.REASON, "OUT_OF_RANGE",
                     "a value is out of range",
                     "give usable addresses and numbers"),
+            new Row(-104, Family.REASON, "OUT_OF_MEMORY",
+                    "out of memory in the executor",
+                    "free memory, or ask for less at once"),
             new Row(-112, Family.REASON, "CONNECTION_EXISTS",
                     "there is a connection between these ends already",
                     "remove it first"),
             new Row(-114, Family.REASON, "UNKNOWN_AFFINITY",
                     "the client has no affinity record",
-                    "bind the client first"));
+                    "bind the client first"),
+            new Row(-115, Family.REASON, "FORWARDING_REFUSED",
+                    "what forwards the packets does not do it",
+                    "look into the executor's log: it has the words of what forwards"));
 
     /** Statuses that have no row are of these, by what gave them. */
     private static final Row COMMAND_FAILED = new Row(0, Family.ALIAS, "COMMAND_FAILED", "",
