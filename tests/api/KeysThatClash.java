@@ -43,10 +43,27 @@ final class KeysThatClash {
         server.remove();
         port.server(NO_SERVER).add(ServerSettings.none());
         unknownServer("the other way round", SERVER, server::status);
+        whatHungBelowIsForgotten(cluster, port, server);
         cluster.remove();
         executor.cluster(NO_CLUSTER).add(ClusterSettings.at(ipv4("10.0.0.11")));
         unknownCluster("the other way round", CLUSTER, cluster::status);
         executor.cluster(NO_CLUSTER).remove();
+    }
+
+    /** With a port or a cluster its servers go: those that come after them may be others. */
+    private static void whatHungBelowIsForgotten(Cluster cluster, Port port, Server server) {
+        for (Runnable removal : List.<Runnable>of(port::remove, () -> {
+            cluster.remove();
+            cluster.add(ClusterSettings.at(ipv4("10.0.0.10")));
+        })) {
+            removal.run();
+            port.add(PortSettings.none());
+            server.add(ServerSettings.none());
+            removal.run();
+            port.add(PortSettings.none());
+            port.server(NO_SERVER).add(ServerSettings.none());
+            unknownServer("of before", SERVER, server::down);
+        }
     }
 
     private static void ofClusters(Cluster clash) {

@@ -97,6 +97,8 @@ final class OneExecutor {
         try (Executor executor = Executor.openUserSpace()) {
             AtomicInteger right = new AtomicInteger();
             List<Thread> threads = new ArrayList<>();
+            Port shared = executor.cluster("shared").add(ClusterSettings.at(ipv4("10.0.0.100"))).port(80)
+                    .add(PortSettings.none());
             for (int i = 0; i < THREADS; i++) {
                 Port port = executor.cluster("cluster" + (char) ('a' + i))
                         .add(ClusterSettings.at(ipv4("10.0.0." + (1 + i))).maxPorts(100 + i)).port(80)
@@ -104,7 +106,7 @@ final class OneExecutor {
                 int own = i;
                 threads.add(new Thread(() -> {
                     for (int round = 0; round < ROUNDS; round++) {
-                        if (isOwn(port, own, round)) {
+                        if (isOwn(port, own, round) && isAmongOthers(shared.server("own" + own))) {
                             right.incrementAndGet();
                         }
                     }
@@ -115,7 +117,7 @@ final class OneExecutor {
                 thread.join();
             }
             Check.expect("right answers", right.get(), THREADS * ROUNDS);
-            Check.expect("clusters", executor.clusters().size(), THREADS);
+            Check.expect("clusters", executor.clusters().size(), THREADS + 1);
         }
     }
 
@@ -127,6 +129,15 @@ final class OneExecutor {
         boolean right = port.cluster().status().maxPorts() == 100 + own && port.servers().equals(List.of(server))
                 && port.weights().get(0).weight() == round % 20 && isUnknown(port.server("none"), -19)
                 && isUnknown(port.cluster().port(9).server("none"), -12);
+        server.remove();
+        return right;
+    }
+
+    /** Lists are as long as their arrays, although other threads add to the port and remove from it. */
+    private static boolean isAmongOthers(Server server) {
+        server.add(ServerSettings.at(ipv4("10.1.0.1")));
+        boolean right = server.port().servers().contains(server)
+                && server.port().weights().stream().anyMatch(row -> row.server().equals(server.name()));
         server.remove();
         return right;
     }

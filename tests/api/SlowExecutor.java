@@ -15,7 +15,8 @@ import java.util.concurrent.atomic.AtomicBoolean;
 
 /**
  * On an executor that takes its time and writes down who comes in, into the file that RK_WATCH names: a call that may
- * wait is seen by other threads while it is under way, and whatever threads do, commands come one at a time.
+ * wait is seen by other threads while it is under way; and whatever threads do, commands come one at a time, and those of
+ * one call together.
  */
 final class SlowExecutor {
     private static final int THREADS = 4;
@@ -61,7 +62,15 @@ final class SlowExecutor {
         Files.delete(watch);
         Check.expect("commands beside others", entered.stream().filter(line -> line.contains("beside")).toList(),
                 List.of());
+        Check.expect("commands between those of another call", interrupted(entered), List.of());
         Check.expect("threads", entered.stream().map(line -> line.split(" ")[0]).distinct().count() >= THREADS, true);
-        Check.exit(5);
+        Check.exit(6);
+    }
+
+    /** Those of the threads that list servers whose commands do not follow one another: each makes one call. */
+    private static List<String> interrupted(List<String> entered) {
+        List<String> threads = entered.stream().map(line -> line.split(" ")[0]).toList();
+        return threads.stream().distinct().skip(2).filter(thread -> threads.stream().filter(thread::equals).count()
+                != threads.lastIndexOf(thread) - threads.indexOf(thread) + 1).toList();
     }
 }
