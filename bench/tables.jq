@@ -28,6 +28,16 @@ else empty end),
             (.value.garbage_bytes | tostring)]]
     | table(["method", "by", "time, µs", "of the library's", "garbage, bytes"])), ""
 else empty end),
+(if has("api") then
+    "## The Java API beside direct calls", "",
+    "What a program calls of `com.qel.internet.rk.executor`, by the native methods that it calls itself; on the reference"
+    + " executor in user space, JDK \(.api.java), with new objects for each call.", "",
+    ([.api.comparisons[] | .alternatives as $by
+        | [.method, ($by["direct call"].ns.median | micro), ($by["Java API"].ns.median | micro),
+            ($by["Java API"].ratio | quartiles(fixed(3))), ($by["direct call"].garbage_bytes | tostring),
+            ($by["Java API"].garbage_bytes | tostring)]]
+    | table(["method", "direct, µs", "API, µs", "API / direct", "garbage, bytes", "garbage of the API, bytes"])), ""
+else empty end),
 (if has("scale") then
     "## Growth", "",
     "Time an entry at the most entries by that at 100, and bytes of the library's heap an entry beside those of block and"

@@ -2,9 +2,7 @@ package rk.bench;
 
 import com.google.gson.GsonBuilder;
 import com.qel.internet.rk.common.CMNCluster;
-import com.sun.management.ThreadMXBean;
 import java.io.IOException;
-import java.lang.management.ManagementFactory;
 import java.lang.reflect.Field;
 import java.lang.reflect.Modifier;
 import java.nio.file.Files;
@@ -27,18 +25,12 @@ public final class Alternatives {
     private record Method(String name, ToIntBiFunction<Alternative, CMNCluster> call) {
     }
 
-    /** What is measured: one alternative's method with a cluster of its own. */
-    private record Candidate(String name, Runnable call) {
-    }
-
     /** One that sends settings and one that takes a report: what most methods do is one of the two. */
     private static final List<Method> METHODS = List.of(new Method("cluster add", Alternative::addCluster),
             new Method("cluster report", Alternative::reportCluster));
     private static final List<Field> FIELDS = Arrays.stream(CMNCluster.class.getFields())
             .filter(field -> !Modifier.isStatic(field.getModifiers())).toList();
     private static final int BLOCK_BYTES = 64016;
-    private static final long WARM_UP_NANOSECONDS = 500_000_000;
-    private static final ThreadMXBean THREAD = (ThreadMXBean) ManagementFactory.getThreadMXBean();
 
     private Alternatives() {
     }
@@ -145,81 +137,15 @@ public final class Alternatives {
 
     private static Map<String, Object> measure(Method method, List<Alternative> alternatives, int rounds,
             double batch) {
-        List<Candidate> candidates = new ArrayList<>();
+        List<Comparison.Candidate> candidates = new ArrayList<>();
         for (Alternative alternative : alternatives) {
             CMNCluster cluster = cluster();
-            candidates.add(new Candidate(alternative.name(), () -> method.call().applyAsInt(alternative, cluster)));
-        }
-        double[][] times = new double[candidates.size()][rounds];
-        int[] calls = candidates.stream().mapToInt(candidate -> callsFor(candidate.call(), batch)).toArray();
-        for (int round = 0; round < rounds; round++) {
-            for (int turn = 0; turn < calls.length; turn++) {
-                int i = (turn + round) % calls.length;
-                times[i][round] = timeOf(candidates.get(i).call(), calls[i]) / calls[i];
-            }
-        }
-        Map<String, Object> results = new LinkedHashMap<>();
-        for (int i = 0; i < calls.length; i++) {
-            double[] ratios = new double[rounds];
-            for (int round = 0; round < rounds; round++) {
-                ratios[round] = times[i][round] / times[0][round];
-            }
-            results.put(candidates.get(i).name(), Map.of("ns", quartilesOf(times[i]), "ratio", quartilesOf(ratios),
-                    "garbage_bytes", garbageOf(candidates.get(i).call(), calls[i])));
-            System.err.printf("%s, %s: %.3f%n", method.name(), candidates.get(i).name(),
-                    quartilesOf(ratios).get("median"));
+            candidates.add(new Comparison.Candidate(alternative.name(),
+                    () -> method.call().applyAsInt(alternative, cluster)));
         }
         Map<String, Object> comparison = new LinkedHashMap<>();
         comparison.put("method", method.name());
-        comparison.put("alternatives", results);
+        comparison.put("alternatives", Comparison.measure(method.name(), candidates, rounds, batch));
         return comparison;
-    }
-
-    /** Warms a call up until the VM has compiled it, and finds how many take as long as a batch should. */
-    private static int callsFor(Runnable call, double batch) {
-        int calls = 1;
-        double taken = 0;
-        for (double warm = 0; warm < WARM_UP_NANOSECONDS || taken < batch / 2; warm += taken) {
-            taken = Math.max(1, timeOf(call, calls));
-            if (taken < batch / 2) {
-                calls *= 2;
-            }
-        }
-        return Math.max(1, (int) (calls * batch / taken));
-    }
-
-    /** Nanoseconds of the thread's own processor time, so that it does not matter who else runs. */
-    private static double timeOf(Runnable call, int calls) {
-        long start = THREAD.getCurrentThreadCpuTime();
-        for (int i = 0; i < calls; i++) {
-            call.run();
-        }
-        return THREAD.getCurrentThreadCpuTime() - start;
-    }
-
-    /** Bytes that a call leaves to the garbage collector, whose time is not in the call's. */
-    private static long garbageOf(Runnable call, int calls) {
-        long start = THREAD.getCurrentThreadAllocatedBytes();
-        for (int i = 0; i < calls; i++) {
-            call.run();
-        }
-        return Math.round((double) (THREAD.getCurrentThreadAllocatedBytes() - start) / calls);
-    }
-
-    private static Map<String, Double> quartilesOf(double[] values) {
-        double[] sorted = values.clone();
-        Arrays.sort(sorted);
-        Map<String, Double> quartiles = new LinkedHashMap<>();
-        quartiles.put("q1", quantileOf(sorted, 0.25));
-        quartiles.put("median", quantileOf(sorted, 0.5));
-        quartiles.put("q3", quantileOf(sorted, 0.75));
-        return quartiles;
-    }
-
-    private static double quantileOf(double[] sorted, double place) {
-        double index = place * (sorted.length - 1);
-        int below = (int) index;
-        int above = Math.min(below + 1, sorted.length - 1);
-        return sorted[below] + (sorted[above] - sorted[below]) * (index - below);
     }
 }

@@ -49,8 +49,9 @@ public final class Affinities {
             request.aiServerAddr[i] = Values.number(servers.get(clients.get(i)), "server");
         }
         channel.together(natives -> {
+            String place = Name.placeOf(cluster, port);
             servers.values().stream().distinct().map(address -> Values.dotted(address, "server"))
-                    .forEach(name -> channel.names().requireOwnKey(Name.ofServer(channel, cluster, port, name)));
+                    .forEach(name -> channel.names().requireOwnKey(Name.ofServer(channel, cluster, port, place, name)));
             return send(request);
         });
         requireAll(request, clients);

@@ -3,33 +3,73 @@ package com.qel.internet.rk.executor;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.Objects;
 
-/**
- * The name of a cluster or of a server, which the executor knows by the name's key.
- *
- * @param text     the name as it was given
- * @param capitals the name as keys see it: a to z are A to Z, and nothing else changes
- * @param key      its key
- * @param place    names of the same place must not have the same key
- * @param cluster  the name of the server's cluster; null for that of a cluster
- * @param port     the server's port
- */
-record Name(String text, String capitals, int key, String place, Name cluster, int port) {
+/** The name of a cluster or of a server, which the executor knows by the name's key. */
+final class Name {
     static final int LONGEST = 64; // bytes
     private static final String CLUSTERS = "";
 
-    static Name ofCluster(Channel channel, String text) {
-        check(text, "cluster identifier");
-        return new Name(text, inCapitals(text), channel.key(text), CLUSTERS, null, 0);
+    private final String text;
+    private final String capitals;
+    private final int key;
+    private final String place;
+    private final Name cluster; // of a server
+    private final int port; // of a server
+
+    /** When {@link Names} knew last that the executor has it; whoever has the channel's lock may look. */
+    long lastKnown = Names.NEVER;
+
+    private Name(String text, int key, String place, Name cluster, int port) {
+        this.text = text;
+        this.capitals = inCapitals(text);
+        this.key = key;
+        this.place = place;
+        this.cluster = cluster;
+        this.port = port;
     }
 
-    static Name ofServer(Channel channel, Name cluster, int port, String text) {
+    static Name ofCluster(Channel channel, String text) {
+        check(text, "cluster identifier");
+        return new Name(text, channel.key(text), CLUSTERS, null, 0);
+    }
+
+    /** {@return the name of a server; place is {@link #placeOf} its port, which many servers share} */
+    static Name ofServer(Channel channel, Name cluster, int port, String place, String text) {
         check(text, "server identifier");
-        return new Name(text, inCapitals(text), channel.key(text), placeOf(cluster, port), cluster, port);
+        return new Name(text, channel.key(text), place, cluster, port);
     }
 
     /** {@return the place of a port's servers} */
     static String placeOf(Name cluster, int port) {
         return cluster.capitals + " " + port;
+    }
+
+    /** {@return the name as it was given} */
+    String text() {
+        return text;
+    }
+
+    /** {@return the name as keys see it: a to z are A to Z, and nothing else changes} */
+    String capitals() {
+        return capitals;
+    }
+
+    int key() {
+        return key;
+    }
+
+    /** {@return where it is: names of the same place must not have the same key} */
+    String place() {
+        return place;
+    }
+
+    /** {@return the name of a server's cluster; null for that of a cluster} */
+    Name cluster() {
+        return cluster;
+    }
+
+    /** {@return a server's port} */
+    int port() {
+        return port;
     }
 
     private static void check(String text, String what) {

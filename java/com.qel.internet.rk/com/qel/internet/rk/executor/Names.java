@@ -29,11 +29,17 @@ final class Names {
     private static final int SERVER_EXISTS = -18;
     private static final int UNKNOWN_SERVER = -19;
 
+    /** No time at which anything was known. */
+    static final long NEVER = -1;
+
     private final Channel channel;
     private final CMNExecutorInterface natives;
 
     /** Names that the executor is known to have, in capitals, by their places. */
     private final Map<String, Set<String>> known = new HashMap<>();
+
+    /** Goes on each time that a name may be known no more: names that were known before are looked up again. */
+    private long time;
 
     Names(Channel channel, CMNExecutorInterface natives) {
         this.channel = channel;
@@ -46,10 +52,14 @@ final class Names {
      * @throws ExecutorException when it would, or when the names cannot be listed
      */
     void requireOwnKey(Name name) {
+        if (name.lastKnown == time) {
+            return; // and so is a server's cluster
+        }
         if (name.isServer()) {
             requireOwnKey(name.cluster());
         }
         if (known.getOrDefault(name.place(), Set.of()).contains(name.capitals())) {
+            name.lastKnown = time;
             return;
         }
         String other = otherWithItsKey(name);
@@ -93,6 +103,7 @@ final class Names {
 
     /** Keeps that an object was removed, and what hung below it. */
     void removed(Name name) {
+        time++;
         known.getOrDefault(name.place(), new HashSet<>()).remove(name.capitals());
         if (!name.isServer()) {
             known.keySet().removeIf(place -> place.startsWith(name.capitals() + " "));
@@ -101,6 +112,7 @@ final class Names {
 
     /** Keeps that a port was removed, and its servers with it. */
     void removedPort(Name cluster, int port) {
+        time++;
         known.remove(Name.placeOf(cluster, port));
     }
 
@@ -139,6 +151,7 @@ final class Names {
     }
 
     private void keep(String place, Collection<String> names) {
+        time++;
         known.put(place, names.stream().map(Name::inCapitals).collect(Collectors.toCollection(HashSet::new)));
     }
 

@@ -4,7 +4,7 @@ import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNPort;
 import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus.Family;
-import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.Collection;
 import java.util.List;
 import java.util.function.ToIntBiFunction;
@@ -18,11 +18,13 @@ public final class Port {
     private final Channel channel;
     private final Name cluster;
     private final int number;
+    private final String place; // of its servers' names
 
     Port(Channel channel, Name cluster, int number) {
         this.channel = channel;
         this.cluster = cluster;
         this.number = number;
+        this.place = Name.placeOf(cluster, number);
     }
 
     /** {@return the port number} */
@@ -115,7 +117,7 @@ public final class Port {
      * @throws IllegalArgumentException when the name is longer
      */
     public Server server(String name) {
-        return new Server(channel, Name.ofServer(channel, cluster, number, name));
+        return new Server(channel, Name.ofServer(channel, cluster, number, place, name));
     }
 
     /**
@@ -168,7 +170,9 @@ public final class Port {
             CMNServerWeights weights = weights(channel.names().numberOfServers(cluster, number));
             int count = weights.iWeight.length;
             channel.check(this, Family.WEIGHTS, natives.getServerWeightsNative(weights, count));
-            return IntStream.range(0, count).mapToObj(i -> ServerWeight.of(weights, i)).toList();
+            ServerWeight[] rows = new ServerWeight[count];
+            Arrays.setAll(rows, i -> ServerWeight.of(weights, i));
+            return List.of(rows);
         });
     }
 
@@ -180,31 +184,32 @@ public final class Port {
      * @throws IllegalArgumentException when a server is not of this port
      */
     public void changeWeights(Collection<WeightChange> changes) {
-        CMNServerWeights weights = weights(changes.size());
-        List<Server> servers = new ArrayList<>();
-        for (WeightChange change : changes) {
-            if (!change.server().port().equals(this)) {
-                throw new IllegalArgumentException(change.server() + " is no server of " + this);
-            }
-            change.putInto(weights, servers.size());
-            servers.add(change.server());
-        }
+        WeightChange[] all = changes.toArray(WeightChange[]::new);
+        CMNServerWeights weights = weights(all.length);
         channel.together(natives -> {
-            servers.forEach(server -> channel.names().requireOwnKey(server.identity()));
-            channel.check(this, Family.WEIGHTS, natives.setServerWeightsNative(weights, servers.size()));
+            for (int i = 0; i < all.length; i++) {
+                all[i].server().requireOf(this);
+                channel.names().requireOwnKey(all[i].server().identity());
+                all[i].putInto(weights, i);
+            }
+            channel.check(this, Family.WEIGHTS, natives.setServerWeightsNative(weights, all.length));
             return null;
         });
-        List<Server> refused = IntStream.range(0, servers.size()).filter(i -> weights.iRC[i] != 0)
-                .mapToObj(servers::get).toList();
-        if (!refused.isEmpty()) {
-            throw new ExecutorException("weights of " + refused, Family.REASON,
-                    weights.iRC[servers.indexOf(refused.get(0))]);
+        int[] refused = IntStream.range(0, all.length).filter(i -> weights.iRC[i] != 0).toArray();
+        if (refused.length > 0) {
+            List<Server> servers = Arrays.stream(refused).mapToObj(i -> all[i].server()).toList();
+            throw new ExecutorException("weights of " + servers, Family.REASON, weights.iRC[refused[0]]);
         }
     }
 
     /** {@return the clients that stay with servers of this port} */
     public Affinities affinities() {
         return new Affinities(channel, cluster, number);
+    }
+
+    /** {@return whether a server is one of this port's} */
+    boolean has(Channel its, Name server) {
+        return its == channel && server.place().equals(place);
     }
 
     private CMNPort perform(CMNPort port, ToIntBiFunction<CMNExecutorInterface, Object> method) {
@@ -229,8 +234,7 @@ public final class Port {
     /** {@return whether the other is the port of the same number, of the same cluster} */
     @Override
     public boolean equals(Object other) {
-        return other instanceof Port port && port.channel == channel && port.number == number
-                && port.cluster.isSameAs(cluster);
+        return other instanceof Port port && port.channel == channel && port.place.equals(place);
     }
 
     /** {@return a number that is the same for equal ports} */

@@ -173,9 +173,7 @@ public final class Rule {
     }
 
     private CMNServer member(Server server) {
-        if (!server.port().equals(port())) {
-            throw new IllegalArgumentException(server + " is no server of " + port());
-        }
+        server.requireOf(port());
         return server.identified(new CMNServer());
     }
 

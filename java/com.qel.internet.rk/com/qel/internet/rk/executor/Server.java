@@ -131,6 +131,17 @@ public final class Server {
         perform(server, CMNExecutorInterface::setServerCPSNative);
     }
 
+    /**
+     * Goes on only when this is a server of a port.
+     *
+     * @throws IllegalArgumentException when it is none
+     */
+    void requireOf(Port port) {
+        if (!port.has(channel, name)) {
+            throw new IllegalArgumentException(this + " is no server of " + port);
+        }
+    }
+
     Name identity() {
         return name;
     }

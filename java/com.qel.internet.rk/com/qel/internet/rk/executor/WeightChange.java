@@ -38,7 +38,6 @@ public record WeightChange(Server server, int weight, boolean fixed, boolean dow
     }
 
     void putInto(CMNServerWeights weights, int index) {
-        weights.setServerId(server.name(), index);
         weights.iServerIdKey[index] = server.key();
         weights.iWeight[index] = weight;
         weights.bFixedWeight[index] = (byte) (fixed ? 1 : 0);
