@@ -41,7 +41,11 @@ final class KeysThatClash {
         Check.expect("case does not count", executor.cluster("SRV105").status().ports(), 1);
         Check.expect("equal", executor.cluster("SRV105"), cluster);
         server.remove();
+        Check.expectRefusal("a weight of none", -11, "UNKNOWN_SERVER",
+                () -> port.changeWeights(List.of(new WeightChange(server, 5))));
         port.server(NO_SERVER).add(ServerSettings.none());
+        unknownServer("a weight of what was none before", SERVER,
+                () -> port.changeWeights(List.of(new WeightChange(server, 5))));
         unknownServer("the other way round", SERVER, server::status);
         whatHungBelowIsForgotten(cluster, port, server);
         cluster.remove();

@@ -140,6 +140,9 @@ public final class JavaApi {
                 weights.iWeight[i] = own.get(i).weight();
             }
             succeed(NATIVES.setServerWeightsNative(weights, SERVERS));
+            for (int result : weights.iRC) {
+                succeed(result);
+            }
         }, () -> port.changeWeights(changes));
     }
 

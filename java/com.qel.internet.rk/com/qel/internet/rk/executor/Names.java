@@ -84,6 +84,11 @@ final class Names {
         }
     }
 
+    /** {@return the time: what was known at it is known as long as it stays} */
+    long time() {
+        return time;
+    }
+
     /** Lists the names of a name's place. {@return another one with the same key; null when there is none} */
     private String otherWithItsKey(Name name) {
         List<String> names = name.isServer() ? servers(name.cluster(), name.port()) : clusters();

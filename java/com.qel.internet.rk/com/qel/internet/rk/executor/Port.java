@@ -4,11 +4,11 @@ import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNPort;
 import com.qel.internet.rk.common.CMNServerWeights;
 import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collection;
 import java.util.List;
 import java.util.function.ToIntBiFunction;
-import java.util.stream.IntStream;
 
 /**
  * A port of a cluster. This names it, and holds nothing of it: each method asks or changes the executor.
@@ -189,16 +189,22 @@ public final class Port {
         channel.together(natives -> {
             for (int i = 0; i < all.length; i++) {
                 all[i].server().requireOf(this);
-                channel.names().requireOwnKey(all[i].server().identity());
+                all[i].server().requireOwnKey(channel.names());
                 all[i].putInto(weights, i);
             }
             channel.check(this, Family.WEIGHTS, natives.setServerWeightsNative(weights, all.length));
             return null;
         });
-        int[] refused = IntStream.range(0, all.length).filter(i -> weights.iRC[i] != 0).toArray();
-        if (refused.length > 0) {
-            List<Server> servers = Arrays.stream(refused).mapToObj(i -> all[i].server()).toList();
-            throw new ExecutorException("weights of " + servers, Family.REASON, weights.iRC[refused[0]]);
+        List<Server> refused = new ArrayList<>();
+        int reason = 0; // of the first
+        for (int i = 0; i < all.length; i++) {
+            if (weights.iRC[i] != 0) {
+                reason = refused.isEmpty() ? weights.iRC[i] : reason;
+                refused.add(all[i].server());
+            }
+        }
+        if (reason != 0) {
+            throw new ExecutorException("weights of " + refused, Family.REASON, reason);
         }
     }
 
@@ -208,8 +214,8 @@ public final class Port {
     }
 
     /** {@return whether a server is one of this port's} */
-    boolean has(Channel its, Name server) {
-        return its == channel && server.place().equals(place);
+    boolean has(Channel its, String serversPlace) {
+        return its == channel && serversPlace.equals(place);
     }
 
     private CMNPort perform(CMNPort port, ToIntBiFunction<CMNExecutorInterface, Object> method) {

@@ -14,9 +14,16 @@ public final class Server {
     private final Channel channel;
     private final Name name;
 
+    // What a change of a thousand weights looks at, without going on to each name.
+    private final int key;
+    private final String place;
+    private long lastKnown = Names.NEVER;
+
     Server(Channel channel, Name name) {
         this.channel = channel;
         this.name = name;
+        this.key = name.key();
+        this.place = name.place();
     }
 
     /** {@return the identifier} */
@@ -26,7 +33,7 @@ public final class Server {
 
     /** {@return the key by which the executor knows the identifier} */
     public int key() {
-        return name.key();
+        return key;
     }
 
     /** {@return the port} */
@@ -137,8 +144,16 @@ public final class Server {
      * @throws IllegalArgumentException when it is none
      */
     void requireOf(Port port) {
-        if (!port.has(channel, name)) {
+        if (!port.has(channel, place)) {
             throw new IllegalArgumentException(this + " is no server of " + port);
+        }
+    }
+
+    /** Goes on only when the executor would not take another server for this one; for who has the lock. */
+    void requireOwnKey(Names names) {
+        if (lastKnown != names.time()) {
+            names.requireOwnKey(name);
+            lastKnown = name.lastKnown; // one that is not there may have another's key as soon as that is added
         }
     }
 
