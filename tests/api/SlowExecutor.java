@@ -15,8 +15,8 @@ import java.util.concurrent.atomic.AtomicBoolean;
 
 /**
  * On an executor that takes its time and writes down who comes in, into the file that RK_WATCH names: a call that may
- * wait is seen by other threads while it is under way; and whatever threads do, commands come one at a time, and those of
- * one call together.
+ * wait is seen by other threads while it is under way; and whatever threads do, commands come one at a time, and those
+ * of one call together.
  */
 final class SlowExecutor {
     private static final int THREADS = 4;
