@@ -984,8 +984,10 @@ TEST_F(KernelEngineTest, forwardingOutlivesAnEndAtAnyStep) {
         const std::string filter = packetFilter();
         isOver = true;
         clients.join();
-        for (const char *mishap : {"lost", "refused", "reset", "closed"})
+        for (const char *mishap : {"lost", "refused", "closed"})
             EXPECT_FALSE(answers.contains(mishap)) << "step " << step << ": " << traffic::textOf(answers);
+        // The one connection that was open, when it was to the server that is removed.
+        EXPECT_LE(answers["reset"], 1) << "step " << step << ": " << traffic::textOf(answers);
         closeEngine();
         EXPECT_TRUE(kernelTable().empty());
 
