@@ -1,5 +1,6 @@
 // The kernel engine's texts, without a kernel: what /proc shows, the journal, settings, and the packet filter's table.
 #include "executor/forwarding/kernel/connection_table.h"
+#include "executor/forwarding/kernel/half_open_rules.h"
 #include "executor/forwarding/kernel/journal.h"
 #include "executor/forwarding/kernel/kernel_settings.h"
 #include "executor/forwarding/kernel/mark_rules.h"
@@ -263,6 +264,37 @@ TEST_F(MarkRules, nothingToMarkIsNoTable) {
     Plan plan;
     plans::server(plans::pool(plan, "10.9.0.1", 80), "10.2.0.11", 80, 1);
     EXPECT_EQ(markRules(plan, MarkNumbers{}), removeMarkRules());
+}
+
+// --- Half-open connections -------------------------------------------------------------------------------------------
+
+TEST(HalfOpenRules, aTableHasThemWhenSomethingIsLimited) {
+    Plan plan;
+    Pool &pool = plans::pool(plan, "10.9.0.1", 80);
+    EXPECT_FALSE(limitsHalfOpen(plan));
+    EXPECT_EQ(halfOpenRules(plan), "");
+    pool.settings.maxHalfOpen = 5;
+    EXPECT_TRUE(limitsHalfOpen(plan));
+    EXPECT_NE(markRules(plan, MarkNumbers{}).find("tcp flags & (fin | syn | rst | ack) == syn jump first_packets"),
+              std::string::npos);
+    pool.settings.maxHalfOpen = 0;
+    plan.settings.attackParameters[0] = 1;
+    EXPECT_TRUE(limitsHalfOpen(plan));
+    plan.pools.clear();
+    EXPECT_FALSE(limitsHalfOpen(plan));
+}
+
+TEST(HalfOpenRules, elementsComeAnewAndGo) {
+    const PortId port = plans::endpoint("10.9.0.1", 80);
+    EXPECT_EQ(shutPorts({}) + openPorts({}) + shutClientsOut({}), "");
+    EXPECT_EQ(openPorts({port}), "add element ip qelxw full_ports { 10.9.0.1 . 80 }\n"
+                                 "delete element ip qelxw full_ports { 10.9.0.1 . 80 }\n");
+    EXPECT_EQ(shutPorts({port}), openPorts({port}) + "add element ip qelxw full_ports { 10.9.0.1 . 80 }\n");
+    const std::string clients =
+        shutClientsOut({{plans::address("10.1.0.2"), port}, {plans::address("10.1.0.3"), port}});
+    EXPECT_TRUE(clients.ends_with("\nadd element ip qelxw attackers { 10.1.0.2 . 10.9.0.1 . 80, "
+                                  "10.1.0.3 . 10.9.0.1 . 80 }\n"))
+        << clients;
 }
 
 // --- Pools as services

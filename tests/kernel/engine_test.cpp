@@ -276,7 +276,7 @@ TEST_F(KernelEngineTest, returnAddressesBringAnswersBackThroughTheDirector) {
     mustApply();
     EXPECT_EQ(settingNow("net/ipv4/vs/conntrack"), "1");
     EXPECT_EQ(said, "net/ipv4/vs/conntrack is 1 now, it was 0");
-    near.milliseconds = 1000;
+    near.milliseconds = Request{}.milliseconds;
     expectShares(traffic::ask(near, 30), {{"s1", 10}, {"s2", 10}, {"s3", 10}}, 1);
     EXPECT_NE(traffic::answerTo(near).find(" 10.2.0.1:"), std::string::npos);
 
@@ -628,6 +628,163 @@ TEST_F(KernelEngineTest, connectionsAreListed) {
     ASSERT_TRUE(engine.listConnections(engine.own, applied, &other, connections));
     EXPECT_TRUE(connections.empty());
     traffic::letGo(held);
+}
+
+// --- Time-outs and half-open connections -----------------------------------------------------------------------------
+
+class KernelLimitsTest : public KernelEngineTest {
+protected:
+    // Connections to the cluster of these tests from one client, in a state or in any.
+    long connectionsOf(const std::string &client, std::optional<uint8_t> tcpState = std::nullopt) {
+        std::vector<LiveConnection> connections;
+        EXPECT_TRUE(engine.listConnections(engine.own, applied, nullptr, connections));
+        return std::ranges::count_if(connections, [&](const LiveConnection &connection) {
+            return connection.client.address == plans::address(client) &&
+                   (!tcpState || connection.tcpState == *tcpState);
+        });
+    }
+
+    bool isForgotten(const std::string &client) {
+        for (int tries = 0; tries < 100 && connectionsOf(client) > 0; ++tries)
+            usleep(200'000);
+        return connectionsOf(client) == 0;
+    }
+
+    // Nobody has the address: whoever connects stays half-open.
+    void sendIntoTheVoid(const std::string &cluster) {
+        plans::server(plans::pool(next, cluster, 80), "10.2.0.99", 80, 1);
+    }
+
+    // Those that are half-open stay so: a server that is removed would have them go to another one.
+    void sendToServers(const std::string &cluster) {
+        plans::pool(next, cluster, 80).servers.at(99).weight = 0;
+        plans::threeServers(plans::pool(next, cluster, 80), 80, 1, 1, 1);
+    }
+
+    // A tick that counts half-open connections, and looks at the kernel.
+    void lookNow() {
+        own().countHalfOpenAt = 0;
+        letTimePass();
+        tick();
+    }
+
+    Request impatient(const std::string &client) {
+        Request request = to("10.9.0.7", 80, {client});
+        request.milliseconds = 300;
+        return request;
+    }
+};
+
+TEST_F(KernelLimitsTest, connectionsWithoutTrafficAreForgotten) {
+    plans::threeServers(plans::pool(next, "10.9.0.7", 80), 80, 1, 1, 1);
+    plans::threeServers(plans::pool(next, "10.9.0.7", 80, std::nullopt, Transport::udp), 80, 1, 1, 1);
+    mustApply();
+    traffic::Held kept = traffic::hold(to("10.9.0.7", 80, {"10.1.0.8"}), 1);
+    for (auto &[id, pool] : next.pools)
+        pool.settings.staleTimeout = 1;
+    mustApply();
+    traffic::Held held = traffic::hold(to("10.9.0.7", 80, {"10.1.0.9"}), 1);
+    EXPECT_EQ(traffic::askByDatagram(to("10.9.0.7", 80, {"10.1.0.10"}), 1).size(), 1U);
+    EXPECT_TRUE(isForgotten("10.1.0.9"));
+    EXPECT_TRUE(isForgotten("10.1.0.10"));
+    EXPECT_EQ(traffic::textOf(traffic::askHeld(held)), "reset=1");
+    EXPECT_EQ(connectionsOf("10.1.0.8"), 1); // as long as it began
+    traffic::letGo(held);
+    traffic::letGo(kept);
+}
+
+TEST_F(KernelLimitsTest, connectionsThatCloseAreForgotten) {
+    Pool &pool = plans::pool(next, "10.9.0.2", 80); // link level: the servers' own FIN is not seen
+    pool.settings.method = Method::linkLevel;
+    plans::threeServers(pool, 80, 1, 1, 1);
+    mustApply();
+    EXPECT_EQ(traffic::ask(to("10.9.0.2", 80, {"10.1.0.131"}), 3).size(), 3U);
+    next.settings.finTimeout = 1;
+    mustApply();
+    EXPECT_EQ(traffic::ask(to("10.9.0.2", 80, {"10.1.0.132"}), 3).size(), 3U);
+    EXPECT_TRUE(isForgotten("10.1.0.132"));
+    EXPECT_EQ(connectionsOf("10.1.0.131", kTcpFinWait), 3); // as long as they began
+}
+
+TEST_F(KernelLimitsTest, aPortTakesSoManyHalfOpenConnections) {
+    sendIntoTheVoid("10.9.0.7");
+    plans::pool(next, "10.9.0.7", 80).settings.maxHalfOpen = 3;
+    plans::threeServers(plans::pool(next, "10.9.0.7", 0), 0, 1, 1, 1);
+    mustApply();
+    lookNow();
+    EXPECT_EQ(said, "");
+    traffic::Held begun = traffic::begin(to("10.9.0.7", 80, {"10.1.0.11", "10.1.0.12"}), 2);
+    lookNow();
+    EXPECT_EQ(said, ""); // fewer than the limit
+    traffic::Held third = traffic::begin(to("10.9.0.7", 80, {"10.1.0.11"}), 1);
+    lookNow();
+    EXPECT_EQ(said, "ports that take no new connections while they have too many half-open ones: 1 more");
+    traffic::Held beyond = traffic::begin(to("10.9.0.7", 80, {"10.1.0.14"}), 3);
+    EXPECT_EQ(connectionsOf("10.1.0.14"), 0);
+    lookNow();
+    EXPECT_EQ(said, ""); // no mischief of others, and known already
+
+    // Servers do not make them fewer. Another port of the cluster is not concerned.
+    sendToServers("10.9.0.7");
+    mustApply();
+    lookNow();
+    EXPECT_EQ(traffic::textOf(traffic::ask(impatient("10.1.0.13"), 1)), "lost=1");
+    EXPECT_EQ(traffic::ask(to("10.9.0.7", 443), 3).size(), 3U);
+
+    // A limit that is not reached opens the port again, without the table being made anew.
+    const PortId shut = plans::endpoint("10.9.0.7", 80);
+    own().shutPorts[shut] -= kShutSeconds / 2; // to be prolonged
+    lookNow();
+    ASSERT_TRUE(own().shutPorts.contains(shut));
+    EXPECT_LT(steadySeconds() - own().shutPorts.at(shut), kShutSeconds / 2);
+    applied.pools.at({plans::endpoint("10.9.0.7", 80), Transport::tcp, std::nullopt}).settings.maxHalfOpen = 4;
+    lookNow();
+    EXPECT_EQ(said, "");
+    EXPECT_EQ(traffic::ask(to("10.9.0.7", 80, {"10.1.0.13"}), 6).size(), 3U);
+    for (traffic::Held *held : {&begun, &third, &beyond})
+        traffic::letGo(*held);
+}
+
+TEST_F(KernelLimitsTest, connectionsThatWereOpenedAreNotHalfOpen) {
+    plans::threeServers(plans::pool(next, "10.9.0.7", 80), 80, 1, 1, 1);
+    plans::pool(next, "10.9.0.7", 80).settings.maxHalfOpen = 1;
+    next.settings.attackParameters[0] = 1;
+    mustApply();
+    traffic::Held held = traffic::hold(to("10.9.0.7", 80, {"10.1.0.20"}), 6);
+    EXPECT_EQ(traffic::ask(to("10.9.0.7", 80, {"10.1.0.20"}), 6).size(), 3U);
+    EXPECT_EQ(connectionsOf("10.1.0.20"), 12);
+    lookNow();
+    EXPECT_EQ(traffic::askHeld(held), (Answers{{"s1", 2}, {"s2", 2}, {"s3", 2}}));
+    EXPECT_EQ(traffic::ask(to("10.9.0.7", 80, {"10.1.0.20"}), 6).size(), 3U);
+    EXPECT_FALSE(own().shutClients.contains({plans::address("10.1.0.20"), plans::endpoint("10.9.0.7", 80)}));
+    traffic::letGo(held);
+}
+
+TEST_F(KernelLimitsTest, attackersAreShutOut) {
+    sendIntoTheVoid("10.9.0.8");
+    next.settings.attackParameters[0] = 3;
+    mustApply();
+    lookNow();
+    EXPECT_EQ(said, "");
+    traffic::Held begun = traffic::begin(to("10.9.0.8", 80, {"10.1.0.15"}), 3);
+    traffic::Held fewer = traffic::begin(to("10.9.0.8", 80, {"10.1.0.17"}), 2);
+    sendToServers("10.9.0.8");
+    mustApply();
+    lookNow();
+    EXPECT_EQ(said, "attacking clients that get no new connections for 60 seconds: 1");
+    traffic::letGo(begun);
+    traffic::letGo(fewer);
+    Request request = impatient("10.1.0.15");
+    request.address = "10.9.0.8";
+    EXPECT_EQ(traffic::textOf(traffic::ask(request, 1)), "lost=1");
+    EXPECT_EQ(traffic::ask(to("10.9.0.8", 80, {"10.1.0.17"}), 3).size(), 3U);
+    lookNow();
+    EXPECT_EQ(said, ""); // known already, and no mischief of others
+    next.settings.attackParameters[0] = 0;
+    mustApply();
+    EXPECT_EQ(traffic::ask(request, 3).size(), 3U);
+    lookNow();
+    EXPECT_EQ(said, "");
 }
 
 // --- The machine

@@ -291,6 +291,19 @@ Held hold(const Request &request, int count) {
     });
 }
 
+Held begin(const Request &request, int count) {
+    return within(request, [&] {
+        Held held;
+        const sockaddr_in cluster = endpoint(request.address, request.port);
+        for (int index = 0; index < count; ++index) {
+            held.sockets.push_back(bound(SOCK_STREAM, clientOf(request, index), clientPortOf(request, index)));
+            neverWait(held.sockets.back());
+            connect(held.sockets.back(), reinterpret_cast<const sockaddr *>(&cluster), sizeof cluster);
+        }
+        return held;
+    });
+}
+
 Answers askHeld(const Held &held) {
     Answers answers;
     for (const int handle : held.sockets)

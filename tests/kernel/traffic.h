@@ -26,7 +26,7 @@ struct Request {
     uint16_t firstClientPort = 0;     // ports that are asked from in turn; 0: any
     uint16_t lastClientPort = 0;
     int typeOfService = 0;
-    int milliseconds = 1000; // to wait for an answer
+    int milliseconds = 5000; // to wait for an answer: an emulated machine may stand still for a while
     std::string from = "c";  // the namespace; empty: the director
 };
 
@@ -47,6 +47,9 @@ struct Held {
     std::vector<int> sockets;
 };
 Held hold(const Request &request, int count);
+
+// Begins to connect, and waits for nothing.
+Held begin(const Request &request, int count);
 
 // Asks once over each connection.
 Answers askHeld(const Held &held);

@@ -192,6 +192,9 @@ bool setMarks(KernelEngine &engine, const std::string &marks, std::string &mista
     }
     engine.marks = marks;
     engine.marksListed.reset();
+    engine.shutPorts.clear(); // the sets of the new table are empty
+    engine.shutClients.clear();
+    engine.countHalfOpenAt = 0;
     return true;
 }
 

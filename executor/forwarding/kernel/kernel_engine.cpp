@@ -20,7 +20,8 @@ constexpr char kName[] = "kernel";
 constexpr char kMark = 'K';
 constexpr Features kDone = bitOf(Feature::udp) | bitOf(Feature::linkLevel) | bitOf(Feature::tunnel) |
                            bitOf(Feature::crossPort) | bitOf(Feature::reset) | bitOf(Feature::sourceAddress) |
-                           bitOf(Feature::rulesByTime) | bitOf(Feature::rulesByService) | bitOf(Feature::everyPort);
+                           bitOf(Feature::rulesByTime) | bitOf(Feature::rulesByService) | bitOf(Feature::everyPort) |
+                           bitOf(Feature::halfOpenLimit) | bitOf(Feature::attackLimit);
 
 // What the kernel is set to while it forwards. Without the first two, packets of servers that are gone, and of clients
 // that stick to one that takes nothing, vanish without a word.
@@ -221,6 +222,9 @@ void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText 
         engine.relistAt = steadySeconds() + kRelistSeconds;
         relist(engine, plan, ended, said);
     }
+    std::string more;
+    limitHalfOpen(engine, plan, more);
+    appendWords(said, more);
     tell(words, said);
 }
 

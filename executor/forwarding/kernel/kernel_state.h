@@ -1,6 +1,7 @@
 // What the kernel engine knows, and its parts.
 #pragma once
 
+#include "executor/forwarding/kernel/half_open_rules.h"
 #include "executor/forwarding/kernel/ipvs_change.h"
 #include "executor/forwarding/kernel/journal.h"
 #include "executor/forwarding/kernel/kernel_engine.h"
@@ -51,6 +52,11 @@ struct KernelEngine {
     bool isSourceTranslated = false;
     IpvsTimeouts timeoutsBefore; // as they were at the start
     IpvsTimeouts timeouts;
+
+    // Who takes or gets no new connections, and since when, in seconds of the steady clock.
+    std::map<PortId, int64_t> shutPorts;
+    std::map<ClientAtPort, int64_t> shutClients;
+    int64_t countHalfOpenAt = 0; // in milliseconds of it
 
     std::string notes;       // for the log: which settings of the kernel a change took
     bool isInLine = true;    // false: the kernel refused to become as the plan has it
@@ -104,5 +110,11 @@ bool listKernelConnections(const KernelEngine &engine, const Plan &plan, const P
                            std::vector<LiveConnection> &connections);
 bool listKernelClients(const KernelEngine &engine, const Plan &plan, const PortId *port,
                        std::vector<StickyClient> &clients);
+
+// --- half_open_limits.cpp --------------------------------------------------------------------------------------------
+
+// Shuts ports and clients that have too many half-open connections, and opens ports that have fewer again. `words` tell
+// of those that are new.
+void limitHalfOpen(KernelEngine &engine, const Plan &plan, std::string &words);
 
 } // namespace rk

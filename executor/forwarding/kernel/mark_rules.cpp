@@ -1,5 +1,6 @@
 #include "executor/forwarding/kernel/mark_rules.h"
 
+#include "executor/forwarding/kernel/half_open_rules.h"
 #include "executor/forwarding/kernel/pool_services.h"
 
 #include <arpa/inet.h>
@@ -13,13 +14,6 @@ constexpr int kHourSeconds = 3600;
 constexpr int kWeekDays = 7;
 constexpr const char *kDayNames[kWeekDays] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                               "Thursday", "Friday", "Saturday"};
-
-std::string addressText(const Address &address) {
-    const uint32_t word = wordOf(address);
-    char text[INET_ADDRSTRLEN] = "";
-    inet_ntop(AF_INET, &word, text, sizeof text);
-    return text;
-}
 
 const char *transportText(Transport transport) {
     return transport == Transport::tcp ? "tcp" : "udp";
@@ -106,7 +100,7 @@ std::vector<std::string> matchesOf(const Selector &selector, int32_t secondsWest
     case Match::always:
         return {""};
     case Match::clientAddress:
-        return {"ip saddr " + rangeText(addressText(selector.firstAddress), addressText(selector.lastAddress))};
+        return {"ip saddr " + rangeText(dottedText(selector.firstAddress), dottedText(selector.lastAddress))};
     case Match::clientPort:
         return {"th sport " + rangeText(std::to_string(selector.first), std::to_string(selector.last))};
     case Match::hours:
@@ -130,8 +124,8 @@ std::string boundLine(const Plan &plan, const PortPlan &port, const Pool &pool, 
     std::string clients;
     for (const auto &[address, client] : port.clients)
         if (servers.contains(client.serverKey))
-            appendItem(clients, addressText(address) + " : " +
-                                    markText(findMark(marks, boundNameOf(pool.id, client.serverKey))));
+            appendItem(clients,
+                       dottedText(address) + " : " + markText(findMark(marks, boundNameOf(pool.id, client.serverKey))));
     return clients.empty() ? "" : "  meta mark set ip saddr map { " + clients + " } accept\n";
 }
 
@@ -179,7 +173,7 @@ void addPort(MarkParts &parts, const Plan &plan, const PortPlan &port, const Poo
         return;
     const std::string name = chainName(pool.id);
     parts.chains += " chain " + name + " {\n" + lines + "  accept\n }\n";
-    const std::string key = addressText(pool.id.port.address) + " . " + transportText(pool.id.transport);
+    const std::string key = dottedText(pool.id.port.address) + " . " + transportText(pool.id.transport);
     if (isEveryPort)
         appendItem(parts.addresses, key + " : jump " + name);
     else
@@ -211,9 +205,9 @@ std::string sourceLines(const Pool &pool) {
     std::map<std::string, std::string> servers; // by the source
     for (const auto &[key, server] : pool.servers)
         if (server.source.family != AddressFamily::none)
-            appendItem(servers[addressText(server.source)], addressText(server.endpoint.address));
+            appendItem(servers[dottedText(server.source)], dottedText(server.endpoint.address));
     std::string asked = std::string("  meta l4proto ") + transportText(pool.id.transport) + " ct original ip daddr " +
-                        addressText(pool.id.port.address);
+                        dottedText(pool.id.port.address);
     if (pool.id.port.port != 0)
         asked += " ct original proto-dst " + std::to_string(pool.id.port.port);
     std::string lines;
@@ -236,7 +230,7 @@ std::string sourceChain(const Plan &plan) {
 } // namespace
 
 std::string markRules(const Plan &plan, const MarkNumbers &marks) {
-    const std::string chains = markChains(plan, marks) + sourceChain(plan);
+    const std::string chains = halfOpenRules(plan) + markChains(plan, marks) + sourceChain(plan);
     if (chains.empty())
         return removeMarkRules();
     return removeMarkRules() + "table ip " + kTableName + " {\n" + chains + "}\n";

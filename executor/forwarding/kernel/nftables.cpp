@@ -8,6 +8,7 @@ bool openNftables(Nftables &nftables) {
     nftables.context = nft_ctx_new(NFT_CTX_DEFAULT);
     if (nftables.context == nullptr)
         return false;
+    nft_ctx_output_set_flags(nftables.context, NFT_CTX_OUTPUT_TERSE); // sets fill and empty by themselves
     if (nft_ctx_buffer_error(nftables.context) == 0 && nft_ctx_buffer_output(nftables.context) == 0)
         return true;
     closeNftables(nftables);

@@ -19,7 +19,7 @@ void closeNftables(Nftables &nftables);
 // `mistake` has the first line of what was said then. Hours of the day in it are those of the time zone in TZ.
 bool runTransaction(const Nftables &nftables, const std::string &commands, std::string &mistake);
 
-// What is in a table of the family ip. False when there is no such table.
+// What is in a table of the family ip, but for the elements of its sets with names. False when there is no such table.
 bool listTable(const Nftables &nftables, const char *table, std::string &text);
 
 } // namespace rk

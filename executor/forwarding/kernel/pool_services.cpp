@@ -11,14 +11,8 @@ namespace {
 
 constexpr int kBoundWeight = 1; // any: there is one server
 
-std::string addressText(const Address &address) {
-    char text[INET6_ADDRSTRLEN] = "";
-    inet_ntop(address.family == AddressFamily::ipv6 ? AF_INET6 : AF_INET, address.bytes.data(), text, sizeof text);
-    return text;
-}
-
 std::string portText(const PoolId &pool) {
-    return (pool.transport == Transport::tcp ? "tcp " : "udp ") + addressText(pool.port.address);
+    return (pool.transport == Transport::tcp ? "tcp " : "udp ") + dottedText(pool.port.address);
 }
 
 // Any bytes as letters and digits.
@@ -90,6 +84,13 @@ uint32_t wordOf(const Address &address) {
     if (address.family == AddressFamily::ipv4)
         std::memcpy(&word, address.bytes.data(), sizeof word);
     return word;
+}
+
+std::string dottedText(const Address &address) {
+    const uint32_t word = wordOf(address);
+    char text[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &word, text, sizeof text);
+    return text;
 }
 
 uint16_t transportNumber(Transport transport) {

@@ -16,6 +16,9 @@ inline constexpr uint32_t kLongestKernelTime =
 // An IPv4 address in network byte order, 0 for none.
 uint32_t wordOf(const Address &address);
 
+// The same in words: "10.0.0.1".
+std::string dottedText(const Address &address);
+
 uint16_t transportNumber(Transport transport);
 
 // The names that marks are given out for, the same in every run:
