@@ -137,12 +137,10 @@ bool draftMethod(PlanDraft &draft, const Cluster &cluster, const Port &port, Log
     if (pool->second.settings.method == method)
         return true;
     for (const auto &[serverKey, server] : port.servers.byKey) {
-        const std::optional<PoolServer> planned = planServer(port, server);
-        if (!planned)
-            continue;
         if (!isServerForwardable(cluster, port, server, draft.features, words))
             return false;
-        draft.used |= featuresOf(*planned, method);
+        if (const std::optional<PoolServer> planned = planServer(port, server); planned)
+            draft.used |= featuresOf(*planned, method);
     }
     return true;
 }
@@ -285,9 +283,9 @@ bool draftServers(PlanDraft &draft, const Cluster &cluster, const Port &port, co
     std::map<uint32_t, std::optional<PoolServer>> servers;
     for (const uint32_t serverKey : serverKeys) {
         const Server &server = port.servers.byKey.find(serverKey)->second;
-        std::optional<PoolServer> &planned = servers[serverKey] = planServer(port, server);
-        if (planned && !isServerForwardable(cluster, port, server, draft.features, words))
+        if (!isServerForwardable(cluster, port, server, draft.features, words))
             return false;
+        servers[serverKey] = planServer(port, server);
     }
     const PortId id = portIdOf(cluster, port);
     for (auto item = firstPool(draft, id); item != draft.plan->pools.end() && item->first.port == id; ++item) {

@@ -246,6 +246,12 @@ std::optional<PoolServer> planServer(const Port &port, const Server &server) {
 bool isServerForwardable(const Cluster &cluster, const Port &port, const Server &server, Features features,
                          LogText &words) {
     const ServerRecord &kept = server.settings;
+    if (kept.numberOfListeners > 0 && !hasUsableAddress(server)) {
+        append(words, "server ");
+        appendName(words, textIn(kept.serverId));
+        append(words, " would have an address that nothing can be sent to");
+        return false;
+    }
     if (addressOf(kept).word == cluster.settings.address.word) {
         append(words, "server ");
         appendName(words, textIn(kept.serverId));
@@ -284,9 +290,10 @@ bool planPool(const Cluster &cluster, const Port &port, const Rule *rule, Transp
     pool.id = poolIdOf(cluster, port, rule, transport);
     pool.settings = planPoolSettings(cluster, port, rule);
     const auto add = [&cluster, &port, features, &pool, &words](const Server &server) {
+        if (!isServerForwardable(cluster, port, server, features, words))
+            return false;
         std::optional<PoolServer> planned = planServer(port, server);
-        return !planned || (isServerForwardable(cluster, port, server, features, words) &&
-                            addToPool(pool, std::move(*planned), words));
+        return !planned || addToPool(pool, std::move(*planned), words);
     };
     if (rule != nullptr)
         return std::all_of(rule->members.byKey.begin(), rule->members.byKey.end(),

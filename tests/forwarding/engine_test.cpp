@@ -303,18 +303,34 @@ TEST_F(EngineTest, doesNotForwardToAServerWithoutAnAddressAndSaysSo) {
     EXPECT_EQ(lastLineOf(world.state), "forwarding: server nowhere has no usable address: nothing is forwarded to it");
     EXPECT_EQ(world.fake.changes, changes);
     ServerRecord change = changeServerRequest(80, 2);
-    setListeners(change, {{"0.0.0.0"}});
-    world.state.trace.length = 0;
-    ASSERT_EQ(send(change), 0);
-    EXPECT_EQ(lastLineOf(world.state), "forwarding: server nowhere has no usable address: nothing is forwarded to it");
     // Not again when something else of it changes.
     world.state.trace.length = 0;
     ASSERT_EQ(perform([](ExecutorState &state) { return setWeights(state, 80, {{2, 3}}); }), 0);
     EXPECT_EQ(textOf(world.state.trace), "");
-    setListeners(change = changeServerRequest(80, 2), {{"10.2.0.12"}});
+    setListeners(change, {{"10.2.0.12"}});
     ASSERT_EQ(send(change), 0);
     EXPECT_EQ(textOf(world.state.trace).find("usable"), std::string_view::npos);
     EXPECT_TRUE(world.fake.inForce.contains("pool 10.1.0.1:80 tcp server 2 nowhere 10.2.0.12:80 weight 3"));
+}
+
+TEST_F(EngineTest, refusesAListenerThatNothingCanBeSentTo) {
+    makeFarm();
+    const std::string image = imageOf(world.state.executor);
+    for (const char *nowhere : {"0.0.0.0", "255.255.255.255", "224.0.0.1"}) {
+        ServerRecord request = addServerRequest(80, 2, "nowhere");
+        setListeners(request, {{nowhere}});
+        EXPECT_EQ(send(request), kForwardingRefused);
+        EXPECT_NE(lastLineOf(world.state)
+                      .find("the forwarding engine refused: server nowhere would have an address "
+                            "that nothing can be sent to)"),
+                  std::string_view::npos)
+            << lastLineOf(world.state);
+    }
+    EXPECT_TRUE(imageOf(world.state.executor) == image);
+    ASSERT_EQ(send(addServerRequest(80, 2, "nowhere")), 0);
+    ServerRecord change = changeServerRequest(80, 2);
+    setListeners(change, {{"0.0.0.0"}});
+    EXPECT_EQ(send(change), kForwardingRefused);
 }
 
 TEST_F(EngineTest, hasANoteInTheLog) {
