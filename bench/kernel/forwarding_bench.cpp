@@ -1,9 +1,12 @@
 // What the kernel engine takes to configure, change, read and remove, to be run in a guest: forwarding_bench FOLDER
-// It leaves in FOLDER the same farms as input for `ipvsadm -R`, to be timed beside. One line a figure: NAME
-// MILLISECONDS.
+// It leaves in FOLDER the same farms as input for `ipvsadm -R` and `nft -f`, to be timed beside. One line a figure:
+// NAME MILLISECONDS.
 #include "executor/forwarding/kernel/kernel_engine.h"
+#include "executor/forwarding/kernel/mark_rules.h"
+#include "executor/forwarding/kernel/pool_services.h"
 #include "tests/kernel/plans.h"
 
+#include <arpa/inet.h>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +18,7 @@ using namespace rk;
 
 constexpr int kPorts = 1000;
 constexpr int kServersPerPort = 10;
+constexpr int kServersPerRule = 2;
 constexpr int kServersOfOnePort = 10'000;
 constexpr int kRounds = 20; // of what is short
 
@@ -51,6 +55,20 @@ Plan manyPorts() {
     return plan;
 }
 
+// Each port has a rule, so that there are as many marks.
+Plan manyRules() {
+    Plan plan = manyPorts();
+    for (int port = 1; port <= kPorts; ++port) {
+        const auto number = static_cast<uint16_t>(port);
+        addServers(plans::pool(plan, "10.9.0.1", number, "office"), kServersPerRule);
+        Selector &selector = plans::selector(plan, "10.9.0.1", number, 1, "office", Match::clientAddress);
+        selector.firstAddress = plans::address("10.1.0.16");
+        selector.lastAddress = plans::address("10.1.0.31");
+    }
+    plans::settle(plan);
+    return plan;
+}
+
 Plan manyServers() {
     Plan plan;
     addServers(plans::pool(plan, "10.9.0.1", 80), kServersOfOnePort);
@@ -58,17 +76,24 @@ Plan manyServers() {
     return plan;
 }
 
-// The plan as input for ipvsadm -R, and what takes it away again.
-void writeForTool(const Plan &plan, const std::string &path) {
+std::string serviceText(const IpvsServiceKey &service) {
+    return service.mark != 0 ? "-f " + std::to_string(service.mark) : "-t 10.9.0.1:" + std::to_string(service.port);
+}
+
+// The plan as input for ipvsadm -R and nft -f, and what takes it away again.
+void writeForTools(const Plan &plan, const std::string &path) {
+    MarkNumbers marks;
     std::ofstream add(path);
     std::ofstream remove(path + ".removed");
-    for (const auto &[id, pool] : plan.pools) {
-        const std::string service = "-t 10.9.0.1:" + std::to_string(id.port.port);
+    for (const auto &[key, state] : servicesOf(plan, "wrr", marks)) {
+        const std::string service = serviceText(key);
         add << "-A " << service << " -s wrr\n";
         remove << "-D " << service << "\n";
-        for (const auto &[key, server] : pool.servers)
-            add << "-a " << service << " -r " << serverAddress(static_cast<int>(key) - 1) << ":80 -m -w 1\n";
+        for (const auto &[server, settings] : state.servers)
+            add << "-a " << service << " -r " << describe(server) << " -m -w " << settings.weight << "\n";
     }
+    std::ofstream(path + ".nft") << markRules(plan, marks);
+    std::ofstream(path + ".removed.nft") << removeMarkRules();
 }
 
 void must(bool isDone, const LogText &words) {
@@ -127,11 +152,14 @@ int main(int count, char **arguments) {
     }
     const std::string folder = arguments[1];
     const Plan ports = manyPorts();
+    const Plan rules = manyRules();
     const Plan servers = manyServers();
     measure(engine, ports, "ports");
+    measure(engine, rules, "rules");
     measure(engine, servers, "servers");
     engine.close(engine.own);
-    writeForTool(ports, folder + "/ports");
-    writeForTool(servers, folder + "/servers");
+    writeForTools(ports, folder + "/ports");
+    writeForTools(rules, folder + "/rules");
+    writeForTools(servers, folder + "/servers");
     return 0;
 }

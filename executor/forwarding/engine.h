@@ -14,6 +14,8 @@ struct Totals {
     uint64_t packetsOut = 0;  // to clients, as far as they pass this machine
     uint64_t bytesIn = 0;
     uint64_t bytesOut = 0;
+
+    bool operator==(const Totals &) const = default;
 };
 
 struct Counts {

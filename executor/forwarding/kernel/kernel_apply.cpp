@@ -248,8 +248,7 @@ void readBeforeRemoval(KernelEngine &engine, const IpvsChanges &changes) {
     for (const IpvsChange &change : changes.after)
         if (change.what == IpvsOrder::remove)
             services.insert(change.service);
-    for (const IpvsServiceKey &key : services)
-        readCounts(engine, key);
+    readLastCounts(engine, services);
 }
 
 Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool areMarksConcerned) {

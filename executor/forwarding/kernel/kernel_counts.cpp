@@ -9,6 +9,8 @@ namespace rk {
 
 namespace {
 
+constexpr std::size_t kFewServices = 4; // asking for each of them costs less than a list of all
+
 Totals totalsOf(const IpvsCounters &counters) {
     Totals totals;
     totals.connections = counters.connections;
@@ -147,6 +149,21 @@ const std::set<IpvsServiceKey> &servicesFor(const KernelEngine &engine, const Po
     return found == engine.servicesOfPool.end() ? none : found->second;
 }
 
+// The services of `keys` that the kernel has.
+std::vector<IpvsService> readServices(const KernelEngine &engine, const std::set<IpvsServiceKey> &keys) {
+    std::vector<IpvsService> services;
+    if (keys.size() > kFewServices) {
+        listServices(engine.ipvs, services);
+        return services;
+    }
+    for (const IpvsServiceKey &key : keys) {
+        IpvsService service;
+        if (readService(engine.ipvs, key, service) == 0)
+            services.push_back(std::move(service));
+    }
+    return services;
+}
+
 } // namespace
 
 bool readCounts(KernelEngine &engine, const IpvsServiceKey &key) {
@@ -171,6 +188,18 @@ bool readCounts(KernelEngine &engine, const IpvsServiceKey &key) {
     }
     counted.readAt = steadySeconds();
     return true;
+}
+
+void readLastCounts(KernelEngine &engine, const std::set<IpvsServiceKey> &keys) {
+    for (const IpvsService &service : readServices(engine, keys)) {
+        const auto counted = engine.counted.find(service.key);
+        if (!keys.contains(service.key) || counted == engine.counted.end())
+            continue;
+        if (totalsOf(service.counters) == totalsOf(counted->second.totals.last))
+            continue; // so those of its servers have not moved either
+        counted->second.readAt = 0;
+        readCounts(engine, service.key);
+    }
 }
 
 void ownMarks(KernelEngine &engine, const Plan &plan, const Pool &pool) {

@@ -87,6 +87,9 @@ int listOwnServices(const KernelEngine &engine, IpvsTable &table);
 // Reads the counters of a service of ours, unless they were read in this second.
 bool readCounts(KernelEngine &engine, const IpvsServiceKey &key);
 
+// Reads the counters of services that are about to go or to lose servers, as far as they have moved.
+void readLastCounts(KernelEngine &engine, const std::set<IpvsServiceKey> &keys);
+
 // Ends and begins counting for what was done. `plan` tells whose the servers are.
 void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<IpvsChange> &done,
                   std::vector<EndedCounts> &ended);
