@@ -359,9 +359,9 @@ TEST_F(KernelEngineTest, boundClientsGoToTheirServer) {
     Pool &pool = plans::pool(next, "10.9.0.1", 80);
     pool.servers.at(kWeb2).weight = 0;
     mustApply();
-    const uint64_t endedConnections = std::ranges::count_if(
+    const auto endedConnections = std::ranges::count_if(
         ended, [](const EndedCounts &counts) { return counts.serverKey == kWeb2 && counts.totals.connections == 6; });
-    EXPECT_EQ(endedConnections, 1U);
+    EXPECT_EQ(endedConnections, 1);
     expectShares(traffic::ask(to("10.9.0.1", 80, {"10.1.0.3"}), 6), {{"s1", 3}, {"s3", 3}}, 1);
     pool.servers.at(kWeb2).weight = 1;
     mustApply();
