@@ -597,6 +597,28 @@ TEST_F(KernelEngineTest, totalsGoOnForAServerThatComesAgain) {
     ASSERT_TRUE(engine.readAll(engine.own, all));
     EXPECT_EQ(all.totals.connections, 60U);
     EXPECT_GT(all.totals.packetsIn, 240U); // SYN, ACK, request and FIN of each at least
+
+    // What goes is asked for its counts once more, one service or many.
+    traffic::ask(to("10.9.0.10"), 30);
+    usleep(kCountersLag);
+    plans::removeServer(pool, kWeb2);
+    mustApply();
+    ASSERT_EQ(ended.size(), 1U);
+    EXPECT_EQ(ended[0].totals.connections, 30U);
+    for (uint16_t port = 1; port <= 6; ++port)
+        plans::threeServers(plans::pool(next, "10.9.0.10", port), 8080, 1, 1, 1);
+    mustApply();
+    traffic::ask(to("10.9.0.10"), 20);
+    usleep(kCountersLag);
+    next = Plan{};
+    mustApply();
+    std::map<PortId, uint64_t> total;
+    for (const EndedCounts &counts : ended)
+        if (!counts.serverKey)
+            total[counts.pool.port] = counts.totals.connections;
+    EXPECT_EQ(total.size(), 7U);
+    EXPECT_EQ(total[plans::endpoint("10.9.0.10", 80)], 110U);
+    EXPECT_EQ(total[plans::endpoint("10.9.0.10", 1)], 0U);
 }
 
 TEST_F(KernelEngineTest, connectionsAreListed) {
