@@ -3,6 +3,7 @@
 #include "executor/forwarding/proxy/replies.h"
 #include "executor/forwarding/proxy/talk.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -10,9 +11,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
+#include <pthread.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace rk {
 
@@ -92,6 +96,44 @@ pid_t spawnShell(const char *script, const std::string &first, const std::string
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     return error == 0 ? process : 0;
+}
+
+// Leashes that this process holds, by their numbers. One that it forks off and that runs no other program has a copy of
+// each, and would keep HAProxy after this process's end. Never destroyed: a fork may come during the exit handlers.
+struct Leashes {
+    std::mutex mutex;
+    std::vector<OwnDescriptor> held;
+};
+Leashes &leashes = *new Leashes;
+
+void lockLeashes() {
+    leashes.mutex.lock();
+}
+
+void unlockLeashes() {
+    leashes.mutex.unlock();
+}
+
+// In a process that was forked off, where nothing may be allocated or freed.
+void letGoOfLeashes() {
+    for (OwnDescriptor &leash : leashes.held)
+        closeOwn(leash);
+    unlockLeashes();
+}
+
+void holdLeash(const OwnDescriptor &leash) {
+    static const int error = pthread_atfork(lockLeashes, unlockLeashes, letGoOfLeashes);
+    (void)error; // without memory for it, forks keep their copies
+    const std::lock_guard lock(leashes.mutex);
+    leashes.held.push_back(leash);
+}
+
+void dropLeash(OwnDescriptor &leash) {
+    {
+        const std::lock_guard lock(leashes.mutex);
+        std::erase_if(leashes.held, [&leash](const OwnDescriptor &held) { return held.number == leash.number; });
+    }
+    closeOwn(leash);
 }
 
 // Takes the status of a child that has ended or is about to. The host may have taken it before.
@@ -238,6 +280,7 @@ bool startProxy(ProxyChild &child, LogText &words) {
     child.minder = spawnShell(kMinder, child.program, child.folder, leash.reading.number, -1);
     closeOwn(leash.reading);
     child.leash = leash.writing;
+    holdLeash(child.leash);
     const bool isUp = child.minder != 0 && waitUntil([&child] { return hasFailed(child) || isProxyAlive(child); }) &&
                       isProxyAlive(child);
     if (!isUp) {
@@ -251,21 +294,25 @@ bool isProxyAlive(const ProxyChild &child) {
     return processOfWorker(child) != 0;
 }
 
-bool reloadProxy(const ProxyChild &child, LogText &words) {
-    const int before = processOfWorker(child);
+bool beginReload(const ProxyChild &child, int &before, LogText &words) {
+    before = processOfWorker(child);
     if (truncate(logFile(child).c_str(), 0) != 0) // what is in it afterwards is about this reload
         appendErrno(words, "cannot write", logFile(child));
     std::string reply;
-    int now = before;
-    const bool isAsked = before != 0 && ask(masterSocket(child), "reload", reply);
-    const bool isOver = isAsked && waitUntil([&] {
-                            now = processOfWorker(child);
-                            return (now != 0 && now != before) || hasFailed(child);
-                        });
-    if (isOver && now != 0 && now != before)
+    if (before != 0 && ask(masterSocket(child), "reload", reply))
         return true;
     appendAlerts(words, readFile(logFile(child)));
     return false;
+}
+
+Reload reloadOf(const ProxyChild &child, int before, LogText &words) {
+    const int now = processOfWorker(child);
+    if (now != 0 && now != before)
+        return Reload::done;
+    if (!hasFailed(child))
+        return Reload::underWay;
+    appendAlerts(words, readFile(logFile(child)));
+    return Reload::failed;
 }
 
 void trimLog(const ProxyChild &child) {
@@ -275,7 +322,7 @@ void trimLog(const ProxyChild &child) {
 }
 
 void stopProxy(ProxyChild &child) {
-    closeOwn(child.leash);
+    dropLeash(child.leash);
     if (child.minder != 0) {
         // The folder goes last: waiting for it needs no status, which the host may have taken.
         const bool hasEnded = waitUntil([&child] { return access(child.folder.c_str(), F_OK) != 0; });

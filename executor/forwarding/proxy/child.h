@@ -43,9 +43,13 @@ bool startProxy(ProxyChild &child, LogText &words);
 // Whether a worker answers.
 bool isProxyAlive(const ProxyChild &child);
 
-// Has the worker replaced by one with the configuration file as it is now, and returns when the new one answers. What
-// the old one has open goes on there. False when HAProxy goes on with the old one; `words` say why.
-bool reloadProxy(const ProxyChild &child, LogText &words);
+// Has the worker replaced by one with the configuration file as it is now. What the old one has open goes on there.
+// False when HAProxy does not hear; `words` say why. `before` is the process of the old one.
+bool beginReload(const ProxyChild &child, int &before, LogText &words);
+
+// Whether the new worker answers, or HAProxy goes on with the old one; `words` say why then.
+enum class Reload { underWay, done, failed };
+Reload reloadOf(const ProxyChild &child, int before, LogText &words);
 
 // Empties HAProxy's log when it has got long: it has a line for each server that goes or comes.
 void trimLog(const ProxyChild &child);

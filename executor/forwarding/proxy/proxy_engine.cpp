@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <new>
 #include <sys/socket.h>
@@ -23,6 +24,7 @@ constexpr Features kProxyFeatures = bitOf(Feature::content) | bitOf(Feature::cro
 
 constexpr uint8_t kStateEstablished = 4; // of a TCP connection, as the records number states
 constexpr std::size_t kCommandsAtOnce = 200;
+constexpr int kReloadTime = 10000; // milliseconds that a new worker may take
 
 // Clients and their servers by the numbers of pools and servers.
 using ClientsOfPools = std::map<uint32_t, std::map<Address, uint32_t>>;
@@ -363,19 +365,25 @@ bool areCookiesPlain(const Plan &plan, LogText &words) {
     return true;
 }
 
-// The sticky clients of the worker, of those pools that will still have them.
-ClientsOfPools stickyClients(const ProxyEngine &engine, const Plan &plan) {
+// The pools that keep sticky clients: empty as yet.
+ClientsOfPools emptyTables(const ProxyEngine &engine, const Plan &plan) {
     ClientsOfPools tables;
     for (const auto &[id, pool] : plan.pools) {
-        std::string reply;
-        const uint32_t number = numberOf(engine.numbers, id);
-        if (number == 0 || !isTcp(id) || !keepsClients(plan, pool) ||
-            !askHeld(engine.workers.current, joined({"show table b", std::to_string(number)}), reply))
-            continue;
-        for (const TableRow &row : parseTable(reply))
-            tables[number].emplace(row.client, row.server);
+        if (isTcp(id) && keepsClients(plan, pool))
+            tables[numberOf(engine.numbers, id)];
     }
     return tables;
+}
+
+// Adds the worker's sticky clients to tables. Those of a pool that it does not have are none.
+void addStickyClients(const ProxyEngine &engine, ClientsOfPools &tables) {
+    std::string reply;
+    for (auto &[pool, clients] : tables) {
+        if (!askHeld(engine.workers.current, joined({"show table b", std::to_string(pool)}), reply))
+            continue;
+        for (const TableRow &row : parseTable(reply))
+            clients[row.client] = row.server;
+    }
 }
 
 // Gives the new worker the clients that it has been told by files, so that they are forgotten in time.
@@ -402,7 +410,13 @@ void restoreStickyClients(const ProxyEngine &engine, const ClientsOfPools &table
     }
 }
 
-bool writeMaps(ProxyEngine &engine, const ClientsOfPools &bound, const ClientsOfPools &tables, LogText &words) {
+bool writeTables(const ProxyEngine &engine, const ClientsOfPools &tables, LogText &words) {
+    return std::all_of(tables.begin(), tables.end(), [&](const auto &table) {
+        return writeProxyFile(stickyFile(engine.child.folder, table.first), mapText(table.second), words);
+    });
+}
+
+bool writeBound(ProxyEngine &engine, const ClientsOfPools &bound, LogText &words) {
     const std::string &folder = engine.child.folder;
     for (const auto &[pool, clients] : bound) {
         const auto file = engine.boundFiles.find(pool);
@@ -411,10 +425,6 @@ bool writeMaps(ProxyEngine &engine, const ClientsOfPools &bound, const ClientsOf
         if (!writeProxyFile(boundFile(folder, pool), mapText(clients), words))
             return false;
         engine.boundFiles[pool] = clients;
-    }
-    for (const auto &[pool, clients] : tables) {
-        if (!writeProxyFile(stickyFile(folder, pool), mapText(clients), words))
-            return false;
     }
     return true;
 }
@@ -436,7 +446,7 @@ bool writeConfiguration(ProxyEngine &engine, const Plan &plan, const ClientsOfPo
     const std::string text = configurationText(plan, engine.numbers, engine.child.folder, moving);
     const std::string next = engine.child.folder + "/next.cfg";
     ClientsOfPools bound = allBound(plan, engine.numbers);
-    if (!areCookiesPlain(plan, words) || !writeMaps(engine, bound, tables, words) ||
+    if (!areCookiesPlain(plan, words) || !writeBound(engine, bound, words) || !writeTables(engine, tables, words) ||
         !writeProxyFile(next, text, words) || !checkConfiguration(engine.child, next, words) ||
         !writeProxyFile(configurationFile(engine.child), text, words))
         return false;
@@ -445,16 +455,32 @@ bool writeConfiguration(ProxyEngine &engine, const Plan &plan, const ClientsOfPo
     return true;
 }
 
+// Replaces the worker. Its sticky clients, which it forgets when it stops, are read until the new one answers.
+bool replaceWorker(ProxyEngine &engine, ClientsOfPools &tables, LogText &words) {
+    addStickyClients(engine, tables);
+    int before = 0;
+    if (!writeTables(engine, tables, words) || !beginReload(engine.child, before, words))
+        return false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kReloadTime);
+    Reload reload = Reload::underWay;
+    while (reload == Reload::underWay && std::chrono::steady_clock::now() < end) {
+        usleep(1000);
+        addStickyClients(engine, tables);
+        reload = reloadOf(engine.child, before, words);
+    }
+    return reload == Reload::done && takeOver(engine.workers, engine.child);
+}
+
 bool applyWithNewWorker(ProxyEngine &engine, const Plan &plan, const PlanChange &change,
                         std::vector<EndedCounts> &ended, LogText &words) {
     if (!areListenable(change, words))
         return false;
     const std::string configurationBefore = engine.configuration;
     const auto boundBefore = engine.bound;
-    const auto tables = stickyClients(engine, plan);
+    ClientsOfPools tables = emptyTables(engine, plan);
     if (!writeConfiguration(engine, plan, tables, words))
         return false;
-    if (!reloadProxy(engine.child, words) || !takeOver(engine.workers, engine.child)) {
+    if (!replaceWorker(engine, tables, words)) {
         LogText ignored{};
         engine.configuration = configurationBefore;
         engine.bound = boundBefore;

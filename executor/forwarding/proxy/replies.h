@@ -46,8 +46,7 @@ std::vector<TableRow> parseTable(std::string_view reply);
 // The process that answered `show info`; 0 when the reply does not tell.
 int parseProcess(std::string_view reply);
 
-// Whether the worker that answered `show info` is on its way out, and the connections that it has apart from those of
-// its own sockets.
+// The connections that the worker that answered `show info` has apart from those of its own sockets.
 uint64_t parseCurrentConnections(std::string_view reply);
 
 // What stands behind [ALERT] in what HAProxy printed, without process numbers and file names, one after the other.

@@ -127,6 +127,8 @@ bool askHeld(const HeldWorker &worker, std::string_view commands, std::string &r
 }
 
 void releaseWorker(HeldWorker &worker) {
+    if (isOurs(worker.socket))
+        shutdown(worker.socket.number, SHUT_RDWR); // a process that was forked off may have it open as well
     closeOwn(worker.socket);
     worker.process = 0;
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,6 +58,40 @@ TEST_F(ProxyLife, endsSoonAfterItsHostWasKilled) {
     EXPECT_TRUE(comesTrue([&folder] { return !std::filesystem::exists(folder); }));
     close(ready[0]);
     close(ready[1]);
+}
+
+// A copy of the host that runs no other program keeps neither HAProxy nor a worker that was replaced.
+TEST_F(ProxyLife, endsThoughAForkOfItsHostLivesOn) {
+    int ready[2];
+    int leash[2]; // of the fork: it ends with this process
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(leash), 0);
+    const pid_t host = fork();
+    if (host == 0) {
+        close(leash[1]);
+        Engine engine;
+        LogText words;
+        if (openProxyEngine(engine, words) && fork() == 0) {
+            char nothing = 0;
+            (void)!write(ready[1], "f", 1);
+            (void)!read(leash[0], &nothing, 1);
+            _exit(0);
+        }
+        pause();
+        _exit(0);
+    }
+    char isForked = 0;
+    close(ready[1]); // so that reading ends when the host fails
+    ASSERT_EQ(read(ready[0], &isForked, 1), 1);
+    const std::vector<int> processes = proxyProcesses(host);
+    EXPECT_EQ(processes.size(), 3U);
+    kill(host, SIGKILL);
+    waitpid(host, nullptr, 0);
+    for (const int process : processes)
+        EXPECT_TRUE(comesTrue([process] { return isGone(process); })) << process;
+    close(ready[0]);
+    close(leash[0]);
+    close(leash[1]);
 }
 
 TEST_F(ProxyLife, sharesNoFileWithItsHost) {
@@ -118,37 +153,107 @@ TEST_F(ProxyLife, isStartedAnewAfterItWasKilled) {
     EXPECT_EQ(countsOf(3).totals.connections, 6U);
 }
 
-TEST_F(ProxyLife, losesNoRequestWhateverIsChanged) {
-    addPort(kServicePort);
+// Something that is changed while clients ask.
+struct ChangeWhileAsking {
+    const char *name;
+    std::function<void()> perform;
+};
+
+class ProxyLosesNothing : public ProxyLife, public testing::WithParamInterface<int32_t> {
+protected:
+    std::vector<ChangeWhileAsking> changes();
+
+    void removeServer(uint32_t serverKey) {
+        ServerRecord record = changeServerRequest(kServicePort, serverKey);
+        record.header.command = Command::removeServer;
+        ASSERT_EQ(perform(state, record), 0);
+    }
+
+    void removeRule(const char *name) {
+        RuleRecord record = changeRuleRequest(kServicePort, name);
+        record.header.command = Command::removeRule;
+        ASSERT_EQ(perform(state, record), 0);
+    }
+
+    void quiesce(uint32_t serverKey, uint8_t quiesced) {
+        ServerRecord record = changeServerRequest(kServicePort, serverKey);
+        set(record.setQuiesced, record.quiesced, quiesced);
+        ASSERT_EQ(perform(state, record), 0);
+    }
+
+    void stick(int32_t seconds) {
+        PortRecord record = changePortRequest(kServicePort);
+        set(record.setStickyTime, record.stickyTime, splitInt64(seconds));
+        ASSERT_EQ(perform(state, record), 0);
+    }
+};
+
+std::vector<ChangeWhileAsking> ProxyLosesNothing::changes() {
+    return {
+        {"weights",
+         [this] {
+             ASSERT_EQ(setWeights(state, kServicePort, {{1, 5}, {2, 5}, {3, 5}}), 0);
+         }},
+        {"weight 0", [this] { ASSERT_EQ(setWeight(1, 0), 0); }},
+        {"its weight again", [this] { ASSERT_EQ(setWeight(1, 5), 0); }},
+        {"down", [this] { ASSERT_EQ(markServer(Command::markServerDown, 1), 0); }},
+        {"quiesced", [this] { quiesce(2, 1); }},
+        {"up", [this] { ASSERT_EQ(markServer(Command::markServerUp, 1), 0); }},
+        {"no longer quiesced", [this] { quiesce(2, 0); }},
+        {"a server more", [this] { addServer(kServicePort, 4, 5); }},
+        {"a server less", [this] { removeServer(3); }},
+        {"it comes again", [this] { addServer(kServicePort, 3, 5); }},
+        {"a rule", [this] { addRule("one", addRuleRequest(kServicePort, "one", 3, 1, 1, 1), {1}); }},
+        {"a rule for all",
+         [this] {
+             addRule("all", addRuleRequest(kServicePort, "all", 0, 0, 0, 2), {2, 3});
+         }},
+        {"clients that stick", [this] { stick(60); }},
+        {"the rule's server down", [this] { ASSERT_EQ(markServer(Command::markServerDown, 2), 0); }},
+        {"a rule less", [this] { removeRule("all"); }},
+        {"another port", [this] { addPort(kServicePort + 1); }},
+        {"no clients that stick", [this] { stick(0); }},
+        {"a bound client", [this] { ASSERT_EQ(directClient(state, kServicePort, "127.0.0.1", 4), 0); }},
+        {"its server less", [this] { removeServer(4); }},
+    };
+}
+
+TEST_P(ProxyLosesNothing, whateverIsChanged) {
+    addPort(kServicePort, {1, 2, 3}, GetParam());
     startServers(4);
     std::atomic<bool> isOver{false};
-    Shares shares;
-    std::thread client([&] {
-        while (!isOver)
-            ++shares[askOnce()];
-    });
-    addRule("one", addRuleRequest(kServicePort, "one", 3, 1, 1, 1), {1});
-    ASSERT_EQ(setWeights(state, kServicePort, {{1, 5}, {2, 5}, {3, 5}}), 0);
-    ASSERT_EQ(markServer(Command::markServerDown, 1), 0);
-    addServer(kServicePort, 4, 5);
-    PortRecord record = changePortRequest(kServicePort);
-    set(record.setStickyTime, record.stickyTime, splitInt64(60));
-    ASSERT_EQ(perform(state, record), 0);
-    ASSERT_EQ(markServer(Command::markServerUp, 1), 0);
+    std::atomic<int> asked{0};
+    std::vector<Shares> shares(2); // of each client
+    std::vector<std::thread> clients;
+    for (Shares &own : shares) {
+        clients.emplace_back([&] {
+            while (!isOver) {
+                ++own[askOnce()];
+                ++asked;
+            }
+        });
+    }
+    for (const ChangeWhileAsking &change : changes()) {
+        const int before = asked;
+        EXPECT_TRUE(comesTrue([&] { return asked >= before + 5; }));
+        SCOPED_TRACE(change.name);
+        ASSERT_NO_FATAL_FAILURE(change.perform());
+    }
     isOver = true;
-    client.join();
-    EXPECT_EQ(shares.count(""), 0U) << shares[""] << " lost";
+    for (std::thread &client : clients)
+        client.join();
+    for (const Shares &own : shares)
+        EXPECT_FALSE(own.contains("")) << own.at("") << " lost";
 
-    // Reports agree with what was sent, over all workers that there have been.
-    uint64_t sent = 0;
-    uint64_t reported = 0;
-    for (const auto &[name, count] : shares)
-        sent += static_cast<uint64_t>(count);
-    for (uint32_t key = 1; key <= 4; ++key)
-        reported += countsOf(key).totals.connections;
-    EXPECT_EQ(reported, sent);
-    EXPECT_GT(sent, 0U);
+    // Reports of those that stayed agree with what was sent, over all workers and rules that there have been.
+    for (uint32_t key = 1; key <= 2; ++key) {
+        const std::string name = "web" + std::to_string(key);
+        EXPECT_EQ(serverReportOf(key).totalTcpConnections, shares[0][name] + shares[1][name]) << name;
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Methods, ProxyLosesNothing, testing::Values(kMethodTranslation, kMethodContent),
+                         [](const auto &method) { return method.param == kMethodContent ? "content" : "translation"; });
 
 TEST_F(ProxyLife, heldConnectionsGoOn) {
     addPort(kServicePort);
@@ -186,6 +291,32 @@ TEST_F(ProxyLife, heldConnectionsGoOn) {
         tickForwarding(state, words);
         return proxyProcesses(getpid()).size() == 3U;
     })) << "former workers do not end";
+}
+
+// Those that came before a change began, however shortly.
+TEST_F(ProxyLife, stickyClientsOutliveNewWorkers) {
+    addPort(kServicePort);
+    PortRecord record = changePortRequest(kServicePort);
+    set(record.setStickyTime, record.stickyTime, splitInt64(300));
+    ASSERT_EQ(perform(state, record), 0);
+    const auto clientOf = [](std::size_t index) {
+        Client client;
+        client.from = "127.240." + std::to_string(index / 250) + "." + std::to_string(1 + index % 250);
+        return client;
+    };
+    std::vector<std::string> firstServers; // of client 0, 1 ...
+    for (int change = 1; change <= 3; ++change) {
+        for (int client = 0; client < 500; ++client)
+            firstServers.push_back(askOnce(clientOf(firstServers.size())));
+        const std::string name = std::to_string(change);
+        const int before = worker();
+        addRule(name.c_str(), addRuleRequest(kServicePort, name.c_str(), 3, 1, 1, change), {1});
+        EXPECT_NE(worker(), before);
+    }
+    std::size_t moved = 0;
+    for (std::size_t index = 0; index < firstServers.size(); ++index)
+        moved += askOnce(clientOf(index)) == firstServers[index] ? 0 : 1;
+    EXPECT_EQ(moved, 0U);
 }
 
 TEST_F(ProxyLife, connectionsAreResetWithTheirServerWhereThePortSaysSo) {

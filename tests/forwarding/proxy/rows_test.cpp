@@ -1,7 +1,9 @@
 // Rules, clients that stick and the forwarding methods, with real requests through HAProxy.
 #include "proxy/proxy_farm.h"
 
+#include <cstring>
 #include <ctime>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace rk {
@@ -216,6 +218,81 @@ TEST_F(ProxyRows, aServerSeesItsReturnAddress) {
     EXPECT_EQ(askServer(connection), "web1");
     EXPECT_TRUE(servers[1]->clients.contains(source));
     close(connection);
+}
+
+TEST_F(ProxyRows, connectionsWithoutTrafficEndWithTheirTime) {
+    addPort(kServicePort);
+    const int patient = connectTo();
+    ASSERT_EQ(askServer(patient), "web3");
+    PortRecord record = changePortRequest(kServicePort);
+    set(record.setStaleTimeout, record.staleTimeout, splitInt64(1));
+    ASSERT_EQ(perform(state, record), 0);
+    const int idle = connectTo();
+    ASSERT_NE(askServer(idle), "");
+    char nothing = 0;
+    EXPECT_EQ(recv(idle, &nothing, 1, 0), 0); // waits for seconds at most
+    EXPECT_EQ(askServer(patient), "web3");    // has the time that it came with
+    close(idle);
+    close(patient);
+}
+
+TEST_F(ProxyRows, whatOneServerRefusesGoesToAnother) {
+    addPort(kServicePort, {1, 1});
+    stopWebServer(*servers[2]);
+    EXPECT_EQ(ask(4), (Shares{{"web1", 4}}));
+}
+
+TEST_F(ProxyRows, aRulesClientsStickAsLongAsTheRuleSays) {
+    addPort(kServicePort);
+    RuleRecord sticky = addRuleRequest(kServicePort, "sticky", kRuleTypeAddress, rangeAddress(ownAddress(100).c_str()),
+                                       rangeAddress(ownAddress(120).c_str()), 1);
+    set(sticky.setStickyTime, sticky.stickyTime, 300);
+    addRule("sticky", sticky, {1, 2, 3});
+    for (int client = 100; client < 106; ++client) {
+        const std::string server = askOnce(from(ownAddress(client)));
+        EXPECT_NE(server, "");
+        EXPECT_EQ(ask(3, from(ownAddress(client))), (Shares{{server, 3}}));
+    }
+    EXPECT_EQ(ask(6, from(ownAddress(99))), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
+}
+
+TEST_F(ProxyRows, whatHAProxyCannotDoIsKeptAndToldOnce) {
+    addPort(kServicePort);
+    ASSERT_EQ(perform(state, addPortRequest(kServicePort + 1, kPortTypeUdp)), 0);
+    addRule("low delay", addRuleRequest(kServicePort, "low delay", 7, 0, 0x10, 1), {1});
+    ASSERT_EQ(perform(state, addPortRequest(0)), 0);
+    const std::string log(textOf(state.trace));
+    for (const char *words : {"kept, and not done by the proxy engine: UDP",
+                              "kept, and not done by the proxy engine: rules by type of service",
+                              "kept, and not done by the proxy engine: port 0"}) {
+        EXPECT_NE(log.find(words), std::string::npos) << words << " is not in\n" << log;
+    }
+    EXPECT_EQ(ask(6), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
+    EXPECT_EQ(perform(state, changePortRequest(kServicePort + 1)), 0); // is there
+}
+
+// What has a meaning to a configuration has none in a pattern or a cookie, in the eyes of HAProxy itself.
+TEST_F(ProxyRows, textsMeanThemselvesToHAProxy) {
+    addPort(kServicePort, {1, 2, 3}, kMethodContent);
+    const std::string odd = R"(/a"b'c;d$HOME%e\f&g{h}i)";
+    const char name[] = "odd \n# \"'\\x00 $HOME";
+    RuleRecord rule = addRuleRequest(kServicePort, name, 8, 0, 0, 1);
+    rule.setPattern = 1;
+    setText(rule.pattern, R"(^/a"b'c;d[$]HOME%e\\f&g[{]h[}]i$)");
+    addRule(name, rule, {1});
+    EXPECT_EQ(ask(6, forPath(odd)), (Shares{{"web1", 6}}));
+    EXPECT_EQ(ask(6, forPath("/a")), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
+    std::string everyByte;
+    for (int code = 1; code < 256; ++code) {
+        if (std::strchr("()[]{}*+?|", code) == nullptr) // those that an expression cannot have anywhere
+            everyByte += static_cast<char>(code);
+    }
+    RuleRecord bytes = addRuleRequest(kServicePort, "bytes", 8, 0, 0, 2);
+    bytes.setPattern = 1;
+    setText(bytes.pattern, everyByte.substr(everyByte.size() - sizeof bytes.pattern + 2));
+    addRule("bytes", bytes, {2});
+    EXPECT_EQ(ask(6, forPath(odd)), (Shares{{"web1", 6}}));
+    EXPECT_EQ(ask(6, forPath("/a")), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
 }
 
 } // namespace
