@@ -5,6 +5,8 @@
 #include "forwarding/proxy/configuration_model.h"
 #include "fuzz/harness/draws.h"
 
+#include <cstring>
+
 namespace {
 
 using fuzz::finding;
@@ -85,62 +87,90 @@ rk::Plan drawPlan(const fuzz::Draws &draws) {
     return plan;
 }
 
-// What a pool of the plan has to have in a configuration that was read back.
-void checkPool(const std::vector<ConfigurationSection> &sections, const rk::ProxyNumbers &numbers,
-               const rk::Pool &pool) {
-    const std::string number = std::to_string(rk::numberOf(numbers, pool.id));
-    const ConfigurationSection *backend = rk::sectionIn(sections, "backend", "b" + number);
-    if (backend == nullptr)
-        finding("pool %s has not one backend", number.c_str());
-    std::size_t expected = pool.servers.size();
-    for (const auto &[key, server] : pool.servers)
-        expected += server.backup.address.family == rk::AddressFamily::none ? 0 : 1;
-    const auto servers = rk::linesWith(*backend, "server");
-    if (servers.size() != expected)
-        finding("pool %s has %zu servers, not %zu", number.c_str(), servers.size(), expected);
-    const bool hasCookie = rk::readsRequests(pool.settings) && !pool.settings.cookieName.empty();
-    const auto cookies = rk::linesWith(*backend, "cookie");
-    if (cookies.size() != (hasCookie ? 1 : 0) || (hasCookie && cookies.front().front() != pool.settings.cookieName))
-        finding("pool %s has another cookie", number.c_str());
-    if (!pool.id.rule && rk::sectionIn(sections, "frontend", "f" + number) == nullptr)
-        finding("pool %s has not one frontend", number.c_str());
+// The texts of a plan as harmless words, and what each stands for.
+struct Words {
+    std::vector<std::string> texts; // the word number N stands for the text at N
+};
+
+// The empty text stays: it says that there is none.
+std::string wordFor(Words &words, const std::string &text) {
+    if (text.empty())
+        return text;
+    words.texts.push_back(text);
+    return "text" + std::to_string(words.texts.size() - 1);
 }
 
-// The contents that rules look for are the last words of their lines.
-void checkPatterns(const std::vector<ConfigurationSection> &sections, const rk::Plan &plan,
-                   const rk::ProxyNumbers &numbers) {
-    for (const auto &[port, planned] : plan.ports) {
-        const rk::Pool &own = plan.pools.at({port, rk::Transport::tcp, std::nullopt});
-        const std::string name = "f" + std::to_string(rk::numberOf(numbers, own.id));
-        std::vector<std::string> patterns;
-        for (const ConfigurationLine &line : rk::linesWith(*rk::sectionIn(sections, "frontend", name), "acl")) {
-            if (line[1] == "path")
-                patterns.push_back(line.back());
-        }
-        std::vector<std::string> expected;
-        for (const auto &[priority, selector] : planned.selectors) {
-            if (selector.match == rk::Match::content && rk::readsRequests(own.settings))
-                expected.push_back(selector.pattern.empty() ? "^" : selector.pattern);
-        }
-        if (patterns != expected)
-            finding("%s looks for other contents", name.c_str());
+rk::Pool inWords(Words &words, rk::Pool pool) {
+    pool.settings.cookieName = wordFor(words, pool.settings.cookieName);
+    for (auto &[key, server] : pool.servers) {
+        server.name = wordFor(words, server.name);
+        server.cookieValue = wordFor(words, server.cookieValue);
     }
+    return pool;
 }
 
-void checkConfiguration(const rk::Plan &plan) {
+// The same plan with words for texts. Rules have names that are in the same order, as pools are numbered in it.
+rk::Plan inWords(Words &words, const rk::Plan &plan) {
+    rk::Plan other;
+    other.settings = plan.settings;
+    other.ports = plan.ports;
+    std::size_t rules = 0;
+    for (const auto &[id, pool] : plan.pools) {
+        rk::Pool renamed = inWords(words, pool);
+        if (id.rule) {
+            const std::string ordered = std::to_string(100 + rules++);
+            for (auto &[priority, selector] : other.ports.at(id.port).selectors) {
+                if (plan.ports.at(id.port).selectors.at(priority).rule == *id.rule)
+                    selector.rule = ordered;
+            }
+            renamed.id.rule = ordered;
+        }
+        other.pools.emplace(renamed.id, renamed);
+    }
+    for (auto &[port, planned] : other.ports) {
+        for (auto &[priority, selector] : planned.selectors)
+            selector.pattern = wordFor(words, selector.pattern);
+    }
+    return other;
+}
+
+std::vector<ConfigurationSection> read(const rk::Plan &plan) {
     rk::ProxyNumbers numbers;
     rk::numberPlan(numbers, plan);
-    const auto sections = rk::readConfiguration(rk::configurationText(plan, numbers, "/tmp/f", {1}));
+    const std::string text = rk::configurationText(plan, numbers, "/tmp/f", {1});
+    for (const char character : text) {
+        // What follows a backslash is a code; nothing else with a meaning to whoever reads a configuration is there.
+        if (character != '\n' && (character < ' ' || character > '~' || std::strchr("\"'#$;`", character) != nullptr))
+            finding("a byte %d in the configuration", character);
+    }
+    auto sections = rk::readConfiguration(text);
     if (!sections)
         finding("the configuration cannot be read");
-    std::size_t expected = 3; // global, defaults, and the frontend without a port
-    for (const auto &[id, pool] : plan.pools)
-        expected += id.rule ? 1 : 2;
-    if (sections->size() != expected)
-        finding("%zu sections, not %zu", sections->size(), expected);
-    for (const auto &[id, pool] : plan.pools)
-        checkPool(*sections, numbers, pool);
-    checkPatterns(*sections, plan, numbers);
+    return *sections;
+}
+
+// Whatever its texts are, a plan's configuration says the same, and has the texts themselves where words would stand.
+void checkConfiguration(const rk::Plan &plan) {
+    const std::vector<ConfigurationSection> sections = read(plan);
+    Words words;
+    std::vector<ConfigurationSection> expected = read(inWords(words, plan));
+    for (ConfigurationSection &section : expected) {
+        for (ConfigurationLine &line : section.lines) {
+            for (std::string &word : line) {
+                if (word.starts_with("text"))
+                    word = words.texts.at(std::stoul(word.substr(4)));
+            }
+        }
+    }
+    if (sections.size() != expected.size())
+        finding("%zu sections, not %zu", sections.size(), expected.size());
+    for (std::size_t index = 0; index < sections.size(); ++index) {
+        const ConfigurationSection &section = sections[index];
+        if (section.kind != expected[index].kind || section.name != expected[index].name)
+            finding("section %zu is %s %s", index, section.kind.c_str(), section.name.c_str());
+        if (section.lines != expected[index].lines)
+            finding("%s %s has other lines", section.kind.c_str(), section.name.c_str());
+    }
 }
 
 void checkReplies(const std::string &reply) {
