@@ -61,6 +61,18 @@ fi
 INSTALLED=1 "$script" haproxy
 expect "who has the service keeps it" "$install haproxy: a service may start: 101"
 
+cat > "$folder/bin/update-rc.d" << 'END'
+#!/bin/bash
+echo "update-rc.d $*" >> "$log"
+END
+chmod +x "$folder/bin/update-rc.d"
+rm "$folder/bin/systemctl"
+ln -s "$(command -v rm)" "$(command -v chmod)" "$folder/bin"
+PATH=$folder/bin "$script" haproxy
+expect "without systemd, it would not be started by one that comes later" \
+    "$install haproxy: a service may start: 101
+update-rc.d haproxy disable"
+
 printf '#!/bin/sh\nexit 104\n' > "$policy"
 chmod +x "$policy"
 "$script" gdb
