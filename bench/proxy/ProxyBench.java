@@ -31,8 +31,8 @@ final class ProxyBench {
     private static final int SERVER_PORT = 8081;
     private static final int[] SERVERS = {0x7f004e15, 0x7f004e16, 0x7f004e17}; // 127.0.78.21 to .23
     private static final int CLIENTS = 4;
-    private static final int REQUESTS = 500; // of each client in a round
-    private static final int CHANGES = 500;
+    private static final int REQUESTS = 200; // of each client in a round
+    private static final int CHANGES = 200;
     private static final byte[] REQUEST = "GET / HTTP/1.0\r\n\r\n".getBytes(StandardCharsets.US_ASCII);
     private static final byte[] REPLY =
             "HTTP/1.0 200 OK\r\nContent-Length: 3\r\n\r\nok\n".getBytes(StandardCharsets.US_ASCII);
@@ -54,12 +54,12 @@ final class ProxyBench {
             serve(server);
         }
         Path folder = Files.createTempDirectory("proxy-bench");
-        Process byHand = startByHand(folder);
+        Process byHand = startByHand(folder, farmByHand(folder));
         try {
             startOurs();
             compareRequests(rounds);
             compareWeights(rounds, folder.resolve("socket"));
-            measurePorts(ports);
+            measurePorts(ports, folder);
         } finally {
             NATIVES.stopUserExecutorNative();
             byHand.destroy();
@@ -111,15 +111,18 @@ final class ProxyBench {
         }
     }
 
-    private static Process startByHand(Path folder) throws IOException, InterruptedException {
-        StringBuilder text = new StringBuilder("global\n stats socket " + folder + "/socket level admin\n"
-                + "defaults\n mode tcp\n timeout connect 5s\n timeout client 300s\n timeout server 300s\n"
-                + "frontend farm\n bind " + BY_HAND + ":" + PORT + "\n default_backend servers\n"
-                + "backend servers\n balance roundrobin\n");
-        for (int server : SERVERS) {
-            text.append(" server ").append((char) ('a' + (server & 15) - 5)).append(' ').append(dotted(server))
-                    .append(':').append(SERVER_PORT).append(" weight 10\n");
-        }
+    /** What a configuration by hand has besides its ports. */
+    private static String globalByHand(Path folder) {
+        return "global\n stats socket " + folder + "/socket level admin\n"
+                + "defaults\n mode tcp\n timeout connect 5s\n timeout client 300s\n timeout server 300s\n";
+    }
+
+    private static String portByHand(int port) {
+        return "frontend farm" + port + "\n bind " + BY_HAND + ":" + port + "\n default_backend servers" + port + "\n"
+                + "backend servers" + port + "\n balance roundrobin\n";
+    }
+
+    private static Process startByHand(Path folder, String text) throws IOException, InterruptedException {
         Path file = Files.writeString(folder.resolve("haproxy.cfg"), text);
         String named = System.getenv("QELXW_HAPROXY");
         Process process = new ProcessBuilder(named == null ? "/usr/sbin/haproxy" : named, "-db", "-f", file.toString())
@@ -128,6 +131,15 @@ final class ProxyBench {
             Thread.sleep(10);
         }
         return process;
+    }
+
+    private static String farmByHand(Path folder) {
+        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(PORT));
+        for (int server : SERVERS) {
+            text.append(" server ").append((char) ('a' + (server & 15) - 5)).append(' ').append(dotted(server))
+                    .append(':').append(SERVER_PORT).append(" weight 10\n");
+        }
+        return text.toString();
     }
 
     private static void check(String what, int status) {
@@ -204,40 +216,38 @@ final class ProxyBench {
         return CLIENTS * REQUESTS * 1e9 / (System.nanoTime() - begin);
     }
 
-    private static double microseconds(int times, Work work) throws IOException {
-        double[] values = new double[times];
+    /** {@return the medians of the times that these take, in turns, in microseconds} */
+    private static double[] microseconds(int times, Work... works) throws IOException {
+        double[][] values = new double[works.length][times];
         for (int index = 0; index < times; index++) {
-            long begin = System.nanoTime();
-            work.perform();
-            values[index] = (System.nanoTime() - begin) / 1e3;
+            for (int work = 0; work < works.length; work++) {
+                long begin = System.nanoTime();
+                works[work].perform();
+                values[work][index] = (System.nanoTime() - begin) / 1e3;
+            }
         }
-        return median(values);
+        return Arrays.stream(values).mapToDouble(ProxyBench::median).toArray();
     }
 
     /** In each round both are measured, the first of them in turns. */
     private static void compareRequests(int rounds) throws IOException, InterruptedException {
         double[][] rates = new double[2][rounds];
-        double[][] times = new double[3][rounds];
+        double[][] times = new double[2][rounds];
         List<String> addresses = List.of(OURS, BY_HAND);
         for (int round = -1; round < rounds; round++) { // the first warms up
+            double[] rate = new double[2];
             for (int turn = 0; turn < 2; turn++) {
                 int which = (round + turn + 2) % 2;
-                double rate = requestsPerSecond(addresses.get(which));
-                double time = microseconds(REQUESTS, () -> ask(addresses.get(which), PORT));
-                if (round >= 0) {
-                    rates[which][round] = rate;
-                    times[which][round] = time;
-                }
+                rate[which] = requestsPerSecond(addresses.get(which));
             }
-            if (round >= 0) {
-                times[2][round] = microseconds(REQUESTS, () -> ask(dotted(SERVERS[0]), SERVER_PORT));
+            double[] time = microseconds(REQUESTS, () -> ask(OURS, PORT), () -> ask(BY_HAND, PORT),
+                    () -> ask(dotted(SERVERS[0]), SERVER_PORT));
+            for (int which = 0; round >= 0 && which < 2; which++) {
+                rates[which][round] = rate[which];
+                times[which][round] = time[which] - time[2];
             }
         }
         report("requests a second", rates[0], rates[1]);
-        for (int round = 0; round < rounds; round++) {
-            times[0][round] -= times[2][round];
-            times[1][round] -= times[2][round];
-        }
         report("added latency, us", times[0], times[1]);
     }
 
@@ -251,23 +261,31 @@ final class ProxyBench {
                 median(ratios));
     }
 
-    private static void compareWeights(int rounds, Path socket) throws IOException {
+    private static CMNServerWeights weightOfOne() {
         CMNServerWeights weights = new CMNServerWeights(1);
         weights.sClusterID = "bench";
         weights.iPortNumber = PORT;
         weights.setServerId("a", 0);
         weights.iServerIdKey[0] = NATIVES.calcClusterIdKeyNative("a", "");
+        return weights;
+    }
+
+    private static void changeWeight(CMNServerWeights weights, int weight) {
+        weights.iWeight[0] = weight;
+        check("weight", NATIVES.setServerWeightsNative(weights, 1));
+        check("weight of a", weights.iRC[0]);
+    }
+
+    private static void compareWeights(int rounds, Path socket) throws IOException {
+        CMNServerWeights weights = weightOfOne();
         double[] ours = new double[rounds];
         double[] byHand = new double[rounds];
         int[] weight = {0};
         for (int round = 0; round < rounds; round++) {
-            ours[round] = microseconds(CHANGES, () -> {
-                weights.iWeight[0] = 1 + weight[0]++ % 10;
-                check("weight", NATIVES.setServerWeightsNative(weights, 1));
-                check("weight of a", weights.iRC[0]);
-            });
-            byHand[round] = microseconds(CHANGES,
-                    () -> command(socket, "set server servers/a weight " + (1 + weight[0]++ % 10)));
+            double[] times = microseconds(CHANGES, () -> changeWeight(weights, 1 + weight[0]++ % 10),
+                    () -> command(socket, "set server servers" + PORT + "/a weight " + (1 + weight[0]++ % 10)));
+            ours[round] = times[0];
+            byHand[round] = times[1];
         }
         report("one weight changed, us", ours, byHand);
     }
@@ -283,28 +301,48 @@ final class ProxyBench {
         }
     }
 
-    /** {@return the memory of all processes below this one that run the executor's HAProxy, in KB} */
+    /** {@return the resident memory of a process in KB} */
+    private static long memoryOf(long process) throws IOException {
+        return Files.readAllLines(Path.of("/proc", String.valueOf(process), "status")).stream()
+                .filter(text -> text.startsWith("VmRSS:")).mapToLong(text -> Long.parseLong(text.replaceAll("\\D", "")))
+                .sum();
+    }
+
+    /** {@return the memory of the executor's HAProxy in KB: its worker, and the process that minds it} */
     private static long memory() throws IOException {
         long sum = 0;
         for (ProcessHandle process : ProcessHandle.current().descendants().toList()) {
             Path folder = Path.of("/proc", String.valueOf(process.pid()));
             String line = new String(Files.readAllBytes(folder.resolve("cmdline")), StandardCharsets.US_ASCII);
             if (line.contains("haproxy\0-") && line.contains("qelxw-proxy-")) {
-                sum += Files.readAllLines(folder.resolve("status")).stream().filter(text -> text.startsWith("VmRSS:"))
-                        .mapToLong(text -> Long.parseLong(text.replaceAll("\\D", ""))).sum();
+                sum += memoryOf(process.pid());
             }
         }
         return sum;
     }
 
-    private static void measurePorts(int ports) throws IOException {
+    private static void measurePorts(int ports, Path folder) throws IOException, InterruptedException {
         long before = memory();
         long begin = System.nanoTime();
         for (int index = 0; index < ports; index++) {
             addPort(20_000 + index);
         }
         double each = (System.nanoTime() - begin) / 1e6 / ports;
-        System.out.printf("%d more ports: %.1f ms each, HAProxy's memory from %d to %d KB%n", ports, each, before,
-                memory());
+        Thread.sleep(2000); // the executor looks each second whether workers that were replaced have ended
+        changeWeight(weightOfOne(), 1);
+        Thread.sleep(2000);
+        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(PORT));
+        for (int index = 0; index < ports; index++) {
+            text.append(portByHand(20_000 + index));
+        }
+        Files.delete(folder.resolve("socket"));
+        Process byHand = startByHand(folder, text.toString());
+        try {
+            System.out.printf("%d more ports: %.1f ms each; HAProxy's memory from %d to %d KB, by hand %d KB%n", ports,
+                    each, before, memory(), memoryOf(byHand.pid()));
+        } finally {
+            byHand.destroy();
+            byHand.waitFor();
+        }
     }
 }
