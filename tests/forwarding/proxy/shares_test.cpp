@@ -32,10 +32,12 @@ TEST_F(ProxyShares, ofADownServerGoToTheOthers) {
 
 TEST_F(ProxyShares, ofAQuiescedServerGoToTheOthers) {
     addPort(kServicePort);
+    const int before = worker();
     ServerRecord record = changeServerRequest(kServicePort, 1);
     set(record.setQuiesced, record.quiesced, 1);
     ASSERT_EQ(perform(state, record), 0);
     EXPECT_TRUE(areNear(ask(60), Shares{{"web2", 24}, {"web3", 36}}));
+    EXPECT_EQ(worker(), before);
 }
 
 TEST_F(ProxyShares, ofAServerWithoutWeightGoToTheOthers) {

@@ -117,6 +117,57 @@ TEST(ProxyConfiguration, asksForCookiesWhereARuleHasThem) {
         EXPECT_FALSE(isCookieValue(value)) << value;
 }
 
+// The lines of a section that begin with a word, as texts.
+std::vector<std::string> textsWith(const ConfigurationSection *section, const std::string &word) {
+    std::vector<std::string> texts;
+    for (const ConfigurationLine &line : linesWith(*section, word)) {
+        std::string text;
+        for (const std::string &each : line)
+            text += (text.empty() ? "" : " ") + each;
+        texts.push_back(text);
+    }
+    return texts;
+}
+
+TEST(ProxyConfiguration, tellsTimes) {
+    using Texts = std::vector<std::string>;
+    Plan plan = planWith("shop", "a", "basket");
+    auto sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "frontend", "f1"), "timeout"), (Texts{"client 300s"}));
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b1"), "timeout"), (Texts{"connect 5s", "server 300s"}));
+    Pool &own = plan.pools.at({kPortId, Transport::tcp, std::nullopt});
+    own.settings.staleTimeout = 20;
+    own.settings.stickyTime = 4'000'000'000; // is cut to what HAProxy can count
+    own.settings.stickyBits = 24;
+    own.servers.at(2).connectTimeout = 7;
+    plan.settings.finTimeout = 3;
+    plan.settings.cookieLifetime = 60;
+    sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "defaults", ""), "timeout"),
+              (Texts{"connect 5s", "client 300s", "server 300s", "client-fin 3s", "server-fin 3s"}));
+    EXPECT_EQ(textsWith(sectionIn(sections, "frontend", "f1"), "timeout"), (Texts{"client 20s"}));
+    const ConfigurationSection *backend = sectionIn(sections, "backend", "b1");
+    EXPECT_EQ(textsWith(backend, "timeout"), (Texts{"connect 7s", "server 20s"}));
+    EXPECT_EQ(textsWith(backend, "stick-table"), (Texts{"type ip size 100k expire 2073600s"}));
+    EXPECT_EQ(textsWith(backend, "stick"), (Texts{"on src,ipmask(24) table b1"}));
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b2"), "cookie"),
+              (Texts{"basket insert preserve nocache attr Max-Age=60"}));
+}
+
+TEST(ProxyConfiguration, hasWhatStandsByForAServer) {
+    Plan plan = planWith("images", "a", "");
+    PoolServer &server = plan.pools.at({kPortId, Transport::tcp, std::nullopt}).servers.at(2);
+    server.backup = {ipv4(10, 0, 2, 2), 8080};
+    server.source = ipv4(10, 0, 0, 9);
+    const auto sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b1"), "server"),
+              (std::vector<std::string>{
+                  "s1 10.0.1.1:8080 id 1 weight 10",
+                  "s2 10.0.1.2:8080 id 2 weight 10 source 10.0.0.9 check inter 1s fall 2 rise 2",
+                  "t2 10.0.2.2:8080 id 1000000002 weight 10 source 10.0.0.9 backup",
+              }));
+}
+
 TEST(ProxyConfiguration, makesNetworksOfARange) {
     EXPECT_EQ(networksIn(ipv4(10, 0, 0, 16), ipv4(10, 0, 0, 40)),
               (std::vector<std::string>{"10.0.0.16/28", "10.0.0.32/29", "10.0.0.40/32"}));
