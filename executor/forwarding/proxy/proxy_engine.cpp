@@ -82,7 +82,7 @@ void takeBack(const ProxyEngine &engine, const std::vector<Step> &steps, std::si
 }
 
 // Does all steps, or none; `words` are HAProxy's then.
-bool performSteps(const ProxyEngine &engine, const std::vector<Step> &steps, LogText &words) {
+bool performSteps(ProxyEngine &engine, const std::vector<Step> &steps, LogText &words) {
     std::size_t done = 0;
     try {
         for (const Step &step : steps) {
@@ -91,7 +91,10 @@ bool performSteps(const ProxyEngine &engine, const std::vector<Step> &steps, Log
             if (!isAnswered || !isDone(reply)) {
                 append(words, "HAProxy: ");
                 appendName(words, isAnswered ? reply.substr(0, 200) : "no answer");
-                takeBack(engine, steps, done);
+                // Without an answer it may have been done, and the connection has ended. A worker that does not answer
+                // now either is replaced with the next command.
+                if (isAnswered || isAnswering(engine.workers, engine.child))
+                    takeBack(engine, steps, isAnswered ? done : done + 1);
                 return false;
             }
             ++done;

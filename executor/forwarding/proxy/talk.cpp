@@ -80,6 +80,27 @@ bool receive(const OwnDescriptor &descriptor, std::string &reply, Clock::time_po
     }
 }
 
+// Whether as many replies come as there are commands.
+bool receiveReplies(const OwnDescriptor &socket, std::ptrdiff_t left, std::string &replies, Clock::time_point end) {
+    for (std::size_t seen = 0; left > 0;) {
+        const std::size_t before = replies.size();
+        if (!receive(socket, replies, end) || replies.size() == before)
+            return false;
+        for (std::size_t prompt = 0; (prompt = replies.find(kPrompt, seen)) != std::string::npos; --left) {
+            replies.erase(prompt + 1, kPrompt.size() - 1);
+            seen = prompt + 1;
+        }
+        seen = std::max(seen, replies.size() - std::min(replies.size(), kPrompt.size() - 1));
+    }
+    return true;
+}
+
+// Also in a process that was forked off, which may have it open as well.
+void endConnection(const OwnDescriptor &socket) {
+    if (isOurs(socket))
+        shutdown(socket.number, SHUT_RDWR);
+}
+
 } // namespace
 
 bool ask(const std::string &socketPath, std::string_view command, std::string &reply, int milliseconds) {
@@ -110,25 +131,15 @@ bool holdWorker(const std::string &socketPath, HeldWorker &worker) {
 bool askHeld(const HeldWorker &worker, std::string_view commands, std::string &replies, int milliseconds) {
     const Clock::time_point end = after(milliseconds);
     replies.clear();
-    if (!sendAll(worker.socket, std::string(commands) + "\n", end))
-        return false;
-    auto left = 1 + std::count(commands.begin(), commands.end(), '\n');
-    for (std::size_t seen = 0; left > 0;) {
-        const std::size_t before = replies.size();
-        if (!receive(worker.socket, replies, end) || replies.size() == before)
-            return false;
-        for (std::size_t prompt = 0; (prompt = replies.find(kPrompt, seen)) != std::string::npos; --left) {
-            replies.erase(prompt + 1, kPrompt.size() - 1);
-            seen = prompt + 1;
-        }
-        seen = std::max(seen, replies.size() - std::min(replies.size(), kPrompt.size() - 1));
-    }
-    return true;
+    if (sendAll(worker.socket, std::string(commands) + "\n", end) &&
+        receiveReplies(worker.socket, 1 + std::count(commands.begin(), commands.end(), '\n'), replies, end))
+        return true;
+    endConnection(worker.socket); // what comes late would be taken for the reply to something else
+    return false;
 }
 
 void releaseWorker(HeldWorker &worker) {
-    if (isOurs(worker.socket))
-        shutdown(worker.socket.number, SHUT_RDWR); // a process that was forked off may have it open as well
+    endConnection(worker.socket);
     closeOwn(worker.socket);
     worker.process = 0;
 }

@@ -1,9 +1,13 @@
 // HAProxy's configuration and replies as texts; no HAProxy is needed.
 #include "executor/forwarding/proxy/configuration.h"
 #include "executor/forwarding/proxy/replies.h"
+#include "executor/forwarding/proxy/talk.h"
 #include "proxy/configuration_model.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace rk {
 
@@ -326,6 +330,27 @@ TEST(ProxyReplies, mayBeAnything) {
         EXPECT_GE(parseProcess(hostile), 0);
         EXPECT_EQ(alertsIn(hostile).find('\n'), std::string::npos);
     }
+}
+
+// A reply that comes late is not taken for the one to another command.
+TEST(ProxyTalk, endsWithAReplyThatDoesNotCome) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    HeldWorker worker{1, ownDescriptor(ends[0])};
+    const auto answer = [&ends](const std::string &text) {
+        EXPECT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    };
+    std::string reply;
+    answer("one\n\n> ");
+    EXPECT_TRUE(askHeld(worker, "show", reply));
+    EXPECT_EQ(reply, "one\n\n");
+    answer("one\n\n> tw");
+    EXPECT_FALSE(askHeld(worker, "show\nshow", reply, 20));
+    signal(SIGPIPE, SIG_IGN);
+    (void)!write(ends[1], "o\n\n> ", 5);
+    EXPECT_FALSE(askHeld(worker, "show", reply));
+    releaseWorker(worker);
+    close(ends[1]);
 }
 
 } // namespace
