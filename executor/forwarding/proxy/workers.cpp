@@ -1,12 +1,15 @@
 #include "executor/forwarding/proxy/workers.h"
 
 #include <algorithm>
+#include <unistd.h>
 
 namespace rk {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr int kTakeOverTime = 10000; // milliseconds
 
 void add(Totals &sum, const Totals &totals) {
     sum.connections += totals.connections;
@@ -88,16 +91,16 @@ bool isAnswering(Workers &workers, const ProxyChild &child) {
 
 bool takeOver(Workers &workers, const ProxyChild &child) {
     HeldWorker next;
-    // For a moment both may answer on the same socket.
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        if (!holdWorker(workerSocket(child), next))
-            return false;
-        if (next.process != workers.current.process)
-            break;
+    // Both answer on the same socket until the former one has heard that it is to stop.
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(kTakeOverTime);
+    while (holdWorker(workerSocket(child), next) && next.process == workers.current.process && Clock::now() < end) {
         releaseWorker(next);
+        usleep(1000);
     }
-    if (next.process == 0)
+    if (next.process == 0 || next.process == workers.current.process) {
+        releaseWorker(next);
         return false;
+    }
     if (workers.current.process != 0)
         workers.former.push_back(workers.current);
     workers.current = next;
