@@ -16,6 +16,7 @@ import java.nio.channels.SocketChannel;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Stream;
@@ -57,7 +58,8 @@ final class ProxyBench {
         Process byHand = startByHand(folder, farmByHand(folder));
         try {
             startOurs();
-            compareRequests(rounds);
+            letWorkersEnd();
+            compareRequests(rounds, new long[] {workerOfOurs(), byHand.pid()});
             compareWeights(rounds, folder.resolve("socket"));
             measurePorts(ports, folder);
         } finally {
@@ -125,8 +127,9 @@ final class ProxyBench {
     private static Process startByHand(Path folder, String text) throws IOException, InterruptedException {
         Path file = Files.writeString(folder.resolve("haproxy.cfg"), text);
         String named = System.getenv("QELXW_HAPROXY");
-        Process process = new ProcessBuilder(named == null ? "/usr/sbin/haproxy" : named, "-db", "-f", file.toString())
-                .redirectErrorStream(true).redirectOutput(folder.resolve("log").toFile()).start();
+        // In a session of its own, as the executor's is: a system may share its processors out among sessions.
+        Process process = new ProcessBuilder("setsid", named == null ? "/usr/sbin/haproxy" : named, "-db", "-f",
+                file.toString()).redirectErrorStream(true).redirectOutput(folder.resolve("log").toFile()).start();
         while (!Files.exists(folder.resolve("socket"))) {
             Thread.sleep(10);
         }
@@ -200,6 +203,17 @@ final class ProxyBench {
         }
     }
 
+    /** {@return what a process's threads have had of the processors, in microseconds} */
+    private static double processorTime(long process) throws IOException {
+        double sum = 0;
+        try (Stream<Path> threads = Files.list(Path.of("/proc", String.valueOf(process), "task"))) {
+            for (Path thread : threads.toList()) {
+                sum += Long.parseLong(Files.readString(thread.resolve("schedstat")).split(" ")[0]) / 1e3;
+            }
+        }
+        return sum;
+    }
+
     private static double requestsPerSecond(String address) throws InterruptedException {
         Thread[] clients = new Thread[CLIENTS];
         long begin = System.nanoTime();
@@ -220,7 +234,9 @@ final class ProxyBench {
     private static double[] microseconds(int times, Work... works) throws IOException {
         double[][] values = new double[works.length][times];
         for (int index = 0; index < times; index++) {
-            for (int work = 0; work < works.length; work++) {
+            for (int turn = 0; turn < works.length; turn++) {
+                int step = index / works.length % 2 == 0 ? 1 : works.length - 1; // each comes after each other
+                int work = (index + step * turn) % works.length;
                 long begin = System.nanoTime();
                 works[work].perform();
                 values[work][index] = (System.nanoTime() - begin) / 1e3;
@@ -230,24 +246,30 @@ final class ProxyBench {
     }
 
     /** In each round both are measured, the first of them in turns. */
-    private static void compareRequests(int rounds) throws IOException, InterruptedException {
+    private static void compareRequests(int rounds, long[] processes) throws IOException, InterruptedException {
         double[][] rates = new double[2][rounds];
+        double[][] loads = new double[2][rounds];
         double[][] times = new double[2][rounds];
         List<String> addresses = List.of(OURS, BY_HAND);
         for (int round = -1; round < rounds; round++) { // the first warms up
             double[] rate = new double[2];
+            double[] load = new double[2];
             for (int turn = 0; turn < 2; turn++) {
                 int which = (round + turn + 2) % 2;
+                double before = processorTime(processes[which]);
                 rate[which] = requestsPerSecond(addresses.get(which));
+                load[which] = (processorTime(processes[which]) - before) / CLIENTS / REQUESTS;
             }
             double[] time = microseconds(REQUESTS, () -> ask(OURS, PORT), () -> ask(BY_HAND, PORT),
                     () -> ask(dotted(SERVERS[0]), SERVER_PORT));
             for (int which = 0; round >= 0 && which < 2; which++) {
                 rates[which][round] = rate[which];
+                loads[which][round] = load[which];
                 times[which][round] = time[which] - time[2];
             }
         }
         report("requests a second", rates[0], rates[1]);
+        report("processor a request, us", loads[0], loads[1]);
         report("added latency, us", times[0], times[1]);
     }
 
@@ -274,6 +296,13 @@ final class ProxyBench {
         weights.iWeight[0] = weight;
         check("weight", NATIVES.setServerWeightsNative(weights, 1));
         check("weight of a", weights.iRC[0]);
+    }
+
+    /** Workers that were replaced: the executor looks each second, as commands come, whether they can end. */
+    private static void letWorkersEnd() throws InterruptedException {
+        Thread.sleep(1500);
+        changeWeight(weightOfOne(), 10);
+        Thread.sleep(500);
     }
 
     private static void compareWeights(int rounds, Path socket) throws IOException {
@@ -308,15 +337,28 @@ final class ProxyBench {
                 .sum();
     }
 
-    /** {@return the memory of the executor's HAProxy in KB: its worker, and the process that minds it} */
-    private static long memory() throws IOException {
-        long sum = 0;
+    /** {@return the processes of the executor's HAProxy: the one that minds the worker, and the worker} */
+    private static List<ProcessHandle> processesOfOurs() throws IOException {
+        List<ProcessHandle> processes = new ArrayList<>();
         for (ProcessHandle process : ProcessHandle.current().descendants().toList()) {
             Path folder = Path.of("/proc", String.valueOf(process.pid()));
             String line = new String(Files.readAllBytes(folder.resolve("cmdline")), StandardCharsets.US_ASCII);
             if (line.contains("haproxy\0-") && line.contains("qelxw-proxy-")) {
-                sum += memoryOf(process.pid());
+                processes.add(process);
             }
+        }
+        return processes;
+    }
+
+    private static long workerOfOurs() throws IOException {
+        return processesOfOurs().stream().filter(process -> process.children().findAny().isEmpty()).findAny()
+                .orElseThrow().pid();
+    }
+
+    private static long memory() throws IOException {
+        long sum = 0;
+        for (ProcessHandle process : processesOfOurs()) {
+            sum += memoryOf(process.pid());
         }
         return sum;
     }
@@ -328,9 +370,7 @@ final class ProxyBench {
             addPort(20_000 + index);
         }
         double each = (System.nanoTime() - begin) / 1e6 / ports;
-        Thread.sleep(2000); // the executor looks each second whether workers that were replaced have ended
-        changeWeight(weightOfOne(), 1);
-        Thread.sleep(2000);
+        letWorkersEnd();
         StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(PORT));
         for (int index = 0; index < ports; index++) {
             text.append(portByHand(20_000 + index));

@@ -118,8 +118,9 @@ void appendFrontend(std::string &text, const Plan &plan, const Pool &pool, const
     if (areRequestsRead)
         line(text, {"option idle-close-on-response"}); // a request that is on its way to a replaced worker is answered
     line(text, {"timeout client ", seconds(stale == 0 ? kDefaultStaleTime : stale)});
-    line(text, {"use_backend b", number(own), " if ", found("src", boundFile(folder, own))});
     const auto port = plan.ports.find(pool.id.port);
+    if (port != plan.ports.end() && !port->second.selectors.empty())
+        line(text, {"use_backend b", number(own), " if ", found("src", boundFile(folder, own))});
     int selectors = 0;
     if (port != plan.ports.end()) {
         for (const auto &[priority, selector] : port->second.selectors) {
