@@ -24,8 +24,8 @@ struct HeldWorker {
 // False when the worker does not answer.
 bool holdWorker(const std::string &socketPath, HeldWorker &worker);
 
-// Sends commands, one a line, and reads all their replies; each ends with a line feed. False when they do not come within
-// `milliseconds`; the connection is of no use any more then.
+// Sends commands, one a line, and reads all their replies; each ends with a line feed. False when they do not come
+// within `milliseconds`; the connection is of no use any more then.
 bool askHeld(const HeldWorker &worker, std::string_view commands, std::string &replies,
              int milliseconds = kCommandTime);
 void releaseWorker(HeldWorker &worker);
