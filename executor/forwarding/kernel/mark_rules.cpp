@@ -199,6 +199,10 @@ std::string markChains(const Plan &plan, const MarkNumbers &marks) {
                   " chain from_this_machine {\n  type route hook output priority mangle;\n  jump mark_packets\n }\n";
 }
 
+std::string sourceLine(const std::string &asked, const std::string &addresses, const std::string &source) {
+    return asked + " ip daddr { " + addresses + " } snat to " + source + "\n";
+}
+
 // The connections of a port that are to have a source address: by what the client asked for and where it is sent, so
 // that nothing else on its way to a server is changed.
 std::string sourceLines(const Pool &pool) {
@@ -212,7 +216,7 @@ std::string sourceLines(const Pool &pool) {
         asked += " ct original proto-dst " + std::to_string(pool.id.port.port);
     std::string lines;
     for (const auto &[source, addresses] : servers)
-        lines += asked + " ip daddr { " + addresses + " } snat to " + source + "\n";
+        lines += sourceLine(asked, addresses, source);
     return lines;
 }
 
