@@ -31,6 +31,10 @@ done
 
 unit=$folder/usr/lib/systemd/system/qelxwd.service
 grep -q '^ExecStart=/.*/sbin/qelxwd \$QELXWD_OPTIONS$' "$unit"
+# To forward takes one right, which the unit's user has not by itself; it has no other.
+for setting in AmbientCapabilities CapabilityBoundingSet; do
+    grep -qx "$setting=CAP_NET_ADMIN" "$unit" || { echo "not in the unit: $setting=CAP_NET_ADMIN"; exit 1; }
+done
 
 # The user of the unit is made, and is the one that udev gives /dev/cuse and logrotate the logs.
 user=$(sed -n 's/^User=//p' "$unit")
