@@ -38,7 +38,7 @@ newest_jdk() {
 # has_package PACKAGE: whether the machine has what a Debian package is needed for, wherever it came from.
 has_package() {
     case $1 in
-        g++ | clang | cmake) command -v "$1" > /dev/null ;;
+        g++ | clang | cmake | curl | python3) command -v "$1" > /dev/null ;;
         haproxy) [[ -x /usr/sbin/haproxy ]] || command -v haproxy > /dev/null ;;
         ninja-build) command -v ninja > /dev/null ;;
         openjdk-17-jdk-headless) find_jdk > /dev/null ;;

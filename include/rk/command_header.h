@@ -80,6 +80,7 @@ enum class Command : int32_t {
 // The most bytes of the shared block that travel.
 inline constexpr std::size_t kWireBytes = 64016;
 
+// What every block begins with. Commands deleteBackup and setHighAvailabilityTimers are nothing more.
 struct CommandHeader {
     Command command;
     int32_t result;  // written by the executor: 0 on success, -1 on failure

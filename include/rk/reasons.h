@@ -145,22 +145,28 @@ inline constexpr int32_t kStatusServerNotInRule = -59;
 inline constexpr int32_t kStatusServerInRule = -60;
 inline constexpr int32_t kStatusRuleRange = -82;
 
-// Of high availability.
-inline constexpr int32_t kStatusBadTakeOverAddress = -1;
+// Of the backup and the timers of high availability.
 inline constexpr int32_t kStatusBadTimer = -6;       // negative, or no number
 inline constexpr int32_t kStatusBadBackupPort = -10; // outside 1 to 65535, or no number
 inline constexpr int32_t kStatusTimersRefused = -17;
+
+// Of reach targets.
 inline constexpr int32_t kStatusReachRefused = -34;
+inline constexpr int32_t kStatusBadReachMask = -46;
+inline constexpr int32_t kStatusBadReachAddress = -47;
+inline constexpr int32_t kStatusReachNotDeleted = -47; // the address is none, or no target has it
+
+// Of heartbeats.
 inline constexpr int32_t kStatusHeartbeatRefused = -35; // for another reason than the next two
 inline constexpr int32_t kStatusHeartbeatExists = -44;
 inline constexpr int32_t kStatusHeartbeatPair = -45;
-inline constexpr int32_t kStatusTakeOverRefused = -36;
-inline constexpr int32_t kStatusBadReachMask = -46;
-inline constexpr int32_t kStatusBadReachAddress = -47;
-inline constexpr int32_t kStatusReachNotDeleted = -47;   // the address is none, or no target has it
 inline constexpr int32_t kStatusBadFirstHeartbeat = -46; // of the two addresses of a heartbeat
 inline constexpr int32_t kStatusBadSecondHeartbeat = -47;
 inline constexpr int32_t kStatusHeartbeatNotDeleted = -47; // the address is none, or no heartbeat has it
+
+// Of taking over.
+inline constexpr int32_t kStatusBadTakeOverAddress = -1;
+inline constexpr int32_t kStatusTakeOverRefused = -36;
 
 // Of cluster addresses on network interfaces. The status of the command that sets them is returned as it is.
 inline constexpr int32_t kStatusNoInterface = -62;   // none on the subnet, no alias free, or a text not fit for a shell
