@@ -1,6 +1,7 @@
 // The command line of qelxwd, and its words for mistakes.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace rk {
