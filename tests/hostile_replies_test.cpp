@@ -78,7 +78,7 @@ std::string answered(const Scenario &scenario, const Fill &fill) {
     return result.text;
 }
 
-const Scenario &scenarioOf(const std::string &native, const std::string &way) {
+const Scenario &scenarioOf(std::string_view native, std::string_view way) {
     for (const Scenario &scenario : faults::scenarios())
         if (scenario.native == native && scenario.way.rfind(way, 0) == 0)
             return scenario;
