@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
+#include <string_view>
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
