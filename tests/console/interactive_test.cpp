@@ -1,6 +1,8 @@
 // The console in a terminal.
 #include "console_process.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace rk {
@@ -103,6 +105,58 @@ TEST(Interactive, LongTextsArePrintedWhereThePagerDoesNotStart) {
     ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
     type(session, "debug misc 0\r");
     ASSERT_TRUE(waitFor(session, "Misc debug:")) << session.seen;
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
+// Native code prints into a file, which a session of days must not fill.
+TEST(Interactive, WhatNativeCodePrintedIsNotKept) {
+    TerminalSession session = openWithPager("");
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    const std::string caught = "/proc/" + std::to_string(session.process) + "/fd/1";
+    for (int i = 0; i < 3; ++i) {
+        const std::size_t before = session.seen.size();
+        type(session, "connection list\r");
+        ASSERT_TRUE(waitFor(session, "DEBUGGING", before)) << session.seen;
+        ASSERT_TRUE(waitFor(session, kPrompt, session.seen.find("DEBUGGING", before))) << session.seen;
+        EXPECT_EQ(session.seen.find("DEBUGGING", session.seen.find("DEBUGGING", before) + 1), std::string::npos);
+        EXPECT_EQ(std::filesystem::file_size(caught), 0U);
+    }
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
+TEST(Interactive, ScriptGoesBeforeThePrompt) {
+    const std::string file = makeFolder() + "/farm.rk";
+    std::ofstream(file) << "cluster add web --address 10.0.0.1\n";
+    TerminalSession session = openTerminal(
+        {{"--script", file, "--interactive"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    EXPECT_NE(session.seen.find("ok\r\n"), std::string::npos) << session.seen;
+    type(session, "cluster list --json\r");
+    EXPECT_TRUE(waitFor(session, "[\"web\"]")) << session.seen;
+    type(session, "quit\r");
+    EXPECT_EQ(closeTerminal(session), 0) << session.seen;
+}
+
+TEST(Interactive, ManyObjectsAreChangedAfterAQuestionOnly) {
+    const std::string file = makeFolder() + "/farm.rk";
+    std::ofstream farm(file);
+    farm << "cluster add web --address 10.0.0.1\nport add web 80\n";
+    for (int i = 10; i < 21; ++i)
+        farm << "server add web 80 s" << i << "\n";
+    farm.close();
+    TerminalSession session = openTerminal(
+        {{"--script", file, "--interactive"}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=/dev/null/home"}});
+    ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
+    type(session, "server remove web 80 *\r");
+    ASSERT_TRUE(waitFor(session, "server remove for 11 servers? (y/n)")) << session.seen;
+    type(session, "n\r");
+    ASSERT_TRUE(waitFor(session, "server remove: nothing was done")) << session.seen;
+    type(session, "server remove web 80 s1*\r");
+    ASSERT_TRUE(waitFor(session, "ok: 10 servers")) << session.seen;
+    type(session, "server remove web 80 *\r");
+    ASSERT_TRUE(waitFor(session, "ok: 1 server\r")) << session.seen;
     type(session, "quit\r");
     EXPECT_EQ(closeTerminal(session), 0) << session.seen;
 }

@@ -110,7 +110,7 @@ TEST(Scripts, JsonAndHelpWorkOnALine) {
                   "cluster status x --json\n",
                   {"--keep-going"});
     EXPECT_EQ(run.exitStatus, 2);
-    EXPECT_EQ(run.out.find("[]\nUsage: rk-console cluster remove [-h] [--json] CLUSTER\n"), 0U) << run.out;
+    EXPECT_EQ(run.out.find("[]\nUsage: rk-console cluster remove [-h] [--json] [--yes] CLUSTER\n"), 0U) << run.out;
     EXPECT_EQ(run.err, "line 6: help: there is no command no such\n"
                        "{\"status\":-5,\"meaning\":\"the cluster does not exist\",\"command\":\"cluster status\","
                        "\"line\":7}\n");

@@ -74,7 +74,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "--forward is for the user-space executor\nTry: --help\n"},
         Mistake{{"--forward=all", "cluster", "list"}, "--forward takes proxy or none, and not 'all'\nTry: --help\n"},
         Mistake{{"--script", "x", "cluster", "list"},
-                "--script, --first, --keep-going and --echo are for scripts, and a command is given\nTry: --help\n"},
+                "--script, --first, --keep-going, --echo and --interactive are for scripts, and a command is given\n"
+                "Try: --help\n"},
         Mistake{{"--json", "cluster", "status"},
                 "{\"meaning\":\"Missing required parameter: 'CLUSTER'\",\"command\":\"cluster status\"}\n"}));
 

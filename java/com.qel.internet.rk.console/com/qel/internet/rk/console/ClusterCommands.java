@@ -14,17 +14,24 @@ final class ClusterCommands {
     private static final Table STATUS = Table.of(CMNCluster::new,
             read("sClusterId", "identifier", Kind.TEXT),
             read("iClusterIdKey", "key", Kind.KEY),
-            setting("Address", "address", Kind.ADDRESS, "--address", "SetIPAddress"),
+            setting("Address", "address", Kind.ADDRESS, "--address", "SetIPAddress")
+                    .initially(null),
             setting("sPrimaryHost", "primary host", Kind.ADDRESS, "--primary-host", "SetPrimaryHost"),
             setting("natPtAddress", "NAT address", Kind.IPV4_BYTES, "--nat-address", "SetNatPtAddress"),
             read("NumPorts", "ports", Kind.INT),
-            setting("MaxNumberOfPorts", "most ports", Kind.INT, "--max-ports", "SetMaxNumberOfPorts"),
+            setting("MaxNumberOfPorts", "most ports", Kind.INT, "--max-ports", "SetMaxNumberOfPorts")
+                    .initially("64").inherits("--default-max-ports"),
             setting("iActiveConnsProp", "proportions (active, new, port, system)", Kind.INT, "--proportions",
                     "SetClusterProportions")
-                    .and("iNewConnsProp", "iPortSpecificProp", "iSystemProp"),
+                    .and("iNewConnsProp", "iPortSpecificProp", "iSystemProp").initially("50,50,0,0"),
             setting("iSharedBytesPerSecond", "shared bandwidth, bytes per second", Kind.INT, "--shared-bandwidth",
-                    "SetSharedBandwidth"))
+                    "SetSharedBandwidth").within("0 to 2147483647"))
             .with(PortDefaults.PROPERTIES);
+
+    static final Level LEVEL = new Level("cluster", Family.CLUSTER, STATUS,
+            CMNExecutorInterface::getClusterStatusNative, CMNExecutorInterface::setClusterStatusNative,
+            CMNExecutorInterface::addClusterNative, CMNExecutorInterface::removeClusterNative,
+            Identity.cluster("sClusterId", "iClusterIdKey"));
 
     private static final List<String> COLUMNS = List.of("sClusterId", "Address", "NumPorts", "MaxNumberOfPorts");
 
@@ -49,18 +56,15 @@ final class ClusterCommands {
 
     /** {@return the commands} */
     static CommandSpec create(Session session) {
-        ObjectFamily clusters = new ObjectFamily(session, Family.CLUSTER, "cluster",
-                "Clusters: the addresses on which load is balanced.",
-                Identity.cluster("sClusterId", "iClusterIdKey"));
-        clusters.add("Add a cluster.", STATUS, CMNExecutorInterface::addClusterNative, "--address");
-        clusters.set("Change settings of a cluster.", STATUS, CMNExecutorInterface::setClusterStatusNative);
-        clusters.remove("Remove a cluster, and all that hangs below it.", STATUS,
-                CMNExecutorInterface::removeClusterNative);
-        clusters.show("status", "Show the settings of a cluster.", STATUS,
-                CMNExecutorInterface::getClusterStatusNative);
+        ObjectFamily clusters = new ObjectFamily(session, LEVEL,
+                "Clusters: the addresses on which load is balanced.");
+        clusters.add("Add a cluster.", STATUS, LEVEL.add(), "--address");
+        clusters.set("Change settings of a cluster.", STATUS, LEVEL.change());
+        clusters.remove("Remove a cluster, and all that hangs below it.", STATUS, LEVEL.remove());
+        clusters.show("status", "Show the settings of a cluster.", STATUS, LEVEL.read());
         clusters.show("report", "Show the counters of a cluster.", REPORT,
                 CMNExecutorInterface::getClusterReportNative);
-        clusters.list("List the clusters.", STATUS, COLUMNS, CMNExecutorInterface::getClusterStatusNative);
+        clusters.list("List the clusters.", STATUS, COLUMNS, LEVEL.read());
         clusters.cps("Set the connections-per-second counter of a cluster.", STATUS, "iConnectionsPerSecond",
                 CMNExecutorInterface::setClusterCPSNative);
         return clusters.definition();

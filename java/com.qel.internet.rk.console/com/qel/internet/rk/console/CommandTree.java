@@ -19,6 +19,7 @@ final class CommandTree {
         root.addSubcommand(new CommandLine(ServerCommands.create(session)));
         root.addSubcommand(new CommandLine(WeightsCommands.create(session)));
         root.addSubcommand(new CommandLine(RuleCommands.create(session)));
+        root.addSubcommand(new CommandLine(ConfigCommands.create(session)));
         root.addSubcommand(new CommandLine(HaCommands.create(session)));
         root.addSubcommand(new CommandLine(InterfaceCommands.create(session)));
         root.addSubcommand(new CommandLine(AliasCommands.create(session)));

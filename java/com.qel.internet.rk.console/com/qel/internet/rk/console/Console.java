@@ -6,6 +6,9 @@ import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 import java.util.List;
+import org.jline.reader.EndOfFileException;
+import org.jline.reader.LineReaderBuilder;
+import org.jline.reader.UserInterruptException;
 import org.jline.terminal.Terminal;
 import org.jline.terminal.TerminalBuilder;
 import picocli.CommandLine;
@@ -58,6 +61,9 @@ final class Console {
     @Option(names = "--script", paramLabel = "FILE",
             description = "Run the commands of a file, one a line; - for standard input.")
     private String script;
+
+    @Option(names = "--interactive", description = "After --script, take commands as they are typed.")
+    private boolean interactive;
 
     @Option(names = "--first", paramLabel = "FILE",
             description = "Run the commands of a file before those of --script or those that are typed.")
@@ -143,14 +149,19 @@ final class Console {
         if (forward != null && !forward.equals(System.getenv("QELXW_FORWARD"))) {
             throw new UsageError("--forward is taken by the launcher; without it, set QELXW_FORWARD=" + forward);
         }
-        if (hasCommand && (script != null || first != null || keepGoing || echo)) {
-            throw new UsageError("--script, --first, --keep-going and --echo are for scripts, and a command is given");
+        if (hasCommand && (script != null || first != null || keepGoing || echo || interactive)) {
+            throw new UsageError("--script, --first, --keep-going, --echo and --interactive are for scripts, and a command"
+                    + " is given");
+        }
+        if (interactive && "-".equals(script)) {
+            throw new UsageError("--interactive wants a script that is a file: standard input is what is typed");
         }
     }
 
     private int runSession(ParseResult typed) {
         try {
             session.open(kernel, log, installPath);
+            session.question = typed.hasSubcommand() ? Console::askAtTerminal : null;
             return typed.hasSubcommand() ? runner.execute(typed, 0) : runLines();
         } catch (Refusal refusal) {
             return runner.failed("user-space executor", refusal);
@@ -164,6 +175,17 @@ final class Console {
         }
     }
 
+    /** Asks whoever typed a command; where that was nobody, it is meant. */
+    private static boolean askAtTerminal(String text) {
+        try (Terminal terminal = TerminalBuilder.builder().name(NAME).system(true).dumb(false).build()) {
+            return Lines.isYes(LineReaderBuilder.builder().terminal(terminal).build().readLine(text + " (y/n) "));
+        } catch (IOException | IllegalStateException notATerminal) {
+            return true;
+        } catch (UserInterruptException | EndOfFileException left) {
+            return false;
+        }
+    }
+
     private int runLines() {
         Lines lines = new Lines(session, runner, keepGoing, echo);
         int exitStatus = first == null ? ExitStatus.SUCCESS : lines.runScript(first);
@@ -171,7 +193,10 @@ final class Console {
             return exitStatus;
         }
         if (script != null) {
-            return lines.runScript(script);
+            exitStatus = lines.runScript(script);
+        }
+        if (script != null && !interactive) {
+            return exitStatus;
         }
         try (Terminal terminal = TerminalBuilder.builder().name(NAME).system(true).dumb(false).build()) {
             return lines.runInteractively(terminal);

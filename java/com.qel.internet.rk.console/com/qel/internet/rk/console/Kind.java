@@ -1,6 +1,7 @@
 package com.qel.internet.rk.console;
 
 import com.qel.internet.rk.common.CMNListener;
+import java.net.Inet4Address;
 import java.net.InetAddress;
 import java.net.UnknownHostException;
 import java.nio.charset.StandardCharsets;
@@ -14,52 +15,62 @@ import java.util.regex.Pattern;
 
 /** What the value of a field is: how it is typed, and how people read it. */
 enum Kind {
-    INT("N", Integer.MIN_VALUE, Integer.MAX_VALUE),
-    INT8("N", Byte.MIN_VALUE, Byte.MAX_VALUE),
-    UINT8("N", 0, 255),
-    INT16("N", Short.MIN_VALUE, Short.MAX_VALUE),
-    UINT16("N", 0, 65535),
-    LONG("N", Long.MIN_VALUE, Long.MAX_VALUE),
+    INT("N", Integer.MIN_VALUE, Integer.MAX_VALUE, "0"),
+    INT8("N", Byte.MIN_VALUE, Byte.MAX_VALUE, "0"),
+    UINT8("N", 0, 255, "0"),
+    INT16("N", Short.MIN_VALUE, Short.MAX_VALUE, "0"),
+    UINT16("N", 0, 65535, "0"),
+    LONG("N", Long.MIN_VALUE, Long.MAX_VALUE, "0"),
     /** 0 or 1, typed as a word. */
-    SWITCH("on|off", 0, 1),
+    SWITCH("on|off", 0, 1, "off"),
     /** An identifier's key. */
-    KEY("KEY", Integer.MIN_VALUE, Integer.MAX_VALUE),
+    KEY("KEY", Integer.MIN_VALUE, Integer.MAX_VALUE, null),
     /** Seconds since 1970. */
-    TIME("TIME", Integer.MIN_VALUE, Integer.MAX_VALUE),
-    TEXT("TEXT", 0, 0),
+    TIME("TIME", Integer.MIN_VALUE, Integer.MAX_VALUE, null),
+    TEXT("TEXT", 0, 0, ""),
     /** An address in text form, or a host name, which the native library resolves. */
-    ADDRESS("ADDRESS", 0, 0),
+    ADDRESS("ADDRESS", 0, 0, "0.0.0.0"),
     /** An IPv4 address as an int in host byte order. */
-    HOST_ORDER_ADDRESS("A.B.C.D", 0, 0),
+    HOST_ORDER_ADDRESS("A.B.C.D", 0, 0, "0.0.0.0"),
     /** An IPv4 address as 4 bytes. */
-    IPV4_BYTES("A.B.C.D", 0, 0),
+    IPV4_BYTES("A.B.C.D", 0, 0, "0.0.0.0"),
     /** An IPv6 address as 16 bytes. */
-    IPV6_BYTES("ADDRESS", 0, 0),
+    IPV6_BYTES("ADDRESS", 0, 0, "0:0:0:0:0:0:0:0"),
     /** Eight characters 0, 1 or x. */
-    TYPE_OF_SERVICE("BITS", 0, 0),
+    TYPE_OF_SERVICE("BITS", 0, 0, ""),
     /** A bound of a rule's range: a number and an address, of which the rule's type picks one. */
-    RULE_BOUND("", 0, 0),
+    RULE_BOUND("N|ADDRESS", 0, 0, null),
     /** A list of listeners. */
-    LISTENERS("", 0, 0);
+    LISTENERS("A.B.C.D[,PART=VALUE...]", 0, 0, "");
 
     /** How help calls the value. */
     final String argument;
+    /** What a new object usually has in a field of this kind, as it is typed; null where that says nothing. */
+    final String initial;
     private final long min;
     private final long max;
 
     private static final Pattern DOTTED = Pattern.compile("\\d{1,3}(\\.\\d{1,3}){3}");
     private static final Pattern SERVICE_BITS = Pattern.compile("[01xX]{8}");
+    private static final Pattern NUMBER = Pattern.compile("[+-]?\\d+|0[xX][0-9a-fA-F]+");
+    private static final String ANY_SERVICE = "xxxxxxxx";
 
-    Kind(String argument, long min, long max) {
+    Kind(String argument, long min, long max, String initial) {
         this.argument = argument;
+        this.initial = initial;
         this.min = min;
         this.max = max;
     }
 
     /** {@return the bounds of the value, for help; empty where there is nothing to say} */
     String bounds() {
-        boolean narrow = this == INT8 || this == UINT8 || this == INT16 || this == UINT16;
-        return narrow ? ", " + min + " to " + max : "";
+        return switch (this) {
+            case INT8, UINT8, INT16, UINT16 -> ", " + min + " to " + max;
+            case RULE_BOUND -> ": a number, or for a rule of type address an address";
+            case LISTENERS -> ": addresses at which the server listens, at most two, each with an option of its own. Parts:"
+                    + " map-port, protocol, key-ring, stash-file";
+            default -> "";
+        };
     }
 
     /**
@@ -99,6 +110,31 @@ enum Kind {
         };
     }
 
+    /** {@return whether the value is what was typed, whatever it looks like} */
+    boolean isText() {
+        return this == TEXT;
+    }
+
+    /** {@return whether a text looks like a number} */
+    static boolean isNumber(String text) {
+        return NUMBER.matcher(text).matches();
+    }
+
+    /** {@return the value as it is typed; an address that was a name is dotted, and bits that say nothing are left out} */
+    String typed(Object value) {
+        if (value == null) {
+            return "";
+        }
+        return switch (this) {
+            case SWITCH -> format(value);
+            case LISTENERS -> typedListeners((List<?>) value);
+            case TYPE_OF_SERVICE -> value.equals(ANY_SERVICE) ? "" : value.toString().toLowerCase(Locale.ROOT);
+            case ADDRESS -> typedAddress((String) value);
+            case RULE_BOUND -> value instanceof String address ? typedAddress(address) : value.toString();
+            default -> plain(value).toString();
+        };
+    }
+
     /** {@return the value as programs read it: a Number, or a String} */
     Object plain(Object value) {
         if (value instanceof byte[] bytes) {
@@ -114,6 +150,38 @@ enum Kind {
             texts.add(formatAddress(toBytes(listener._iAddress)) + ":" + listener._iMapPort);
         }
         return texts.isEmpty() ? "-" : String.join(" ", texts);
+    }
+
+    private static String typedListeners(List<?> listeners) {
+        List<String> texts = new ArrayList<>();
+        for (Object listener : listeners) {
+            StringBuilder text = new StringBuilder();
+            for (Property part : ServerCommands.LISTENER_PARTS) {
+                String value = part.typed(listener);
+                boolean isAddress = part.option().isEmpty();
+                if (isAddress || !value.equals(part.domain().initial())) {
+                    text.append(isAddress ? "" : "," + part.option() + "=").append(value);
+                }
+            }
+            texts.add(text.toString());
+        }
+        return String.join("\n", texts);
+    }
+
+    private static String typedAddress(String text) {
+        if (text.isEmpty() || DOTTED.matcher(text).matches()) {
+            return text;
+        }
+        try {
+            for (InetAddress address : InetAddress.getAllByName(text)) {
+                if (address instanceof Inet4Address) {
+                    return address.getHostAddress();
+                }
+            }
+        } catch (UnknownHostException e) {
+            // The same as a host that has no such address.
+        }
+        throw new UsageError("'" + text + "' is no IPv4 address, nor the name of a host that has one");
     }
 
     private long parseNumber(String text) {

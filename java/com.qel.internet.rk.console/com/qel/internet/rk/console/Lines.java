@@ -2,13 +2,8 @@ package com.qel.internet.rk.console;
 
 import java.io.BufferedReader;
 import java.io.IOException;
-import java.io.InputStream;
-import java.io.InputStreamReader;
-import java.nio.charset.CharacterCodingException;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.InvalidPathException;
-import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
@@ -30,6 +25,7 @@ final class Lines {
     private static final String PROMPT = Console.NAME + "> ";
     /** Stands before a command that is to be refused. */
     static final String EXPECT_REFUSAL = "!";
+    private static final int DEEPEST = 16;
     private static final Path HOME = Path.of(System.getProperty("user.home"));
     private static final Path HISTORY = HOME.resolve(".rk_console_history");
 
@@ -45,6 +41,7 @@ final class Lines {
     private final boolean echo;
     private final CommandLine tree;
     private boolean ended;
+    private int depth;
 
     Lines(Session session, CommandRunner runner, boolean keepGoing, boolean echo) {
         this.session = session;
@@ -61,14 +58,11 @@ final class Lines {
      * @return the exit status: that of the first line that failed, or 0
      */
     int runScript(String file) {
-        try (BufferedReader input = open(file)) {
+        try (BufferedReader input = FileNames.open(file)) {
             return runScript(input);
-        } catch (NoSuchFileException | InvalidPathException e) {
-            return unreadable(file, "there is no such file");
-        } catch (CharacterCodingException e) {
-            return unreadable(file, "it is not UTF-8");
-        } catch (IOException e) {
-            return unreadable(file, e.getMessage());
+        } catch (IOException | InvalidPathException e) {
+            session.output.failure(0, "", null, "the script " + file + " cannot be read: " + FileNames.reason(e));
+            return ExitStatus.USAGE;
         }
     }
 
@@ -88,6 +82,7 @@ final class Lines {
             reader.setVariable(LineReader.HISTORY_FILE, HISTORY);
         }
         session.output.pager = new Pager(terminal);
+        session.question = text -> isYes(reader.readLine(text + " (y/n) "));
         while (!ended) {
             try {
                 String line = reader.readLine(PROMPT);
@@ -100,6 +95,10 @@ final class Lines {
             }
         }
         return ExitStatus.SUCCESS;
+    }
+
+    static boolean isYes(String answer) {
+        return answer.strip().equalsIgnoreCase("y") || answer.strip().equalsIgnoreCase("yes");
     }
 
     /** A service's user may have no home folder that it can write to: its history then ends with the run. */
@@ -117,6 +116,22 @@ final class Lines {
         ended = true;
     }
 
+    @Command(description = "Run the commands of a file.")
+    int source(@Parameters(paramLabel = FileNames.LABEL, description = "The file, one command a line.") String file) {
+        if (depth == DEEPEST) {
+            throw new UsageError(file + ": files that name each other more than " + DEEPEST + " times");
+        }
+        String before = session.output.script;
+        session.output.script = file;
+        depth++;
+        try {
+            return runScript(file);
+        } finally {
+            depth--;
+            session.output.script = before;
+        }
+    }
+
     /** A shell's history and variables mean nothing here: an exclamation mark has a meaning of its own. */
     private static final class NothingToExpand implements Expander {
         @Override
@@ -130,19 +145,10 @@ final class Lines {
         }
     }
 
-    private static BufferedReader open(String file) throws IOException {
-        InputStream input = file.equals("-") ? System.in : Files.newInputStream(Path.of(file));
-        return new BufferedReader(new InputStreamReader(input, StandardCharsets.UTF_8.newDecoder()));
-    }
-
-    private int unreadable(String file, String reason) {
-        session.output.failure(0, "", null, "the script " + file + " cannot be read: " + reason);
-        return ExitStatus.USAGE;
-    }
-
     private int runScript(BufferedReader input) throws IOException {
         int exitStatus = ExitStatus.SUCCESS;
-        for (int number = 1; !ended; number++) {
+        boolean stopped = false;
+        for (int number = 1; !ended && !stopped; number++) {
             String line = input.readLine();
             if (line == null) {
                 break;
@@ -152,7 +158,7 @@ final class Lines {
             }
             int lineStatus = runLine(line, number);
             exitStatus = exitStatus == ExitStatus.SUCCESS ? lineStatus : exitStatus;
-            ended |= lineStatus != ExitStatus.SUCCESS && !keepGoing;
+            stopped = lineStatus != ExitStatus.SUCCESS && !keepGoing;
         }
         return exitStatus;
     }

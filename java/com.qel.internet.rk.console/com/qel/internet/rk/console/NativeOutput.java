@@ -2,10 +2,12 @@ package com.qel.internet.rk.console;
 
 import java.io.FileDescriptor;
 import java.io.FileInputStream;
+import java.io.FileOutputStream;
 import java.io.IOException;
-import java.io.InputStream;
 import java.io.UncheckedIOException;
 import java.lang.reflect.Field;
+import java.nio.ByteBuffer;
+import java.nio.channels.FileChannel;
 import java.nio.charset.StandardCharsets;
 
 /**
@@ -17,11 +19,14 @@ final class NativeOutput {
     private static final String CATCH = "com.qel.internet.rk.console.catch";
     private static final int STANDARD_OUTPUT = 3;
     private static final int CAUGHT = 4;
+    private static final int CATCHING = 1;
 
-    private final InputStream caught;
+    private final FileChannel caught;
+    private final FileChannel catching;
 
-    private NativeOutput(InputStream caught) {
+    private NativeOutput(FileChannel caught, FileChannel catching) {
         this.caught = caught;
+        this.catching = catching;
     }
 
     /**
@@ -31,18 +36,27 @@ final class NativeOutput {
      */
     static NativeOutput open() {
         if (!Boolean.getBoolean(CATCH)) {
-            return new NativeOutput(InputStream.nullInputStream());
+            return new NativeOutput(null, null);
         }
         FileDescriptor file = new FileDescriptor();
         choose(file, CAUGHT);
+        FileDescriptor end = new FileDescriptor();
+        choose(end, CATCHING);
         choose(FileDescriptor.out, STANDARD_OUTPUT);
-        return new NativeOutput(new FileInputStream(file));
+        return new NativeOutput(new FileInputStream(file).getChannel(), new FileOutputStream(end).getChannel());
     }
 
     /** {@return what was printed since this was asked last} */
     String take() {
         try {
-            return new String(caught.readAllBytes(), StandardCharsets.UTF_8);
+            long length = caught == null ? 0 : caught.size();
+            if (length == 0) {
+                return "";
+            }
+            ByteBuffer bytes = ByteBuffer.allocate((int) length);
+            caught.read(bytes, 0);
+            catching.truncate(0); // the launcher has it appended to, so the next text begins at the file's begin
+            return new String(bytes.array(), 0, bytes.position(), StandardCharsets.UTF_8);
         } catch (IOException e) {
             throw new UncheckedIOException(e);
         }

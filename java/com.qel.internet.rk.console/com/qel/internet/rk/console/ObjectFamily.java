@@ -1,9 +1,7 @@
 package com.qel.internet.rk.console;
 
-import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNStatus;
 import java.util.ArrayList;
-import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
@@ -15,11 +13,6 @@ import picocli.CommandLine.ParseResult;
  * it, and prints it.
  */
 final class ObjectFamily {
-    /** A native method that takes one object and returns a status. */
-    interface Native {
-        int call(CMNExecutorInterface natives, Object object);
-    }
-
     /** Takes options that are no plain settings from what was typed. */
     interface Extra {
         void take(ParseResult typed, Object object);
@@ -32,6 +25,7 @@ final class ObjectFamily {
     private final CMNStatus.Family family;
     private final CommandGroup group;
     private final Identity[] identities;
+    private final Level level;
 
     /**
      * Begins a family.
@@ -39,10 +33,16 @@ final class ObjectFamily {
      * @param identities the arguments of its commands; the last is the object's own
      */
     ObjectFamily(Session session, CMNStatus.Family family, String name, String description, Identity... identities) {
+        this(session, new Level(name, family, null, null, null, null, null, identities), description);
+    }
+
+    /** Begins the family of a kind of objects. */
+    ObjectFamily(Session session, Level level, String description) {
         this.session = session;
-        this.family = family;
-        this.identities = identities;
-        group = new CommandGroup(name, description);
+        this.level = level;
+        family = level.family();
+        identities = level.identities();
+        group = new CommandGroup(level.word(), description);
     }
 
     /** {@return the commands, as a group} */
@@ -51,7 +51,7 @@ final class ObjectFamily {
     }
 
     /** Offers a command that makes an object with settings. {@return the command} */
-    CommandSpec make(String name, String description, Table table, Native method, Extra extra, String... required) {
+    CommandSpec make(String name, String description, Table table, Level.Native method, Extra extra, String... required) {
         CommandSpec command = group.command(name, description, typed -> {
             Object object = table.create().get();
             CommandGroup.put(session, object, typed, parents());
@@ -65,7 +65,7 @@ final class ObjectFamily {
         return command;
     }
 
-    private void add(Object object, Native method, Map<String, String> given) {
+    private void add(Object object, Level.Native method, Map<String, String> given) {
         try {
             check(method.call(session.natives(), object));
         } catch (Refusal refusal) {
@@ -76,53 +76,77 @@ final class ObjectFamily {
     }
 
     /** Offers a command that adds an object with settings. {@return the command} */
-    CommandSpec add(String description, Table table, Native method, Extra extra, String... required) {
+    CommandSpec add(String description, Table table, Level.Native method, Extra extra, String... required) {
         return make("add", description, table, method, extra, required);
     }
 
-    CommandSpec add(String description, Table table, Native method, String... required) {
+    CommandSpec add(String description, Table table, Level.Native method, String... required) {
         return add(description, table, method, NOTHING_MORE, required);
     }
 
     /** Offers a command that changes settings of an object. {@return the command} */
-    CommandSpec set(String description, Table table, Native method, Extra extra) {
-        CommandSpec command = group.command("set", description, typed -> {
-            Settings.requireSome(typed);
-            Object object = table.create().get();
-            CommandGroup.put(session, object, typed, identities);
-            Settings.take(typed, table.properties(), object);
-            KeyClash.refuse(session, CommandGroup.given(typed, identities));
-            extra.take(typed, object);
-            session.finish(family, method.call(session.natives(), object));
-        }, identities);
+    CommandSpec set(String description, Table table, Level.Native method, Extra extra) {
+        CommandSpec command = selecting("set", description, typed -> {
+            Settings.requireSome(typed, table.properties());
+            forEach(typed, given -> {
+                Object object = table.create().get();
+                put(object, given);
+                Settings.take(typed, table.properties(), object);
+                KeyClash.refuse(session, given);
+                extra.take(typed, object);
+                check(method.call(session.natives(), object));
+            });
+        });
         Settings.addOptions(command, table.properties());
         return command;
     }
 
-    CommandSpec set(String description, Table table, Native method) {
+    CommandSpec set(String description, Table table, Level.Native method) {
         return set(description, table, method, NOTHING_MORE);
     }
 
     /** Offers a command that does something with an object. */
-    void act(String name, String description, Table table, Native method) {
-        group.command(name, description, typed -> {
-            session.finish(family, method.call(session.natives(), identified(table, typed)));
-        }, identities);
+    void act(String name, String description, Table table, Level.Native method) {
+        selecting(name, description, typed -> forEach(typed,
+                given -> check(method.call(session.natives(), identified(table, given)))));
     }
 
     /** Offers a command that removes an object. */
-    void remove(String description, Table table, Native method) {
-        group.command("remove", description, typed -> {
-            check(method.call(session.natives(), identified(table, typed)));
-            session.known.removed(own().label(), CommandGroup.given(typed, identities));
+    void remove(String description, Table table, Level.Native method) {
+        selecting("remove", description, typed -> forEach(typed, given -> {
+            check(method.call(session.natives(), identified(table, given)));
+            session.known.removed(own().label(), given);
+        }));
+    }
+
+    /** Offers a command that may be for several objects. */
+    private CommandSpec selecting(String name, String description, CommandGroup.Action action) {
+        if (level.add() == null) {
+            return group.command(name, description, action, identities);
+        }
+        CommandSpec command = group.command(name, description + " Names may be patterns with * and ?.", action);
+        if (level == ServerCommands.LEVEL) {
+            CommandGroup.addOptional(command, identities);
+        } else {
+            List.of(identities).forEach(identity -> CommandGroup.addArgument(command, identity));
+        }
+        Selection.addOptions(command, level);
+        return command;
+    }
+
+    private void forEach(ParseResult typed, Selection.Verb verb) {
+        if (level.add() == null) {
+            verb.run(CommandGroup.given(typed, identities));
             session.output.done();
-        }, identities);
+        } else {
+            Selection.forEach(session, level, typed, verb);
+        }
     }
 
     /** Offers a command that answers a question about an object: 0 for yes, a status for no. */
-    void ask(String name, String description, String question, int no, Table table, Native method) {
+    void ask(String name, String description, String question, int no, Table table, Level.Native method) {
         group.command(name, description, typed -> {
-            int status = method.call(session.natives(), identified(table, typed));
+            int status = method.call(session.natives(), identified(table, CommandGroup.given(typed, identities)));
             if (status != no) {
                 check(status);
             }
@@ -131,21 +155,21 @@ final class ObjectFamily {
     }
 
     /** Offers a command that sets the connections-per-second counter of an object. */
-    void cps(String description, Table table, String field, Native method) {
+    void cps(String description, Table table, String field, Level.Native method) {
         Identity number = new Identity("N", "Connections per second.", Kind.INT, field, null, 0);
         CommandSpec command = group.command("cps", description, typed -> {
             Object object = table.create().get();
             number.put(session, object, typed.matchedPositionalValue(identities.length, ""));
-            identify(object, typed);
+            identify(object, CommandGroup.given(typed, identities));
             session.finish(family, method.call(session.natives(), object));
         }, identities);
         CommandGroup.addArgument(command, number);
     }
 
     /** Offers a command that prints an object. */
-    void show(String name, String description, Table table, Native method) {
+    void show(String name, String description, Table table, Level.Native method) {
         group.command(name, description, typed -> {
-            Object object = identified(table, typed);
+            Object object = identified(table, CommandGroup.given(typed, identities));
             check(method.call(session.natives(), object));
             session.output.object(object, table.properties());
         }, identities);
@@ -157,7 +181,7 @@ final class ObjectFamily {
      * @param columns the fields that people see of each in a long list
      * @param method  reads an object for a long list
      */
-    void list(String description, Table table, List<String> columns, Native method) {
+    void list(String description, Table table, List<String> columns, Level.Native method) {
         Identity[] parents = parents();
         CommandSpec command = group.command("list", description, typed -> {
             Map<String, String> given = CommandGroup.given(typed, parents);
@@ -182,23 +206,29 @@ final class ObjectFamily {
                 .build());
     }
 
-    private Object identified(Table table, ParseResult typed) {
+    private Object identified(Table table, Map<String, String> given) {
         Object object = table.create().get();
-        identify(object, typed);
+        identify(object, given);
         return object;
     }
 
-    private void identify(Object object, ParseResult typed) {
-        CommandGroup.put(session, object, typed, identities);
-        KeyClash.refuse(session, CommandGroup.given(typed, identities));
+    private void identify(Object object, Map<String, String> given) {
+        put(object, given);
+        KeyClash.refuse(session, given);
+    }
+
+    private void put(Object object, Map<String, String> given) {
+        for (Identity identity : identities) {
+            identity.put(session, object, given.get(identity.label()));
+        }
     }
 
     private Identity own() {
-        return identities[identities.length - 1];
+        return level.own();
     }
 
     private Identity[] parents() {
-        return Arrays.copyOf(identities, identities.length - 1);
+        return level.above();
     }
 
     private void check(int status) {

@@ -22,6 +22,8 @@ final class Output {
     boolean jsonAlways;
     /** Shows long texts; null where nobody sits at a terminal. */
     Pager pager;
+    /** The script that a command reads; null where lines need no name. */
+    String script;
 
     private final PrintStream out;
     private final PrintStream err;
@@ -50,6 +52,27 @@ final class Output {
         } else {
             out.println("ok");
         }
+    }
+
+    /** Says that a command succeeded for several objects. */
+    void counted(int count, String noun) {
+        if (json) {
+            JsonObject object = member("status", 0);
+            object.addProperty("count", count);
+            print(object);
+        } else {
+            out.println("ok: " + count + " " + noun + (count == 1 ? "" : "s"));
+        }
+    }
+
+    /** Prints a document: maps, lists and values. */
+    void document(Object document) {
+        print(toJson(document));
+    }
+
+    /** {@return a document as JSON} */
+    String toText(Object document) {
+        return gson.toJson(toJson(document));
     }
 
     /** Prints one value. */
@@ -192,9 +215,12 @@ final class Output {
             if (line > 0) {
                 object.addProperty("line", line);
             }
+            if (line > 0 && script != null) {
+                object.addProperty("script", script);
+            }
             err.println(gson.toJson(object));
         } else {
-            err.println((line > 0 ? "line " + line + ": " : "") + (command.isEmpty() ? "" : command + ": ")
+            err.println((line > 0 && script != null ? script + ", " : "") + (line > 0 ? "line " + line + ": " : "") + (command.isEmpty() ? "" : command + ": ")
                     + (status == null ? "" : "status " + status + ": ") + meaning);
         }
     }

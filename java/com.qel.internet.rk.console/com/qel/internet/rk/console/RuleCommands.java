@@ -8,8 +8,6 @@ import com.qel.internet.rk.common.CMNRule;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.List;
 import picocli.CommandLine.Model.CommandSpec;
-import picocli.CommandLine.Model.OptionSpec;
-import picocli.CommandLine.ParseResult;
 
 /** Rules. */
 final class RuleCommands {
@@ -20,10 +18,12 @@ final class RuleCommands {
             read("ClusterId", "cluster", Kind.TEXT),
             read("PortNumber", "port", Kind.INT),
             read("RuleName", "rule", Kind.TEXT),
-            setting("RuleType", "type", Kind.INT8, "--type", "SetRuleType"),
-            read("BeginRange", "range begins", Kind.RULE_BOUND).and("AddressBeginRange"),
-            read("EndRange", "range ends", Kind.RULE_BOUND).and("AddressEndRange"),
-            setting("Priority", "priority", Kind.INT, "--priority", "SetPriority"),
+            setting("RuleType", "type", Kind.INT8, "--type", "SetRuleType").named(Words.RULE_TYPE)
+                    .within("0 to 9").initially(null),
+            setting("BeginRange", "range begins", Kind.RULE_BOUND, BEGIN, "SetBeginRange").and("AddressBeginRange"),
+            setting("EndRange", "range ends", Kind.RULE_BOUND, END, "SetEndRange").and("AddressEndRange"),
+            setting("Priority", "priority", Kind.INT, "--priority", "SetPriority")
+                    .within("0 to 2147483647, that of no other rule of the port").initially(null),
             read("NumServers", "servers", Kind.INT),
             setting("iShareLevel", "share level", Kind.INT, "--share-level", "SetShareLevel"),
             setting("ServiceTOS", "type of service", Kind.TYPE_OF_SERVICE, "--service", "SetServiceTOS"),
@@ -35,6 +35,11 @@ final class RuleCommands {
             setting("_iConfigSource", "configuration source", Kind.INT, "--config-source", "SetConfigSource"),
             setting("sHashID", "hash identifier; cleared where it is not given", Kind.TEXT, "--hash-id", null)
                     .atMost(39).writtenOnly());
+
+    static final Level LEVEL = new Level("rule", Family.RULE, STATUS, CMNExecutorInterface::getRuleStatusNative,
+            CMNExecutorInterface::setRuleStatusNative, CMNExecutorInterface::addRuleNative,
+            CMNExecutorInterface::removeRuleNative, Identity.cluster("ClusterId", null), Identity.port("PortNumber"),
+            Identity.rule("RuleName"));
 
     private static final List<String> COLUMNS = List.of("RuleName", "RuleType", "Priority", "BeginRange", "EndRange",
             "NumServers");
@@ -55,68 +60,33 @@ final class RuleCommands {
 
     /** {@return the commands} */
     static CommandSpec create(Session session) {
-        ObjectFamily rules = new ObjectFamily(session, Family.RULE, "rule",
-                "Rules of a port: which of its servers take a connection.",
-                Identity.cluster("ClusterId", null), Identity.port("PortNumber"), Identity.rule("RuleName"));
-        ObjectFamily.Extra range = (typed, rule) -> takeRange(session, typed, (CMNRule) rule);
-        ObjectFamily.Extra rangeAndType = (typed, rule) -> {
-            takeRange(session, typed, (CMNRule) rule);
+        ObjectFamily rules = new ObjectFamily(session, LEVEL,
+                "Rules of a port: which of its servers take a connection.");
+        rules.add("Add a rule to a port.", STATUS, LEVEL.add(), (typed, rule) -> checkRange(session, (CMNRule) rule),
+                "--type");
+        rules.set("Change settings of a rule.", STATUS, LEVEL.change(), (typed, rule) -> {
+            checkRange(session, (CMNRule) rule);
             keepType(session, (CMNRule) rule);
-        };
-        addRangeOptions(rules.add("Add a rule to a port.", STATUS, CMNExecutorInterface::addRuleNative, range,
-                "--type"));
-        addRangeOptions(rules.set("Change settings of a rule.", STATUS, CMNExecutorInterface::setRuleStatusNative,
-                rangeAndType));
-        rules.remove("Remove a rule.", STATUS, CMNExecutorInterface::removeRuleNative);
-        rules.show("status", "Show the settings of a rule.", STATUS, CMNExecutorInterface::getRuleStatusNative);
+        });
+        rules.remove("Remove a rule.", STATUS, LEVEL.remove());
+        rules.show("status", "Show the settings of a rule.", STATUS, LEVEL.read());
         rules.show("report", "Show the counters of a rule.", REPORT, CMNExecutorInterface::getRuleReportNative);
-        rules.list("List the rules of a port.", STATUS, COLUMNS, CMNExecutorInterface::getRuleStatusNative);
+        rules.list("List the rules of a port.", STATUS, COLUMNS, LEVEL.read());
         rules.cps("Set the connections-per-second counter of a rule.", STATUS, "iConnectionsPerSecond",
                 CMNExecutorInterface::setRuleCPSNative);
         rules.definition().addSubcommand("server", RuleServerCommands.create(session));
         return rules.definition();
     }
 
-    private static void addRangeOptions(CommandSpec command) {
-        addRangeOption(command, BEGIN, "Begin of the range");
-        addRangeOption(command, END, "End of the range");
+    /** A text that is no number can only be the bound of a rule whose ranges are addresses. */
+    private static void checkRange(Session session, CMNRule rule) {
+        checkBound(session, rule, BEGIN, rule.SetBeginRange, rule.AddressBeginRange);
+        checkBound(session, rule, END, rule.SetEndRange, rule.AddressEndRange);
     }
 
-    private static void addRangeOption(CommandSpec command, String option, String what) {
-        command.addOption(OptionSpec.builder(option)
-                .type(String.class)
-                .paramLabel("N|ADDRESS")
-                .description(what + ": a number, or for a rule of type 1 an address.")
-                .build());
-    }
-
-    private static void takeRange(Session session, ParseResult typed, CMNRule rule) {
-        if (typed.hasMatchedOption(BEGIN)) {
-            rule.AddressBeginRange = typed.matchedOptionValue(BEGIN, "");
-            rule.BeginRange = rangeNumber(session, rule, BEGIN, rule.AddressBeginRange);
-            rule.SetBeginRange = 1;
-        }
-        if (typed.hasMatchedOption(END)) {
-            rule.AddressEndRange = typed.matchedOptionValue(END, "");
-            rule.EndRange = rangeNumber(session, rule, END, rule.AddressEndRange);
-            rule.SetEndRange = 1;
-        }
-    }
-
-    /**
-     * {@return a bound of the range as a number}
-     *
-     * The native method takes the text for a rule whose ranges are addresses, and the number for every other rule. A
-     * text that is no number is refused here for those others.
-     */
-    private static int rangeNumber(Session session, CMNRule rule, String option, String text) {
-        try {
-            return ((Number) Kind.INT.parse(text, 0)).intValue();
-        } catch (UsageError error) {
-            if (typeOf(session, rule) != Property.ADDRESS_RULE) {
-                throw new UsageError(option + ": " + error.getMessage());
-            }
-            return 0;
+    private static void checkBound(Session session, CMNRule rule, String option, byte isSet, String text) {
+        if (isSet == 1 && !Kind.isNumber(text) && typeOf(session, rule) != Property.ADDRESS_RULE) {
+            throw new UsageError(option + ": '" + text + "' is not a number");
         }
     }
 

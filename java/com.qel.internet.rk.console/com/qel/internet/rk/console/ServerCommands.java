@@ -9,13 +9,9 @@ import com.qel.internet.rk.common.CMNServer;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.List;
 import picocli.CommandLine.Model.CommandSpec;
-import picocli.CommandLine.Model.OptionSpec;
-import picocli.CommandLine.ParseResult;
 
 /** Servers. */
 final class ServerCommands {
-    private static final String LISTENER = "--listener";
-
     /** A listener: the first part of the option's value has no name, as in {@code 10.0.0.11,map-port=8080}. */
     static final List<Property> LISTENER_PARTS = List.of(
             setting("_iAddress", "address", Kind.HOST_ORDER_ADDRESS, "", null),
@@ -29,10 +25,11 @@ final class ServerCommands {
             read("Port", "port", Kind.INT),
             read("sServerID", "identifier", Kind.TEXT),
             read("iServerIdKey", "key", Kind.KEY),
-            read("listeners", "listeners", Kind.LISTENERS),
+            setting("listeners", "listeners", Kind.LISTENERS, "--listener", "SetListeners"),
             setting("iConnectTimeout", "connect time-out", Kind.INT, "--connect-timeout", "SetListeners"),
             setting("iWaitForComplete", "wait for complete", Kind.INT, "--wait-for-complete", "SetListeners"),
-            setting("_iWeight", "weight", Kind.INT16, "--weight", "SetWeight"),
+            setting("_iWeight", "weight", Kind.INT16, "--weight", "SetWeight")
+                    .within("0 to the weight bound of the port").initially("10").initiallyAtMost("--weight-bound"),
             setting("_bFixedWeight", "fixed weight", Kind.SWITCH, "--fixed-weight", "SetFixedWeight"),
             setting("_sReturnAddress", "return address", Kind.ADDRESS, "--return-address", "SetReturnAddress"),
             setting("_sRouterAddress", "router address", Kind.ADDRESS, "--router-address", "SetRouterAddress"),
@@ -46,7 +43,16 @@ final class ServerCommands {
                     .atMost(255),
             setting("CookieValue", "cookie value", Kind.TEXT, "--cookie-value", "SetCookieValue").atMost(99),
             setting("CloneID", "clone identifier", Kind.TEXT, "--clone-id", "SetCloneID").atMost(105),
-            setting("_iCPSMaximum", "most connections per second", Kind.INT, "--max-cps", "SetCPSMaximum"));
+            setting("_iCPSMaximum", "most connections per second", Kind.INT, "--max-cps", "SetCPSMaximum")
+                    .within("0 (no limit) to 2147483647"));
+
+    static final Level LEVEL = new Level("server", Family.SERVER, STATUS, CMNExecutorInterface::getServerStatusNative,
+            CMNExecutorInterface::setServerStatusNative, CMNExecutorInterface::addServerNative,
+            CMNExecutorInterface::removeServerNative, Identity.cluster("ClusterId", null), Identity.port("Port"),
+            Identity.server("sServerID", "iServerIdKey"));
+
+    static final Level.Native UP = CMNExecutorInterface::setServerUpNative;
+    static final Level.Native DOWN = CMNExecutorInterface::setServerDownNative;
 
     private static final List<String> COLUMNS =
             List.of("sServerID", "listeners", "_iWeight", "_bFixedWeight", "bSticky", "_iQuiesced");
@@ -70,19 +76,16 @@ final class ServerCommands {
 
     /** {@return the commands} */
     static CommandSpec create(Session session) {
-        ObjectFamily servers = new ObjectFamily(session, Family.SERVER, "server", "Servers of a port.",
-                Identity.cluster("ClusterId", null), Identity.port("Port"),
-                Identity.server("sServerID", "iServerIdKey"));
-        addListenerOption(servers.add("Add a server to a port.", STATUS, CMNExecutorInterface::addServerNative,
-                ServerCommands::takeListeners));
-        addListenerOption(servers.set("Change settings of a server.", STATUS,
-                CMNExecutorInterface::setServerStatusNative, ServerCommands::takeListeners));
-        servers.remove("Remove a server.", STATUS, CMNExecutorInterface::removeServerNative);
-        servers.act("up", "Mark a server up.", STATUS, CMNExecutorInterface::setServerUpNative);
-        servers.act("down", "Mark a server down.", STATUS, CMNExecutorInterface::setServerDownNative);
-        servers.show("status", "Show the settings of a server.", STATUS, CMNExecutorInterface::getServerStatusNative);
+        ObjectFamily servers = new ObjectFamily(session, LEVEL, "Servers of a port.");
+        ObjectFamily.Extra listener = (typed, server) -> requireListener(server);
+        servers.add("Add a server to a port.", STATUS, LEVEL.add(), listener);
+        servers.set("Change settings of a server.", STATUS, LEVEL.change(), listener);
+        servers.remove("Remove a server.", STATUS, LEVEL.remove());
+        servers.act("up", "Mark a server up.", STATUS, UP);
+        servers.act("down", "Mark a server down.", STATUS, DOWN);
+        servers.show("status", "Show the settings of a server.", STATUS, LEVEL.read());
         servers.show("report", "Show the counters of a server.", REPORT, CMNExecutorInterface::getServerReportNative);
-        servers.list("List the servers of a port.", STATUS, COLUMNS, CMNExecutorInterface::getServerStatusNative);
+        servers.list("List the servers of a port.", STATUS, COLUMNS, LEVEL.read());
         servers.cps("Set the connections-per-second counter of a server.", STATUS, "_iCPSCount",
                 CMNExecutorInterface::setServerCPSNative);
 
@@ -96,27 +99,15 @@ final class ServerCommands {
         return servers.definition();
     }
 
-    private static void addListenerOption(CommandSpec command) {
-        command.addOption(OptionSpec.builder(LISTENER)
-                .type(String[].class)
-                .paramLabel("A.B.C.D[,PART=VALUE...]")
-                .description("Address at which the server listens; at most two. Parts: map-port, protocol, key-ring,"
-                        + " stash-file.")
-                .build());
+    /** Gives a server one more listener. */
+    static void addListener(Object server, String text) {
+        ((CMNServer) server).addListener(parseListener(text));
     }
 
-    private static void takeListeners(ParseResult typed, Object object) {
+    private static void requireListener(Object object) {
         CMNServer server = (CMNServer) object;
-        for (String text : typed.matchedOptionValue(LISTENER, new String[0])) {
-            try {
-                server.addListener(parseListener(text));
-            } catch (UsageError error) {
-                throw new UsageError(LISTENER + ": " + error.getMessage());
-            }
-            server.SetListeners = 1;
-        }
         if (server.SetListeners == 1 && server._iNumListeners == 0) {
-            throw new UsageError("--connect-timeout and --wait-for-complete need a " + LISTENER);
+            throw new UsageError("--connect-timeout and --wait-for-complete need a --listener");
         }
     }
 

@@ -22,6 +22,14 @@ final class Session {
     final Output output;
     /** What the executor has, as far as earlier commands have seen. */
     final KnownNames known = new KnownNames();
+    /** Asks whoever types; null where nobody does. */
+    Question question;
+
+    /** A question that is answered by yes or no. */
+    interface Question {
+        boolean ask(String text);
+    }
+
     private final Thread owner = Thread.currentThread();
     private CMNExecutorInterface natives;
     private boolean kernel;

@@ -15,7 +15,7 @@ final class Settings {
         for (Property property : properties) {
             if (property.option() != null) {
                 command.addOption(OptionSpec.builder(property.option())
-                        .type(String.class)
+                        .type(property.kind() == Kind.LISTENERS ? String[].class : String.class)
                         .paramLabel(property.argument())
                         .description(property.help())
                         .required(List.of(required).contains(property.option()))
@@ -29,7 +29,7 @@ final class Settings {
         for (Property property : properties) {
             if (property.option() != null && typed.hasMatchedOption(property.option())) {
                 try {
-                    property.set(object, typed.matchedOptionValue(property.option(), ""));
+                    property.set(object, typed(typed, property));
                 } catch (UsageError error) {
                     throw new UsageError(property.option() + ": " + error.getMessage());
                 }
@@ -37,9 +37,17 @@ final class Settings {
         }
     }
 
+    /** {@return what was typed for an option; for listeners, one a line} */
+    static String typed(ParseResult typed, Property property) {
+        if (property.kind() == Kind.LISTENERS) {
+            return String.join("\n", typed.matchedOptionValue(property.option(), new String[0]));
+        }
+        return typed.matchedOptionValue(property.option(), "");
+    }
+
     /** Refuses a command without an option that changes something. */
-    static void requireSome(ParseResult typed) {
-        if (typed.matchedOptions().stream().allMatch(option -> option.longestName().equals(JsonOption.NAME))) {
+    static void requireSome(ParseResult typed, List<Property> properties) {
+        if (properties.stream().noneMatch(row -> row.option() != null && typed.hasMatchedOption(row.option()))) {
             throw new UsageError("there is nothing to change: give an option");
         }
     }

@@ -47,9 +47,21 @@ final class WeightsCommands {
     private static void get(Session session, ParseResult typed) {
         CMNPort port = port(session, typed);
         KeyClash.refuse(session, CommandGroup.given(typed, PORT));
+        print(session, ofPort(session, port), READ);
+    }
+
+    /** {@return the weights of all servers of a port} */
+    static CMNServerWeights ofPort(Session session, String cluster, int port) {
+        CMNPort object = new CMNPort();
+        PORT[0].put(session, object, cluster);
+        object.PortNumber = port;
+        return ofPort(session, object);
+    }
+
+    private static CMNServerWeights ofPort(Session session, CMNPort port) {
         CMNServerWeights weights = weights(port, Names.numberOfServers(session, port));
         check(session.natives().getServerWeightsNative(weights, weights.iWeight.length));
-        print(session, weights, READ);
+        return weights;
     }
 
     private static void set(Session session, ParseResult typed) {
@@ -77,7 +89,7 @@ final class WeightsCommands {
         return port;
     }
 
-    private static CMNServerWeights weights(CMNPort port, int capacity) {
+    static CMNServerWeights weights(CMNPort port, int capacity) {
         CMNServerWeights weights = new CMNServerWeights(capacity);
         weights.sClusterID = port.ClusterId;
         weights.iPortNumber = port.PortNumber;

@@ -1,0 +1,254 @@
+package com.qel.internet.rk.console;
+
+import java.util.ArrayList;
+import java.util.HashMap;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.regex.Pattern;
+import picocli.CommandLine;
+import picocli.CommandLine.ParameterException;
+import picocli.CommandLine.ParseResult;
+
+/** A configuration as a script of commands: written, and understood. */
+final class ConfigScript {
+    private static final String CROSS_PORT = "--cross-port";
+    private static final String HEAD = "# A configuration: 'config apply' and 'source' take it.";
+    private static final Pattern PLAIN = Pattern.compile("[A-Za-z0-9_./:@%+,=][A-Za-z0-9_./:@%+,=-]*");
+    private static final Pattern BREAK = Pattern.compile("[\\n\\r\\x00]");
+    private static final List<Level> LEVELS = List.of(ExecutorCommands.LEVEL, ClusterCommands.LEVEL,
+            PortCommands.LEVEL, ServerCommands.LEVEL, RuleCommands.LEVEL);
+
+    private ConfigScript() {
+    }
+
+    // --- Writing ---
+
+    /** {@return the commands that make a configuration on an empty executor, a line each} */
+    static String write(ConfigNode executor) {
+        StringBuilder text = new StringBuilder(HEAD).append('\n');
+        if (!executor.changed().isEmpty()) {
+            line(text, executor, "set", executor.changed());
+        }
+        executor.below(ClusterCommands.LEVEL).forEach(cluster -> write(text, cluster));
+        return text.toString();
+    }
+
+    private static void write(StringBuilder text, ConfigNode node) {
+        Map<String, String> settings = node.changed();
+        settings.remove(CROSS_PORT);
+        line(text, node, "add", settings);
+        if (node.isDown()) {
+            line(text, node, "down", Map.of());
+        }
+        for (Level lower : node.level.below()) {
+            node.below(lower).forEach(child -> write(text, child));
+        }
+        if (node.level == RuleCommands.LEVEL) {
+            node.members.values().forEach(server -> text.append("rule server add").append(names(node)).append(' ')
+                    .append(quoted(server)).append('\n'));
+        }
+        if (node.level == ClusterCommands.LEVEL) {
+            // A port can cross to another one that is there.
+            for (ConfigNode port : node.below(PortCommands.LEVEL)) {
+                String crossed = port.changed().get(CROSS_PORT);
+                if (crossed != null) {
+                    line(text, port, "set", Map.of(CROSS_PORT, crossed));
+                }
+            }
+        }
+    }
+
+    private static void line(StringBuilder text, ConfigNode node, String verb, Map<String, String> settings) {
+        text.append(node.level.word()).append(' ').append(verb).append(names(node));
+        settings.forEach((option, value) -> options(text, node, option, value));
+        text.append('\n');
+    }
+
+    private static String names(ConfigNode node) {
+        StringBuilder text = new StringBuilder();
+        Map<String, String> path = node.path();
+        for (Identity identity : node.level.identities()) {
+            String name = path.get(identity.label());
+            if (name.startsWith("-") && !Kind.isNumber(name)) {
+                throw new Refusal(null, node.words() + ": a script cannot name what begins with a dash");
+            }
+            text.append(' ').append(quoted(name));
+        }
+        return text.toString();
+    }
+
+    private static void options(StringBuilder text, ConfigNode node, String option, String value) {
+        boolean isList = node.level.property(option).kind() == Kind.LISTENERS;
+        for (String part : isList ? value.split("\n") : new String[] {value}) {
+            boolean isJoined = part.isEmpty() || part.startsWith("-");
+            text.append(' ').append(option).append(isJoined ? "=" : " ");
+            text.append(part.isEmpty() ? "" : quoted(part));
+        }
+    }
+
+    /** {@return a text as a word of a line} */
+    static String quoted(String text) {
+        if (PLAIN.matcher(text).matches()) {
+            return text;
+        }
+        if (BREAK.matcher(text).find()) {
+            throw new Refusal(null, "a script cannot have a text with a line break in it: " + text.strip());
+        }
+        return text.contains("'") ? '"' + text.replace("\\", "\\\\").replace("\"", "\\\"") + '"' : "'" + text + "'";
+    }
+
+    /** {@return a configuration as a document of maps and lists, with the same settings as the script} */
+    static Map<String, Object> document(ConfigNode node) {
+        Map<String, Object> document = new LinkedHashMap<>();
+        if (node.above != null) {
+            document.put(node.level.word(), documentValue(node.level.own().kind(), node.name));
+        }
+        node.changed().forEach((option, value) -> document.put(option.substring(2),
+                documentValue(node.level.property(option).kind(), value)));
+        if (node.level == ServerCommands.LEVEL && node.isDown()) {
+            document.put("down", true);
+        }
+        if (node.level == RuleCommands.LEVEL) {
+            document.put("servers", new ArrayList<>(node.members.values()));
+        }
+        for (Level lower : node.level.below()) {
+            document.put(lower.word() + "s", node.below(lower).stream().map(ConfigScript::document).toList());
+        }
+        return document;
+    }
+
+    private static Object documentValue(Kind kind, String value) {
+        if (kind == Kind.LISTENERS) {
+            return List.of(value.split("\n"));
+        }
+        return !kind.isText() && Kind.isNumber(value) ? Kind.LONG.parse(value, 0) : value;
+    }
+
+    // --- Understanding ---
+
+    /**
+     * Understands a script that makes a configuration.
+     *
+     * @param tree the commands
+     * @return the configuration that it makes on an empty executor
+     * @throws UsageError with the line that is no command, or one that configures nothing
+     */
+    static ConfigNode read(CommandLine tree, List<String> lines) {
+        ConfigNode executor = new ConfigNode(ExecutorCommands.LEVEL, null, "");
+        executor.begin(Map.of());
+        for (int i = 0; i < lines.size(); i++) {
+            try {
+                List<String> words = CommandLineSplitter.split(lines.get(i));
+                if (!words.isEmpty()) {
+                    take(executor, CommandRunner.leaf(CommandRunner.parse(tree, words)));
+                }
+            } catch (ParameterException error) {
+                throw new UsageError("line " + (i + 1) + ": " + CommandRunner.explain(error));
+            } catch (UsageError error) {
+                throw new UsageError("line " + (i + 1) + ": " + error.getMessage());
+            }
+        }
+        return executor;
+    }
+
+    private static void take(ConfigNode executor, ParseResult typed) {
+        String command = typed.commandSpec().qualifiedName().replaceFirst("^\\S+ ", "");
+        int last = command.lastIndexOf(' ');
+        String family = last < 0 ? command : command.substring(0, last);
+        String verb = command.substring(last + 1);
+        if (family.equals("rule server") && !verb.equals("list")) {
+            takeMember(find(executor, RuleCommands.LEVEL, typed, 3), typed, verb);
+            return;
+        }
+        Level level = LEVELS.stream().filter(kind -> kind.word().equals(family)).findFirst().orElse(null);
+        int names = level == null ? 0 : level.identities().length;
+        switch (level == null ? "" : verb) {
+            case "add" -> add(find(executor, level, typed, names - 1), level, typed);
+            case "set" -> change(find(executor, level, typed, names), typed);
+            case "remove" -> {
+                ConfigNode node = find(executor, level, typed, names);
+                node.above.remove(node);
+            }
+            case "down" -> find(executor, level, typed, names).isMarkedDown = true;
+            case "up" -> find(executor, level, typed, names).isMarkedDown = false;
+            default -> throw new UsageError("'" + command + "' configures nothing: a configuration is made of 'executor"
+                    + " set', of adding, setting and removing clusters, ports, servers and rules, and of 'server down'");
+        }
+        if (typed.hasMatchedOption("--argument")) {
+            throw new UsageError("--argument cannot be read back, so that a configuration cannot have it");
+        }
+    }
+
+    /** {@return the object that the first names lead to} */
+    private static ConfigNode find(ConfigNode executor, Level level, ParseResult typed, int names) {
+        ConfigNode at = executor;
+        for (int i = 0; i < names; i++) {
+            Identity identity = level.identities()[i];
+            String name = name(identity, typed, i);
+            Level lower = at.level.below().stream()
+                    .filter(kind -> kind.own().label().equals(identity.label())).findFirst().orElseThrow();
+            ConfigNode child = at.child(lower, name);
+            if (child == null) {
+                throw new UsageError("there is no " + lower.word() + " '" + name + "' in the lines before");
+            }
+            at = child;
+        }
+        return at;
+    }
+
+    /** {@return a name as it was typed; a port's as a number is written} */
+    private static String name(Identity identity, ParseResult typed, int index) {
+        if (!typed.hasMatchedPositional(index)) {
+            throw new UsageError("a configuration names each object");
+        }
+        return identity.value(typed.matchedPositionalValue(index, "")).toString();
+    }
+
+    private static void add(ConfigNode above, Level level, ParseResult typed) {
+        String name = name(level.own(), typed, level.identities().length - 1);
+        if (above.child(level, name) != null) {
+            throw new UsageError("there is a " + level.word() + " '" + name + "' already");
+        }
+        Map<String, String> given = given(level, typed, new HashMap<>());
+        above.add(level, name).begin(given);
+    }
+
+    private static void change(ConfigNode node, ParseResult typed) {
+        node.values.putAll(given(node.level, typed, node.values));
+    }
+
+    private static void takeMember(ConfigNode rule, ParseResult typed, String verb) {
+        String name = name(ServerCommands.LEVEL.own(), typed, 3);
+        ConfigNode server = rule.above.child(ServerCommands.LEVEL, name);
+        if (server == null) {
+            throw new UsageError("there is no server '" + name + "' in the lines before");
+        }
+        if (verb.equals("add")) {
+            rule.members.put(KnownNames.inCapitals(name), server.name);
+        } else {
+            rule.members.remove(KnownNames.inCapitals(name));
+        }
+    }
+
+    /** {@return what was typed for the options, each as the executor's own value is typed} */
+    private static Map<String, String> given(Level level, ParseResult typed, Map<String, String> before) {
+        Object object = level.table().create().get();
+        if (before.containsKey("--type")) {
+            level.property("--type").set(object, before.get("--type")); // the ends of a rule's range depend on it
+        }
+        Settings.take(typed, level.table().properties(), object);
+        Map<String, String> given = new LinkedHashMap<>();
+        for (Property property : level.table().properties()) {
+            if (property.option() != null && typed.hasMatchedOption(property.option())) {
+                given.put(property.option(), property.typed(object));
+            }
+        }
+        boolean isHidden = level == RuleCommands.LEVEL
+                && !given.getOrDefault("--type", before.getOrDefault("--type", "")).equals("service");
+        if (isHidden) {
+            given.computeIfPresent("--service", (option, value) -> ""); // the executor tells it for that type alone
+        }
+        return given;
+    }
+}
