@@ -106,14 +106,33 @@ void expectRefusals(const std::string &preparation, const std::vector<RefusedCom
     EXPECT_EQ(linesOf(run.out).size(), before) << "a refused command, or one before, says something else: " << run.out;
 }
 
-TerminalSession openTerminal(const ConsoleInput &input) {
+TerminalSession openTerminal(const ConsoleInput &input, int columns) {
     TerminalSession session{};
     winsize size{};
     size.ws_row = 50;
-    size.ws_col = 160;
+    size.ws_col = static_cast<unsigned short>(columns);
     session.process = forkpty(&session.terminal, nullptr, nullptr, &size);
     if (session.process == 0)
         becomeConsole(input);
+    return session;
+}
+
+TerminalSession openShell(const std::string &folder, const std::string &line,
+                          const std::vector<std::string> &environment) {
+    std::filesystem::remove(folder + "/run");
+    std::filesystem::create_symlink(CONSOLE_LAUNCHER, folder + "/run");
+    TerminalSession session{};
+    winsize size{};
+    size.ws_row = 50;
+    size.ws_col = 80;
+    session.process = forkpty(&session.terminal, nullptr, nullptr, &size);
+    if (session.process == 0) {
+        for (const std::string &variable : environment)
+            putenv(const_cast<char *>(variable.c_str()));
+        if (chdir(folder.c_str()) == 0)
+            execl("/bin/sh", "sh", "-c", ("exec " + line).c_str(), nullptr);
+        _exit(127);
+    }
     return session;
 }
 

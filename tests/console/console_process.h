@@ -39,7 +39,10 @@ struct TerminalSession {
     std::string seen; // what the console has written so far
 };
 
-TerminalSession openTerminal(const ConsoleInput &input);
+TerminalSession openTerminal(const ConsoleInput &input, int columns = 160);
+// The same for a line of the shell, run in a folder in which ./run is the console.
+TerminalSession openShell(const std::string &folder, const std::string &line,
+                          const std::vector<std::string> &environment);
 void type(const TerminalSession &session, const std::string &keys);
 
 // Reads until the console has written `text` after byte `from` of what was seen; false when it ends or takes too long.

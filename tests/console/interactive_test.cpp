@@ -12,7 +12,8 @@ constexpr char kPrompt[] = "rk-console> ";
 
 TEST(Interactive, CompletesCommandsOptionsAndNames) {
     const std::string home = makeFolder();
-    TerminalSession session = openTerminal({{}, "", {"TERM=xterm", "JDK_JAVA_OPTIONS=-Duser.home=" + home}});
+    TerminalSession session =
+        openTerminal({{}, "", {"TERM=xterm", "XDG_STATE_HOME=", "JDK_JAVA_OPTIONS=-Duser.home=" + home}});
     ASSERT_TRUE(waitFor(session, kPrompt)) << session.seen;
 
     type(session, "clu\tadd web-farm --addr\t10.0.0.1\r");
@@ -44,7 +45,7 @@ TEST(Interactive, CompletesCommandsOptionsAndNames) {
     type(session, "quit\r");
     EXPECT_EQ(closeTerminal(session), 0);
     EXPECT_EQ(session.seen.find("WARN"), std::string::npos) << session.seen;
-    const std::string history = readFile(home + "/.rk_console_history");
+    const std::string history = readFile(home + "/.local/state/rk-console/history");
     EXPECT_NE(history.find("cluster add web-farm --address 10.0.0.1"), std::string::npos) << history;
 }
 

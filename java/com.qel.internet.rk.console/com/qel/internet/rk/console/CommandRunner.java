@@ -51,6 +51,9 @@ final class CommandRunner {
         if (!leaf.isUsageHelpRequested()) {
             refuseGroup(leaf, leaf == typed);
             for (ArgSpec positional : leaf.matchedPositionals()) {
+                if (leaf.commandSpec().userObject() instanceof WatchCommand) {
+                    continue; // what it runs has options of its own
+                }
                 positional.stringValues().forEach(word -> refuseUnknownOption(leaf.commandSpec().commandLine(), word));
             }
         }
@@ -74,7 +77,7 @@ final class CommandRunner {
         } catch (RuntimeException | Error error) {
             return failed(line, command, error);
         } finally {
-            session.output.passOn();
+            session.output.finish();
         }
     }
 

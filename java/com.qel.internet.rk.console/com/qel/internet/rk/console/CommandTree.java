@@ -30,6 +30,10 @@ final class CommandTree {
         root.addSubcommand(new CommandLine(AttackCommands.create(session)));
         root.addSubcommand(new CommandLine(IcmpCommands.create(session)));
         root.addSubcommand(new KeyCommands(session));
+        root.addSubcommand(new TopCommand(session));
+        root.addSubcommand(new MetricsCommand(session));
+        root.addSubcommand(new ServeCommand(session));
+        root.addSubcommand(new CommandLine(new WatchCommand(session)).setStopAtPositional(true));
         root.addSubcommand(SystemCommands.create(session));
         addHelp(root.getSubcommands().values());
         // A number may be negative: what begins with a minus and is no option is a value, and CommandRunner checks it.

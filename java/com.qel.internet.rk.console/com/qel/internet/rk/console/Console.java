@@ -34,6 +34,9 @@ import picocli.CommandLine.ParseResult;
 final class Console {
     static final String NAME = "rk-console";
 
+    /** The lines and columns of the terminal that standard output is, if it is one; the launcher says so. */
+    private static final String SCREEN = "com.qel.internet.rk.console.screen";
+
     private static final List<String> FORWARDING = List.of("proxy", "none");
 
     @Option(names = "--user", description = "Commands go to the user-space executor, which is started first and "
@@ -99,6 +102,7 @@ final class Console {
             return;
         }
         Console console = new Console(new Output(stream(FileDescriptor.out), err, nativeOutput));
+        console.session.output.screen = Screen.of(System.getProperty(SCREEN));
         System.exit(console.run(List.of(arguments)));
     }
 
@@ -171,7 +175,7 @@ final class Console {
             return ExitStatus.NO_LIBRARY;
         } finally {
             session.close();
-            session.output.passOn();
+            session.output.finish();
         }
     }
 

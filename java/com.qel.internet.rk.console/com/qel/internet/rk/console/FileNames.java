@@ -13,6 +13,7 @@ import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.util.List;
+import java.util.stream.Stream;
 
 /** Files that commands name. */
 final class FileNames {
@@ -22,6 +23,20 @@ final class FileNames {
     static final String NEW_LABEL = "NEW_FILE";
 
     private FileNames() {
+    }
+
+    static boolean isLabel(String label) {
+        return label.equals(LABEL) || label.equals(NEW_LABEL);
+    }
+
+    /** {@return the files whose names begin with what is typed; folders with a slash at their end} */
+    static List<String> beginning(String begun) {
+        String folder = begun.substring(0, begun.lastIndexOf('/') + 1);
+        try (Stream<Path> files = Files.list(Path.of(folder.isEmpty() ? "." : folder))) {
+            return files.map(file -> folder + file.getFileName() + (Files.isDirectory(file) ? "/" : "")).sorted().toList();
+        } catch (IOException | InvalidPathException | UncheckedIOException unreadable) {
+            return List.of();
+        }
     }
 
     /** Opens a text file to read; - stands for standard input. */

@@ -6,8 +6,10 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Parameters;
 
 /** Help as a command: it needs no executor. */
-@Command(name = "help", description = "Show help for a command.")
+@Command(name = HelpCommand.NAME, description = "Show help for a command.")
 final class HelpCommand implements Runnable {
+    static final String NAME = "help";
+
     @Parameters(paramLabel = "COMMAND", arity = "0..*", description = "The command, as in: help cluster add.")
     private List<String> words;
 

@@ -25,9 +25,10 @@ final class Lines {
     private static final String PROMPT = Console.NAME + "> ";
     /** Stands before a command that is to be refused. */
     static final String EXPECT_REFUSAL = "!";
+    /** Ends a command of which help is wanted. */
+    private static final String ASK = "?";
     private static final int DEEPEST = 16;
-    private static final Path HOME = Path.of(System.getProperty("user.home"));
-    private static final Path HISTORY = HOME.resolve(".rk_console_history");
+    private static final String STATE_HOME = "XDG_STATE_HOME";
 
     /** A choice between on and off. */
     enum Switch { on, off }
@@ -78,10 +79,12 @@ final class Lines {
                 .completer(new NameCompleter(tree, session))
                 .expander(new NothingToExpand())
                 .build();
-        if (keepsHistory()) {
-            reader.setVariable(LineReader.HISTORY_FILE, HISTORY);
+        Path history = history();
+        if (history != null) {
+            reader.setVariable(LineReader.HISTORY_FILE, history);
         }
-        session.output.pager = new Pager(terminal);
+        session.terminal = terminal;
+        session.output.screen = new Screen(terminal::getWidth, terminal::getHeight);
         session.question = text -> isYes(reader.readLine(text + " (y/n) "));
         while (!ended) {
             try {
@@ -102,8 +105,26 @@ final class Lines {
     }
 
     /** A service's user may have no home folder that it can write to: its history then ends with the run. */
-    private static boolean keepsHistory() {
-        return Files.isWritable(Files.exists(HISTORY) ? HISTORY : HOME);
+    private static Path history() {
+        String wanted = System.getenv(STATE_HOME);
+        boolean isWanted = wanted != null && wanted.startsWith("/"); // others are to be ignored
+        Path home = Path.of(System.getProperty("user.home"));
+        Path state = isWanted ? Path.of(wanted) : home.resolve(".local/state");
+        try {
+            Path history = Files.createDirectories(state.resolve(Console.NAME)).resolve("history");
+            Path former = home.resolve(".rk_console_history");
+            if (Files.exists(former) && !Files.exists(history)) {
+                Files.move(former, history);
+            }
+            if (!Files.exists(history)) {
+                return Files.isWritable(history.getParent()) ? history : null;
+            }
+            // A line that is not of JLine's would end the console when it is read.
+            boolean isWhole = Files.readAllLines(history).stream().allMatch(line -> line.matches("\\d+:.*"));
+            return isWhole && Files.isWritable(history) ? history : null;
+        } catch (IOException e) {
+            return null;
+        }
     }
 
     @Command(description = "Print JSON from now on, or tables.")
@@ -167,6 +188,7 @@ final class Lines {
     private void echo(String line) {
         boolean isCommand = !line.isBlank() && !line.stripLeading().startsWith("#");
         session.output.plain(isCommand ? "\n> " + line + "\n" : line + "\n");
+        session.output.finish();
     }
 
     private int runLine(String line, int number) {
@@ -180,7 +202,24 @@ final class Lines {
         if (words.isEmpty()) {
             return ExitStatus.SUCCESS;
         }
+        if (words.get(words.size() - 1).equals(ASK)) {
+            return runner.run(tree, whatHelps(words), number);
+        }
         return isExpectRefusal(words) ? expectRefusal(behindMark(words), number) : runner.run(tree, words, number);
+    }
+
+    /** {@return the command that helps with the one that was begun, as far as there is such a command} */
+    private List<String> whatHelps(List<String> words) {
+        List<String> help = new ArrayList<>(List.of(HelpCommand.NAME));
+        CommandLine at = tree;
+        for (String word : words) {
+            at = at.getSubcommands().get(word);
+            if (at == null) {
+                break;
+            }
+            help.add(word);
+        }
+        return help;
     }
 
     /** {@return whether a command is to be refused: no command's name begins with the mark} */

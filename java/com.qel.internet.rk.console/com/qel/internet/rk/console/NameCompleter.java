@@ -9,6 +9,7 @@ import org.jline.reader.Completer;
 import org.jline.reader.LineReader;
 import org.jline.reader.ParsedLine;
 import picocli.CommandLine;
+import picocli.CommandLine.Model.ArgSpec;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.Model.PositionalParamSpec;
@@ -30,7 +31,8 @@ final class NameCompleter implements Completer {
         String mark = isMarked ? Lines.EXPECT_REFUSAL : "";
         List<String> command = Lines.isExpectRefusal(before) ? Lines.behindMark(before) : before;
         for (String text : candidates(command, line.word().substring(mark.length()))) {
-            candidates.add(new Candidate(mark + text));
+            boolean isWhole = !text.endsWith("/"); // within a folder, more is to be typed
+            candidates.add(new Candidate(mark + text, mark + text, null, null, null, null, isWhole));
         }
     }
 
@@ -43,31 +45,52 @@ final class NameCompleter implements Completer {
     private List<String> candidates(List<String> before, String begun) {
         CommandSpec command = tree.getCommandSpec();
         Map<String, String> given = new HashMap<>();
-        boolean wantsValue = false;
+        OptionSpec wanting = null;
+        boolean isHelp = false;
         for (String word : before) {
             CommandLine child = command.subcommands().get(word);
-            if (wantsValue) {
-                wantsValue = false;
+            if (wanting != null) {
+                wanting = null;
+            } else if (takesCommand(child)) {
+                isHelp = true; // what follows is a command again
             } else if (child != null) {
                 command = child.getCommandSpec();
             } else if (word.startsWith("-")) {
                 OptionSpec option = command.optionsMap().get(word);
-                wantsValue = option != null && option.arity().max() > 0;
+                wanting = option != null && option.arity().max() > 0 ? option : null;
             } else {
                 PositionalParamSpec positional = positional(command, given.size());
                 given.put(positional == null ? word : positional.paramLabel(), word);
             }
         }
-        if (wantsValue) {
-            return List.of();
+        if (wanting != null) {
+            return values(wanting, given, begun);
         }
         if (begun.startsWith("-")) {
-            return new ArrayList<>(command.optionsMap().keySet());
+            return isHelp ? List.of() : options(command, begun);
         }
         if (!command.subcommands().isEmpty()) {
             return new ArrayList<>(command.subcommands().keySet());
         }
-        return values(positional(command, given.size()), given);
+        return isHelp ? List.of() : values(positional(command, given.size()), given, begun);
+    }
+
+    /** {@return whether a command is followed by another one} */
+    private static boolean takesCommand(CommandLine child) {
+        return child != null && child.getCommandSpec().userObject() instanceof HelpCommand;
+    }
+
+    /** {@return the options, or with an equals sign one of them with its values} */
+    private static List<String> options(CommandSpec command, String begun) {
+        int equals = begun.indexOf('=');
+        OptionSpec option = equals < 0 ? null : command.optionsMap().get(begun.substring(0, equals));
+        List<String> offered = new ArrayList<>();
+        if (option == null) {
+            offered.addAll(command.optionsMap().keySet());
+        } else if (option.completionCandidates() != null) {
+            option.completionCandidates().forEach(value -> offered.add(begun.substring(0, equals + 1) + value));
+        }
+        return offered;
     }
 
     private static PositionalParamSpec positional(CommandSpec command, int index) {
@@ -79,14 +102,17 @@ final class NameCompleter implements Completer {
         return null;
     }
 
-    private List<String> values(PositionalParamSpec positional, Map<String, String> given) {
+    private List<String> values(ArgSpec wanted, Map<String, String> given, String begun) {
         List<String> values = new ArrayList<>();
-        if (positional != null && positional.completionCandidates() != null) {
-            positional.completionCandidates().forEach(values::add);
+        if (wanted != null && wanted.completionCandidates() != null) {
+            wanted.completionCandidates().forEach(values::add);
         }
-        if (positional != null && values.isEmpty()) {
+        if (wanted != null && FileNames.isLabel(wanted.paramLabel())) {
+            return FileNames.beginning(begun);
+        }
+        if (wanted != null && values.isEmpty()) {
             try {
-                values.addAll(Names.ofKind(session, positional.paramLabel(), given));
+                values.addAll(Names.ofKind(session, wanted.paramLabel(), given));
             } catch (Refusal | UsageError refused) {
                 // Nothing is offered; the command itself will say why the names cannot be listed.
                 values.clear();

@@ -187,7 +187,7 @@ final class ObjectFamily {
             Map<String, String> given = CommandGroup.given(typed, parents);
             KeyClash.refuse(session, given);
             List<String> names = Names.ofKind(session, own().label(), given);
-            if (!typed.hasMatchedOption(LONG)) {
+            if (!typed.hasMatchedOption(LONG) && !Listing.isWanted(typed)) {
                 session.output.names(names, own().kind());
                 return;
             }
@@ -199,11 +199,12 @@ final class ObjectFamily {
                 check(method.call(session.natives(), object));
                 objects.add(object);
             }
-            session.output.table(objects, table.properties(), columns);
+            Listing.print(session.output, typed, objects, table.properties(), columns);
         }, parents);
         command.addOption(OptionSpec.builder("-l", LONG)
                 .description("Ask for the settings of each, and show them in columns.")
                 .build());
+        Listing.addOptions(command, table.properties());
     }
 
     private Object identified(Table table, Map<String, String> given) {

@@ -20,11 +20,13 @@ final class Output {
     boolean json;
     /** Whether every command prints JSON. */
     boolean jsonAlways;
-    /** Shows long texts; null where nobody sits at a terminal. */
-    Pager pager;
+    /** The terminal that the output goes to; null where it goes elsewhere. */
+    Screen screen;
     /** The script that a command reads; null where lines need no name. */
     String script;
 
+    /** What the command that runs has said to a terminal. */
+    private final StringBuilder said = new StringBuilder();
     private final PrintStream out;
     private final PrintStream err;
     private final NativeOutput nativeOutput;
@@ -40,9 +42,43 @@ final class Output {
     void passOn() {
         String text = nativeOutput.take();
         if (!json) {
-            out.print(text);
-            out.flush();
+            say(text);
         }
+    }
+
+    /** Drops what native code has printed by itself. */
+    void forgetNativeOutput() {
+        nativeOutput.take();
+    }
+
+    /** Ends what a command says: at a terminal, what is longer than it goes through a pager. */
+    void finish() {
+        passOn();
+        String text = said.toString();
+        said.setLength(0);
+        if (!text.isEmpty() && (json || screen == null || !screen.page(text))) {
+            out.print(text);
+        }
+        out.flush();
+    }
+
+    /** Shows what was said so far, however long it is. */
+    void flushUnpaged() {
+        out.print(said);
+        said.setLength(0);
+        out.flush();
+    }
+
+    private void say(String text) {
+        if (screen == null) {
+            out.print(text);
+        } else {
+            said.append(text);
+        }
+    }
+
+    private void sayLine(Object line) {
+        say(line + "\n");
     }
 
     /** Says that a command without other output succeeded. */
@@ -50,7 +86,7 @@ final class Output {
         if (json) {
             print(member("status", 0));
         } else {
-            out.println("ok");
+            sayLine("ok");
         }
     }
 
@@ -61,7 +97,7 @@ final class Output {
             object.addProperty("count", count);
             print(object);
         } else {
-            out.println("ok: " + count + " " + noun + (count == 1 ? "" : "s"));
+            sayLine("ok: " + count + " " + noun + (count == 1 ? "" : "s"));
         }
     }
 
@@ -80,7 +116,7 @@ final class Output {
         if (json) {
             print(member(name, value));
         } else {
-            out.println(value);
+            sayLine(value);
         }
     }
 
@@ -100,7 +136,7 @@ final class Output {
 
     private void printWhole(String text) {
         boolean isWhole = text.isEmpty() || text.endsWith("\n");
-        out.print(isWhole ? text : text + "\n");
+        say(isWhole ? text : text + "\n");
     }
 
     /** Prints a report that a native method made: as it is, or in JSON what was parsed from it. */
@@ -108,7 +144,7 @@ final class Output {
         passOn();
         if (json) {
             print(toJson(parsed.get()));
-        } else if (pager == null || !pager.show(text)) {
+        } else {
             printWhole(text);
         }
     }
@@ -128,19 +164,23 @@ final class Output {
             print(document);
             return;
         }
+        fields(object, properties);
+        for (Rows lower : below) {
+            if (!lower.rows().isEmpty()) {
+                sayLine("");
+                table(lower.rows(), lower.properties());
+            }
+        }
+    }
+
+    private void fields(Object object, List<Property> properties) {
         List<List<String>> rows = new ArrayList<>();
         for (Property property : properties) {
             if (property.shown()) {
                 rows.add(List.of(property.label(), property.format(object)));
             }
         }
-        out.print(align(rows));
-        for (Rows lower : below) {
-            if (!lower.rows().isEmpty()) {
-                out.println();
-                table(lower.rows(), lower.properties());
-            }
-        }
+        say(align(rows));
     }
 
     /** Prints names, one a line; in JSON they are numbers where they are of such a kind. */
@@ -175,7 +215,40 @@ final class Output {
         for (Object object : objects) {
             rows.add(properties.stream().map(property -> property.format(object)).toList());
         }
-        out.print(align(rows));
+        if (screen == null) {
+            say(align(rows));
+            return;
+        }
+        List<List<String>> fitted = screen.fit(rows);
+        if (fitted == null) {
+            objects.forEach(object -> {
+                fields(object, properties);
+                sayLine("");
+            });
+            return;
+        }
+        String[] lines = align(fitted).split("\n");
+        int headings = lines.length - objects.size();
+        for (int i = 0; i < lines.length; i++) {
+            sayLine(i < headings ? lines[i] : screen.coloured(lines[i], colour(objects.get(i - headings), properties)));
+        }
+    }
+
+    /** {@return the colour of a row: red where something was refused or gets nothing, yellow where it is quiesced} */
+    private static String colour(Object object, List<Property> properties) {
+        String colour = "";
+        for (Property property : properties) {
+            String value = property.format(object);
+            boolean isBad = property.label().equals("weight") && value.equals("0")
+                    || property.label().equals("result") && !value.equals("0");
+            if (isBad) {
+                return Screen.RED;
+            }
+            if (property.label().equals("quiesced") && value.equals("on")) {
+                colour = Screen.YELLOW;
+            }
+        }
+        return colour;
     }
 
     /** Says that a command was sent whose result the library does not return, and which command shows the result. */
@@ -183,7 +256,7 @@ final class Output {
         if (json) {
             print(member("status", 0));
         } else {
-            out.println("sent; '" + shownBy + "' shows the result");
+            sayLine("sent; '" + shownBy + "' shows the result");
         }
     }
 
@@ -201,8 +274,7 @@ final class Output {
      * @param meaning the reason, in words
      */
     void failure(int line, String command, Integer status, String meaning) {
-        passOn();
-        out.flush();
+        finish();
         if (json) {
             JsonObject object = new JsonObject();
             if (status != null) {
@@ -220,19 +292,21 @@ final class Output {
             }
             err.println(gson.toJson(object));
         } else {
-            err.println((line > 0 && script != null ? script + ", " : "") + (line > 0 ? "line " + line + ": " : "") + (command.isEmpty() ? "" : command + ": ")
-                    + (status == null ? "" : "status " + status + ": ") + meaning);
+            String text = (line > 0 && script != null ? script + ", " : "") + (line > 0 ? "line " + line + ": " : "")
+                    + (command.isEmpty() ? "" : command + ": ") + (status == null ? "" : "status " + status + ": ")
+                    + meaning;
+            err.println(screen == null ? text : screen.coloured(text, Screen.RED));
         }
     }
 
     /** Prints text that is the same for people and programs, such as help. */
     void plain(String text) {
-        out.print(text);
+        say(text);
         out.flush();
     }
 
     private void print(JsonElement document) {
-        out.println(gson.toJson(document));
+        sayLine(gson.toJson(document));
     }
 
     private static JsonObject member(String name, Object value) {

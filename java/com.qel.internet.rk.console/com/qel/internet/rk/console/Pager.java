@@ -6,7 +6,6 @@ import java.io.OutputStreamWriter;
 import java.io.Writer;
 import java.nio.charset.StandardCharsets;
 import java.util.Set;
-import org.jline.terminal.Terminal;
 import org.jline.utils.Signals;
 
 /** Shows texts that are longer than the terminal with the user's pager. */
@@ -18,20 +17,19 @@ final class Pager {
 
     private static final File TERMINAL = new File("/dev/tty");
 
-    private final Terminal terminal;
-
-    Pager(Terminal terminal) {
-        this.terminal = terminal;
+    private Pager() {
     }
 
-    /** Shows a text. {@return false when it was not: it is short, or the pager does not start} */
-    boolean show(String text) {
+    /** Shows a text. {@return false when it was not: the user wants no pager, or it does not start} */
+    static boolean show(String text) {
         String pager = System.getenv().getOrDefault(VARIABLE, USUAL);
-        if (pager.isBlank() || text.lines().count() < terminal.getHeight()) {
+        if (pager.isBlank()) {
             return false;
         }
         try {
-            Process process = new ProcessBuilder("/bin/sh", "-c", pager)
+            ProcessBuilder builder = new ProcessBuilder("/bin/sh", "-c", pager);
+            builder.environment().putIfAbsent("LESS", "FRX"); // colours as they are
+            Process process = builder
                     .redirectOutput(TERMINAL) // descriptor 1 may be caught
                     .redirectError(ProcessBuilder.Redirect.INHERIT)
                     .start();

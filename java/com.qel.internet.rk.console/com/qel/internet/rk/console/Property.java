@@ -88,6 +88,14 @@ record Property(List<String> fields, String label, Kind kind, int limit, String 
         return isOne ? kind.argument : String.join(",", Collections.nCopies(fields.size(), kind.argument));
     }
 
+    /** {@return values that completion offers; none where there are too many} */
+    List<String> candidates() {
+        if (domain.words() != null) {
+            return List.copyOf(domain.words().names());
+        }
+        return kind == Kind.SWITCH ? List.of("on", "off") : List.of();
+    }
+
     /** {@return what help says about the option} */
     String help() {
         String bounds = domain.range().isEmpty() ? kind.bounds() : "";

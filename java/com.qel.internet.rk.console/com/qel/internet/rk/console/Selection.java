@@ -123,8 +123,14 @@ final class Selection {
         if (names.stream().anyMatch(name -> KnownNames.inCapitals(name).equals(capitals))) {
             return List.of(text);
         }
-        Pattern pattern = Pattern.compile(Pattern.quote(capitals).replace("*", "\\E.*\\Q").replace("?", "\\E.\\Q"));
+        Pattern pattern = pattern(text);
         return names.stream().filter(name -> pattern.matcher(KnownNames.inCapitals(name)).matches()).toList();
+    }
+
+    /** {@return what matches a text in capitals; * stands for any characters, ? for one} */
+    static Pattern pattern(String text) {
+        String quoted = Pattern.quote(KnownNames.inCapitals(text));
+        return Pattern.compile(quoted.replace("*", "\\E.*\\Q").replace("?", "\\E.\\Q"), Pattern.DOTALL);
     }
 
     private static List<Map<String, String>> withAddress(Session session, ParseResult typed) {

@@ -3,6 +3,9 @@ package com.qel.internet.rk.console;
 import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNExecutorReport;
 import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.TimeUnit;
+import org.jline.terminal.Terminal;
 
 /**
  * One run of the console against an executor. No two native methods may run at the same time, and nothing but this
@@ -18,10 +21,14 @@ final class Session {
     private static final String NOT_STARTED =
             "the user-space executor does not run: start it with 'system user start'";
 
+    private static final int LONGEST_CLOSING_SECONDS = 10;
+
     /** Where commands print. */
     final Output output;
     /** What the executor has, as far as earlier commands have seen. */
     final KnownNames known = new KnownNames();
+    /** Where commands are typed; null where they come from elsewhere. */
+    Terminal terminal;
     /** Asks whoever types; null where nobody does. */
     Question question;
 
@@ -31,6 +38,7 @@ final class Session {
     }
 
     private final Thread owner = Thread.currentThread();
+    private final CountDownLatch closed = new CountDownLatch(1);
     private CMNExecutorInterface natives;
     private boolean kernel;
     private boolean processReady;
@@ -83,6 +91,16 @@ final class Session {
         }
         if (processReady) {
             natives().userExecutorProcessTermNative();
+        }
+        closed.countDown();
+    }
+
+    /** Waits until {@link #close} has been called, for a while: the Java VM ends behind it. */
+    void awaitClosed() {
+        try {
+            closed.await(LONGEST_CLOSING_SECONDS, TimeUnit.SECONDS);
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
         }
     }
 

@@ -15,6 +15,7 @@ final class Settings {
         for (Property property : properties) {
             if (property.option() != null) {
                 command.addOption(OptionSpec.builder(property.option())
+                        .completionCandidates(property.candidates())
                         .type(property.kind() == Kind.LISTENERS ? String[].class : String.class)
                         .paramLabel(property.argument())
                         .description(property.help())
