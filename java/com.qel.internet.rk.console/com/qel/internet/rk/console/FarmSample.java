@@ -88,14 +88,14 @@ final class FarmSample {
     private long readPort(Session session, String cluster, String number) {
         CMNPort port = new CMNPort();
         port.ClusterId = cluster;
-        port.PortNumber = Integer.parseInt(number);
-        Refusal.check(Family.PORT, session.natives().getPortReportNative(port));
+        port.PortNumber = Names.port(number);
+        int servers = Names.numberOfServers(session, port);
         put(lines.size(), new Line("port", cluster, number, number,
                 (port.NumServers - port.NumNodesDown) + " of " + port.NumServers + " up", -1, port.ActiveConnections, -1,
                 port.iConnectionsPerSecond, port.iBytesPerSecond));
-        CMNServerWeights weights = WeightsCommands.weights(port, port.NumServers);
-        Refusal.check(Family.WEIGHTS, session.natives().getServerWeightsNative(weights, port.NumServers));
-        for (int i = 0; i < port.NumServers && weights.sServerID[i] != null; i++) {
+        CMNServerWeights weights = WeightsCommands.weights(port, servers);
+        Refusal.check(Family.WEIGHTS, session.natives().getServerWeightsNative(weights, servers));
+        for (int i = 0; i < servers && weights.sServerID[i] != null; i++) {
             String name = weights.sServerID[i];
             int weight = weights.iWeight[i];
             put(lines.size(), line("server", cluster, number, name, state(session, cluster, number, name, weight), weight,
@@ -157,7 +157,7 @@ final class FarmSample {
     static CMNServer server(Session session, String cluster, String port, String name) {
         CMNServer server = new CMNServer();
         server.ClusterId = cluster;
-        server.Port = Integer.parseInt(port);
+        server.Port = Names.port(port);
         ServerCommands.LEVEL.own().put(session, server, name);
         return server;
     }

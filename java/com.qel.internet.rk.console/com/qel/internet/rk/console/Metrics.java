@@ -142,7 +142,7 @@ final class Metrics {
     private void readPort(Session session, String cluster, String number) {
         CMNPort port = new CMNPort();
         port.ClusterId = cluster;
-        port.PortNumber = Integer.parseInt(number);
+        port.PortNumber = Names.port(number);
         Refusal.check(Family.PORT, session.natives().getPortReportNative(port));
         add(PORT, port, List.of(cluster, number), 0);
         Map<String, String> path = Map.of(Identity.CLUSTER, cluster, Identity.PORT, number);

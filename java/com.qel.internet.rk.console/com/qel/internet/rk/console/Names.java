@@ -45,6 +45,15 @@ final class Names {
         return split(list);
     }
 
+    /** {@return a port's number as the executor lists it, if it is one} */
+    static int port(String listed) {
+        try {
+            return Integer.parseInt(listed);
+        } catch (NumberFormatException e) {
+            throw new Refusal(null, "the executor lists a port '" + listed + "', which is no number");
+        }
+    }
+
     /** {@return how many servers a port has, if that can be: arrays are to be made for them} */
     static int numberOfServers(Session session, CMNPort port) {
         Refusal.check(Family.PORT, session.natives().getPortReportNative(port));

@@ -142,7 +142,7 @@ final class Selection {
         List<Map<String, String>> selected = new ArrayList<>();
         for (String cluster : Names.ofKind(session, Identity.CLUSTER, Map.of())) {
             for (String port : Names.ofKind(session, Identity.PORT, Map.of(Identity.CLUSTER, cluster))) {
-                CMNServerWeights weights = WeightsCommands.ofPort(session, cluster, Integer.parseInt(port));
+                CMNServerWeights weights = WeightsCommands.ofPort(session, cluster, Names.port(port));
                 for (int i = 0; i < weights.iAddress.length; i++) {
                     if (weights.iAddress[i] == address && weights.sServerID[i] != null) {
                         selected.add(Map.of(Identity.CLUSTER, cluster, Identity.PORT, port, Identity.SERVER,
