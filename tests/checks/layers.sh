@@ -16,10 +16,12 @@ for family in aliasing config ha diagnostics; do
 done
 below[library/diagnostics]+=" library/aliasing/interface_list.h"
 below[executor/state]="rk"
+below[executor/children]="rk executor/state"
 below[executor/forwarding]="rk executor/state"
 for engine in kernel proxy; do
     below[executor/forwarding/$engine]="${below[executor/forwarding]} executor/forwarding"
 done
+below[executor/forwarding/proxy]+=" executor/children"
 below[executor/commands]="rk executor/state executor/forwarding"
 below[executor/fronts]="rk executor/state executor/commands executor/forwarding"
 below[executor/fronts]+=" executor/forwarding/kernel executor/forwarding/proxy"

@@ -1,9 +1,7 @@
-// HAProxy as a child of a process that has libuexc. It hangs on a leash: a pipe whose other end is in this process, and
-// which the system closes however the process ends. (A signal of the parent's death would come with the end of the
-// thread that started the child.)
+// HAProxy as a child of a process that has libuexc, on a leash (executor/children).
 #pragma once
 
-#include "executor/forwarding/proxy/descriptor.h"
+#include "executor/children/children.h"
 #include "executor/state/log_text.h"
 
 #include <string>
@@ -29,9 +27,6 @@ std::string findProxyProgram();
 
 // Makes the private folder. False when that fails; `words` say why.
 bool makeProxyFolder(ProxyChild &child, LogText &words);
-
-// Writes a file of the folder as a whole: what was there before stays when that fails, and `words` say why.
-bool writeProxyFile(const std::string &file, const std::string &text, LogText &words);
 
 // Has HAProxy read a configuration without using it. False when it does not like it; `words` are its own.
 bool checkConfiguration(const ProxyChild &child, const std::string &file, LogText &words);

@@ -415,7 +415,7 @@ void restoreStickyClients(const ProxyEngine &engine, const ClientsOfPools &table
 
 bool writeTables(const ProxyEngine &engine, const ClientsOfPools &tables, LogText &words) {
     return std::all_of(tables.begin(), tables.end(), [&](const auto &table) {
-        return writeProxyFile(stickyFile(engine.child.folder, table.first), mapText(table.second), words);
+        return writeFile(stickyFile(engine.child.folder, table.first), mapText(table.second), words);
     });
 }
 
@@ -425,7 +425,7 @@ bool writeBound(ProxyEngine &engine, const ClientsOfPools &bound, LogText &words
         const auto file = engine.boundFiles.find(pool);
         if (file != engine.boundFiles.end() && file->second == clients)
             continue;
-        if (!writeProxyFile(boundFile(folder, pool), mapText(clients), words))
+        if (!writeFile(boundFile(folder, pool), mapText(clients), words))
             return false;
         engine.boundFiles[pool] = clients;
     }
@@ -450,8 +450,8 @@ bool writeConfiguration(ProxyEngine &engine, const Plan &plan, const ClientsOfPo
     const std::string next = engine.child.folder + "/next.cfg";
     ClientsOfPools bound = allBound(plan, engine.numbers);
     if (!areCookiesPlain(plan, words) || !writeBound(engine, bound, words) || !writeTables(engine, tables, words) ||
-        !writeProxyFile(next, text, words) || !checkConfiguration(engine.child, next, words) ||
-        !writeProxyFile(configurationFile(engine.child), text, words))
+        !writeFile(next, text, words) || !checkConfiguration(engine.child, next, words) ||
+        !writeFile(configurationFile(engine.child), text, words))
         return false;
     engine.bound = std::move(bound);
     engine.configuration = text;
@@ -487,7 +487,7 @@ bool applyWithNewWorker(ProxyEngine &engine, const Plan &plan, const PlanChange 
         LogText ignored{};
         engine.configuration = configurationBefore;
         engine.bound = boundBefore;
-        writeProxyFile(configurationFile(engine.child), configurationBefore, ignored);
+        writeFile(configurationFile(engine.child), configurationBefore, ignored);
         return false;
     }
     engine.leaving.clear();

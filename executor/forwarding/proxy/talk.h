@@ -1,7 +1,7 @@
 // Talking to HAProxy over its sockets: a command, a reply, and a time limit for both.
 #pragma once
 
-#include "executor/forwarding/proxy/descriptor.h"
+#include "executor/children/descriptor.h"
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "executor/forwarding/proxy/descriptor.h"
+#include "executor/children/descriptor.h"
 
 #include <unistd.h>
 
