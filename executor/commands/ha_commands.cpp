@@ -1,6 +1,7 @@
-// High availability: backup, heartbeats, reach targets. The state follows the configuration, as no partner is ever
-// heard.
+// High availability: backup, heartbeats, reach targets. The state follows the configuration; what hears a partner
+// (executor/availability) puts in its place what is true.
 #include "executor/commands/commands.h"
+#include "executor/state/ha_state.h"
 #include "executor/state/settings.h"
 #include "executor/state/values.h"
 #include "rk/reasons.h"
@@ -11,26 +12,6 @@
 namespace rk {
 
 namespace {
-
-bool hasBackup(const HaStatusRecord &ha) {
-    return ha.mode == kHaModePaired;
-}
-
-// Counts for the state machines that run in this role; the primary one when there is no backup.
-void count(Executor &executor, FsmCounter counter) {
-    const uint8_t role = executor.highAvailability.role;
-    if (role != kHaRoleBackup)
-        ++executor.counters.primary.counters[counter];
-    if (role != kHaRolePrimary)
-        ++executor.counters.backup.counters[counter];
-}
-
-void enterState(Executor &executor, uint8_t newState) {
-    if (executor.highAvailability.state == newState)
-        return;
-    executor.highAvailability.state = newState;
-    count(executor, kCountStateChanges);
-}
 
 // Sets what depends on backup and heartbeats.
 void followConfiguration(Executor &executor) {
@@ -43,9 +24,7 @@ void followConfiguration(Executor &executor) {
     uint8_t substate = kHaSubstateNone;
     if (hasBackup(ha))
         substate = isWaiting ? kHaSubstateWaiting : kHaSubstateNoHeartbeat;
-    if (ha.substate != substate)
-        count(executor, kCountSubstateChanges);
-    ha.substate = substate;
+    enterHaSubstate(executor, substate);
 }
 
 ReachEntry *findReachTarget(HaStatusRecord &ha, NetworkAddress address) {
@@ -77,8 +56,8 @@ int32_t addBackup(Executor &executor, const HaControlRecord &record) {
     ha.role = static_cast<uint8_t>(role);
     ha.strategy = static_cast<uint8_t>(strategy);
     ha.port = static_cast<uint16_t>(port);
-    count(executor, kCountCommands);
-    enterState(executor, role == kHaRoleBackup ? kHaStateStandby : kHaStateActive);
+    countHighAvailability(executor, kCountCommands);
+    enterHaState(executor, role == kHaRoleBackup ? kHaStateStandby : kHaStateActive);
     followConfiguration(executor);
     return 0;
 }
@@ -87,9 +66,9 @@ int32_t deleteBackup(Executor &executor, const CommandHeader & /*header*/) {
     HaStatusRecord &ha = executor.highAvailability;
     if (!hasBackup(ha))
         return kNoBackup;
-    count(executor, kCountCommands);
-    count(executor, kCountStateChanges);
-    count(executor, kCountSubstateChanges);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountStateChanges);
+    countHighAvailability(executor, kCountSubstateChanges);
     ha = HaStatusRecord{};
     return 0;
 }
@@ -113,8 +92,8 @@ int32_t addReachTarget(Executor &executor, const HaControlRecord &record) {
     target.type = static_cast<uint8_t>(type);
     target.localTimeStamp = currentTime();
     ++ha.reachCount;
-    count(executor, kCountCommands);
-    count(executor, kCountReachChanges);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountReachChanges);
     return 0;
 }
 
@@ -126,8 +105,8 @@ int32_t deleteReachTarget(Executor &executor, const HaControlRecord &record) {
     ReachEntry *end = ha.reachTargets + ha.reachCount;
     *std::move(target + 1, end, target) = ReachEntry{};
     --ha.reachCount;
-    count(executor, kCountCommands);
-    count(executor, kCountReachChanges);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountReachChanges);
     return 0;
 }
 
@@ -145,8 +124,8 @@ int32_t changeReachTarget(Executor &executor, const HaControlRecord &record) {
     target.type = static_cast<uint8_t>(type);
     target.localStatus = static_cast<uint8_t>(status);
     target.localTimeStamp = currentTime();
-    count(executor, kCountCommands);
-    count(executor, kCountReachChanges);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountReachChanges);
     return 0;
 }
 
@@ -168,8 +147,8 @@ int32_t addHeartbeat(Executor &executor, const HaControlRecord &record) {
     heartbeat.local = local;
     heartbeat.remote = remote;
     ++ha.heartbeatCount;
-    count(executor, kCountCommands);
-    count(executor, kCountHeartbeats);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountHeartbeats);
     followConfiguration(executor);
     return 0;
 }
@@ -185,7 +164,7 @@ int32_t deleteHeartbeat(Executor &executor, const HaControlRecord &record) {
         return kUnknownHeartbeat;
     std::fill(keptEnd, end, HeartbeatEntry{});
     ha.heartbeatCount = static_cast<uint16_t>(keptEnd - ha.heartbeats);
-    count(executor, kCountCommands);
+    countHighAvailability(executor, kCountCommands);
     followConfiguration(executor);
     return 0;
 }
@@ -194,8 +173,8 @@ int32_t deleteHeartbeat(Executor &executor, const HaControlRecord &record) {
 int32_t setHighAvailabilityTimers(Executor &executor, const CommandHeader & /*header*/) {
     if (!hasBackup(executor.highAvailability))
         return kNoBackup;
-    count(executor, kCountCommands);
-    count(executor, kCountTimersSet);
+    countHighAvailability(executor, kCountCommands);
+    countHighAvailability(executor, kCountTimersSet);
     return 0;
 }
 
@@ -203,10 +182,10 @@ int32_t setHighAvailabilityTimers(Executor &executor, const CommandHeader & /*he
 int32_t takeOver(Executor &executor, const HaControlRecord & /*record*/) {
     if (!hasBackup(executor.highAvailability))
         return kNoBackup;
-    count(executor, kCountCommands);
+    countHighAvailability(executor, kCountCommands);
     if (executor.highAvailability.state != kHaStateActive)
-        count(executor, kCountTakeOvers);
-    enterState(executor, kHaStateActive);
+        countHighAvailability(executor, kCountTakeOvers);
+    enterHaState(executor, kHaStateActive);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "executor/commands/perform_command.h"
 
+#include "executor/commands/available_commands.h"
 #include "executor/commands/command_log.h"
 #include "executor/commands/command_table.h"
 #include "executor/commands/forwarded_commands.h"
@@ -19,20 +20,27 @@ bool isLengthRight(const CommandRow &row, const CommandHeader &block) {
     return count >= 0 && block.length == row.length + row.entryLength * static_cast<uint64_t>(count);
 }
 
-// Returns 0 or the reason. `forwarding` is null when nothing is forwarded; `words` are what it has to say.
-int32_t performRow(const CommandRow &row, const Target &target, CommandHeader &block, Forwarding *forwarding,
-                   LogText &words) {
+// Performs a command whose objects are there, with whoever has to do it as well. Returns 0 or the reason.
+int32_t performWithOthers(const CommandRow &row, const Target &target, CommandHeader &block, LogText &words) {
+    ExecutorState &state = *target.state;
+    if (state.availability != nullptr && isOnHighAvailability(row))
+        return performAvailable(*state.availability, row, target, block, words);
+    const int32_t reason = state.forwarding == nullptr ? row.perform(target, block)
+                                                       : performForwarded(*state.forwarding, row, target, block, words);
+    if (state.availability != nullptr && reason == 0)
+        noteChange(*state.availability, row, target);
+    return reason;
+}
+
+// Returns 0 or the reason. `words` are what those who do it have to say.
+int32_t performRow(const CommandRow &row, const Target &target, CommandHeader &block, LogText &words) {
     if (const int32_t reason = reasonForMissing(target, row.needs); reason != 0) {
         if (row.refuseEntries != nullptr)
             row.refuseEntries(block, reason);
         return reason;
     }
     try {
-        int32_t reason = 0;
-        if (forwarding == nullptr)
-            reason = row.perform(target, block);
-        else
-            reason = performForwarded(*forwarding, row, target, block, words);
+        const int32_t reason = performWithOthers(row, target, block, words);
         if (reason == kForwardingRefused && row.refuseEntries != nullptr)
             row.refuseEntries(block, reason);
         return reason;
@@ -63,7 +71,7 @@ int32_t performCommand(ExecutorState &state, CommandHeader *block) {
     else if (!isReadable)
         reason = kWrongLength;
     else
-        reason = performRow(*row, target, *block, state.forwarding, words);
+        reason = performRow(*row, target, *block, words);
 
     if (reason != 0 && isReadable)
         clearFlags(row->settings, *block);

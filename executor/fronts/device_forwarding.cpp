@@ -2,6 +2,7 @@
 
 #include "executor/commands/command_log.h"
 #ifdef RK_KERNEL_FORWARDING
+#include "executor/forwarding/kernel/connection_copies.h"
 #include "executor/forwarding/kernel/kernel_engine.h"
 #endif
 
@@ -14,17 +15,15 @@ namespace rk {
 
 namespace {
 
+constexpr char kRuntimeFolder[] = "/run/qelxwd";
 constexpr itimerspec kEachSecond = {{1, 0}, {1, 0}};
 
 #ifdef RK_KERNEL_FORWARDING
-constexpr char kJournalFolder[] = "/run/qelxwd";
-
 bool openEngine(const DeviceOptions &options, Engine &engine, std::string &words) {
     KernelEngineOptions engineOptions;
     engineOptions.scheduler = options.scheduler;
     engineOptions.keepsForwarding = options.keepsForwarding;
-    const char *folder = std::getenv("RUNTIME_DIRECTORY"); // a service's own
-    engineOptions.journalFolder = folder == nullptr ? kJournalFolder : folder;
+    engineOptions.journalFolder = runtimeFolder();
     return openKernelEngine(engineOptions, engine, words);
 }
 #else
@@ -58,6 +57,19 @@ bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, D
         forwarding.words = "forwarding no packets: " + forwarding.words;
     logWords(state, forwarding.words);
     return isBegun || options.forward == ForwardMode::automatic;
+}
+
+std::string runtimeFolder() {
+    const char *folder = std::getenv("RUNTIME_DIRECTORY");
+    return folder == nullptr ? kRuntimeFolder : folder;
+}
+
+ConnectionCopies kernelCopies() {
+#ifdef RK_KERNEL_FORWARDING
+    return {startConnectionCopies, stopConnectionCopies};
+#else
+    return {};
+#endif
 }
 
 void endDeviceForwarding(ExecutorState &state, DeviceForwarding &forwarding) {

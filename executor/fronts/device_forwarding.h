@@ -1,6 +1,7 @@
 // Forwarding by the kernel, as far as this program and this machine can.
 #pragma once
 
+#include "executor/availability/availability.h"
 #include "executor/forwarding/forwarding.h"
 #include "executor/fronts/device_options.h"
 
@@ -14,6 +15,12 @@ struct DeviceForwarding {
 // Begins to forward as the options want it. False when they want what cannot be had; `words` tell why. When forwarding
 // is not asked for in so many words, it is done without, and `words` tell that. What is told is in the log as well.
 bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, DeviceForwarding &forwarding);
+
+// Where the program keeps what has to outlive it: a service's own folder, or /run/qelxwd.
+std::string runtimeFolder();
+
+// How the kernel's load balancer copies connections to the partner; null procedures where it is not built in.
+ConnectionCopies kernelCopies();
 
 void endDeviceForwarding(ExecutorState &state, DeviceForwarding &forwarding);
 

@@ -21,6 +21,10 @@ enum OptionCode : int {
     kForward,
     kScheduler,
     kKeepForwarding,
+    kHighAvailability,
+    kAdvertInterval,
+    kAddressInterface,
+    kMovingAddress,
     kHelp,
     kVersion
 }; // above any short option's
@@ -32,6 +36,10 @@ constexpr option kOptions[] = {
     {"forward", required_argument, nullptr, kForward},
     {"scheduler", required_argument, nullptr, kScheduler},
     {"keep-forwarding", no_argument, nullptr, kKeepForwarding},
+    {"high-availability", required_argument, nullptr, kHighAvailability},
+    {"advert-interval", required_argument, nullptr, kAdvertInterval},
+    {"address-interface", required_argument, nullptr, kAddressInterface},
+    {"moving-address", required_argument, nullptr, kMovingAddress},
     {"help", no_argument, nullptr, kHelp},
     {"version", no_argument, nullptr, kVersion},
     {nullptr, 0, nullptr, 0},
@@ -64,6 +72,15 @@ void applyScheduler(DeviceOptions &options, const std::string &value) {
     options.scheduler = value;
     if (std::ranges::find(kSchedulers, value) == std::end(kSchedulers))
         refuse(options, "--scheduler is wrr, wlc, sh or mh, not '" + value + "'");
+}
+
+// Takes an option of high availability.
+using ApplyAvailability = std::string (*)(AvailabilityChoice &choice, const std::string &value);
+
+void applyAvailability(DeviceOptions &options, ApplyAvailability apply, const std::string &value) {
+    std::string mistake = apply(options.availability, value);
+    if (!mistake.empty())
+        refuse(options, std::move(mistake));
 }
 
 // What is wrong with the option at which getopt_long stopped. `argument` is the last one that it looked at.
@@ -102,6 +119,18 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
     case kKeepForwarding:
         options.keepsForwarding = true;
         break;
+    case kHighAvailability:
+        applyAvailability(options, applyHighAvailability, optarg);
+        break;
+    case kAdvertInterval:
+        applyAvailability(options, applyAdvertInterval, optarg);
+        break;
+    case kAddressInterface:
+        applyAvailability(options, applyAddressInterface, optarg);
+        break;
+    case kMovingAddress:
+        applyAvailability(options, applyMovingAddress, optarg);
+        break;
     case kHelp:
         options.action = DeviceAction::showHelp;
         break;
@@ -121,6 +150,8 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
 const char kDeviceHelp[] =
     R"(usage: qelxwd [--device-name NAME] [--foreground] [--log FILE]
               [--forward kernel|none] [--scheduler NAME] [--keep-forwarding]
+              [--high-availability keepalived|none] [--advert-interval SECONDS]
+              [--address-interface NAME] [--moving-address ADDRESS[@HOST]]...
 
 Makes the character device /dev/qelxw and answers the commands that come to it
 as a load balancer's executor does. It keeps the configuration in memory, and
@@ -139,6 +170,21 @@ server's library finds it in kernel mode.
                        this option); wlc, by weight and open connections; sh or
                        mh, by the client's address
   --keep-forwarding    leave all that is forwarded in force at the end
+  --high-availability keepalived
+                       hear a partner, or fail when that cannot be; without this
+                       option, the log tells what is missing when a backup is added
+  --high-availability none
+                       keep what is said of a partner, and hear none
+  --advert-interval SECONDS
+                       between two adverts of the active director, 1 without this
+                       option; the partner takes over after three that are missing
+  --address-interface NAME
+                       put cluster addresses that are in no interface's network on
+                       this one
+  --moving-address ADDRESS[@HOST]
+                       an address that moves with the clusters' addresses: the
+                       servers' way back, where addresses are translated; @HOST as
+                       a cluster's primary host
   --help               show this text
   --version            show the version
 

@@ -1,6 +1,8 @@
 // The command line of qelxwd, and its words for mistakes.
 #pragma once
 
+#include "executor/fronts/availability_options.h"
+
 #include <cstdint>
 #include <string>
 
@@ -23,7 +25,8 @@ struct DeviceOptions {
     ForwardMode forward = ForwardMode::automatic;
     std::string scheduler;        // how the kernel picks servers
     bool keepsForwarding = false; // what is in force stays so at the end
-    std::string mistake;          // what is wrong with a command line that is refused
+    AvailabilityChoice availability;
+    std::string mistake; // what is wrong with a command line that is refused
 };
 
 inline constexpr char kDeviceChannel[] = "/dev/cuse"; // through which the kernel makes devices

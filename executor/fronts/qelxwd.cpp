@@ -1,6 +1,7 @@
 // qelxwd: the reference executor behind a character device.
 #include "executor/commands/commands.h"
 #include "executor/fronts/cuse_device.h"
+#include "executor/fronts/device_availability.h"
 #include "executor/fronts/device_forwarding.h"
 #include "executor/fronts/device_options.h"
 #include "executor/state/logs.h"
@@ -59,9 +60,11 @@ void reopenLog(rk::ExecutorState &state, const std::string &path) {
 }
 
 // Answers until a signal asks to stop, and has forwarding seen to meanwhile. False when something failed.
-bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &state, const std::string &logFile) {
+bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &state, const std::string &logFile,
+                       rk::DeviceAvailability &availability) {
     const int timer = rk::openTicks(state);
-    const int either = rk::watchBoth(signals, timer);
+    const int others = rk::watchBoth(timer, availability.director.watch);
+    const int either = rk::watchBoth(signals, others);
     if (either == -1) {
         device.mistake = std::string("no signals can be awaited: ") + std::strerror(errno);
         return false;
@@ -72,6 +75,7 @@ bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &s
         poll(wanted, 2, 0);
         if (wanted[1].revents != 0)
             rk::tickDevice(state, timer);
+        rk::serveDeviceAvailability(state, availability);
         if (wanted[0].revents == 0)
             continue;
         if (takeSignal(signals) == SIGHUP)
@@ -80,6 +84,7 @@ bool serveUntilStopped(rk::CuseDevice &device, int signals, rk::ExecutorState &s
             isStopped = true;
     }
     close(either);
+    close(others);
     close(timer);
     return isStopped;
 }
@@ -96,8 +101,15 @@ int serve(const rk::DeviceOptions &options) {
     rk::CuseDevice device = rk::openDevice(options.deviceName, state);
     if (device.session == nullptr)
         return fail(device.mistake);
+    rk::DeviceAvailability availability; // first: what an earlier run left goes before anything is done
+    if (!rk::beginDeviceAvailability(options.availability, rk::runtimeFolder(), rk::kernelCopies(), state,
+                                     availability)) {
+        rk::closeDevice(device);
+        return fail(availability.words);
+    }
     rk::DeviceForwarding forwarding;
     if (!rk::beginDeviceForwarding(options, state, forwarding)) {
+        rk::endDeviceAvailability(state, availability);
         rk::closeDevice(device);
         return fail(forwarding.words);
     }
@@ -108,8 +120,9 @@ int serve(const rk::DeviceOptions &options) {
         std::fprintf(stderr, "qelxwd: serving /dev/%s\n", options.deviceName.c_str());
     else if (daemon(0, 0) == -1)
         return fail(std::string("cannot go to the background: ") + std::strerror(errno));
-    const bool isStopped = serveUntilStopped(device, signals, state, logFile);
+    const bool isStopped = serveUntilStopped(device, signals, state, logFile, availability);
     rk::closeDevice(device);
+    rk::endDeviceAvailability(state, availability); // before forwarding ends
     rk::endDeviceForwarding(state, forwarding);
     return isStopped ? kStopped : fail(device.mistake);
 }

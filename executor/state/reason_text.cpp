@@ -1,5 +1,6 @@
 #include "executor/state/reason_text.h"
 
+#include <algorithm>
 #include <span>
 
 namespace rk {
@@ -16,6 +17,13 @@ constexpr ReasonRow kHeartbeatRows[] = {
     {kHeartbeatExists, "heartbeat exists already"},
     {kHeartbeatPair, "addresses not usable for a heartbeat, or no room for more"},
 };
+
+// What forwards has no part in high availability.
+constexpr Command kHaCommands[] = {
+    Command::addBackup,         Command::deleteBackup, Command::addReachTarget,  Command::deleteReachTarget,
+    Command::changeReachTarget, Command::addHeartbeat, Command::deleteHeartbeat, Command::setHighAvailabilityTimers,
+    Command::takeOver};
+constexpr ReasonRow kHaRows[] = {{kForwardingRefused, "this machine cannot do it"}};
 
 constexpr ReasonRow kReasonRows[] = {
     {kNotStarted, "executor not started"},
@@ -92,6 +100,8 @@ const char *reasonText(Command command, int32_t reason) {
     const char *text = nullptr;
     if (command == Command::addHeartbeat)
         text = findText(kHeartbeatRows, reason);
+    if (text == nullptr && std::ranges::find(kHaCommands, command) != std::end(kHaCommands))
+        text = findText(kHaRows, reason);
     if (text == nullptr)
         text = findText(kReasonRows, reason);
     return text == nullptr ? "unknown reason" : text;

@@ -133,7 +133,8 @@ struct Executor {
     int32_t nextRuleId = 1;
 };
 
-struct Forwarding; // executor/forwarding
+struct Forwarding;        // executor/forwarding
+struct AvailabilityAgent; // executor/availability
 
 // Names of interfaces, in a record of fixed size: noting one cannot fail.
 struct NotedInterfaces {
@@ -149,7 +150,8 @@ struct ExecutorState {
     TraceLog trace;
     NotedInterfaces toldInterfaces; // those that the logs have a line on
     Executor executor;
-    Forwarding *forwarding = nullptr; // null: nothing is forwarded
+    Forwarding *forwarding = nullptr;          // null: nothing is forwarded
+    AvailabilityAgent *availability = nullptr; // null: no partner is ever heard
 };
 
 // The key of a connection among those of a port. Address and port are in host byte order.

@@ -22,9 +22,10 @@ for engine in kernel proxy; do
     below[executor/forwarding/$engine]="${below[executor/forwarding]} executor/forwarding"
 done
 below[executor/forwarding/proxy]+=" executor/children"
-below[executor/commands]="rk executor/state executor/forwarding"
+below[executor/availability]="rk executor/state executor/children"
+below[executor/commands]="rk executor/state executor/forwarding executor/availability/agent.h"
 below[executor/fronts]="rk executor/state executor/commands executor/forwarding"
-below[executor/fronts]+=" executor/forwarding/kernel executor/forwarding/proxy"
+below[executor/fronts]+=" executor/forwarding/kernel executor/forwarding/proxy executor/availability"
 
 status=0
 while read -r file; do

@@ -50,6 +50,14 @@ if command -v systemd-sysusers > /dev/null; then
     grep -q "^$user:" "$folder/root/etc/passwd" || { echo "systemd makes no user $user"; exit 1; }
 fi
 
+# keepalived is this program's child alone: its package's own service starts with a configuration only, and none is here.
+[[ -z $(find "$folder/usr" "$folder/machine" -name 'keepalived*') ]] || { echo "files of keepalived are installed"; exit 1; }
+service=/lib/systemd/system/keepalived.service
+if [[ -f $service ]] && ! grep -q '^ConditionFileNotEmpty=/etc/keepalived/keepalived.conf$' "$service"; then
+    echo "keepalived's own service would start by itself"
+    exit 1
+fi
+
 # A log is moved away and the daemon told: here a file says that it was told.
 rotation=$folder/usr/etc/logrotate.d/qelxwd
 grep -q "su $user $user" "$rotation" || { echo "the logs are not rotated as $user"; exit 1; }

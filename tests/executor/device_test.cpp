@@ -280,6 +280,49 @@ TEST(DeviceOptionsOf, whoForwardsAndHow) {
     EXPECT_EQ(parse({"--scheduler=rr"}).mistake, "--scheduler is wrr, wlc, sh or mh, not 'rr'");
 }
 
+TEST(DeviceOptionsOf, whoHearsThePartner) {
+    const AvailabilityChoice plain = parse({}).availability;
+    EXPECT_EQ(plain.mode, AvailabilityMode::automatic);
+    EXPECT_EQ(plain.partnership.advertMilliseconds, 1000);
+    EXPECT_EQ(parse({"--high-availability", "keepalived"}).availability.mode, AvailabilityMode::keepalived);
+    EXPECT_EQ(parse({"--high-availability", "none"}).availability.mode, AvailabilityMode::none);
+    for (const auto &[value, milliseconds] : std::initializer_list<std::pair<const char *, int>>{
+             {"0.01", 10}, {"0.2", 200}, {"1", 1000}, {"2.5", 2500}, {"40.95", 40950}})
+        EXPECT_EQ(parse({"--advert-interval", value}).availability.partnership.advertMilliseconds, milliseconds);
+    const PartnershipOptions all = parse({"--address-interface", "eth0.5", "--moving-address", "10.2.0.254",
+                                          "--moving-address=10.2.0.253@10.1.0.2"})
+                                       .availability.partnership;
+    EXPECT_EQ(all.addressInterface, "eth0.5");
+    ASSERT_EQ(all.extraAddresses.size(), 2U);
+    EXPECT_EQ(toHost(all.extraAddresses[0].address), 0x0A0200FEU);
+    EXPECT_EQ(all.extraAddresses[0].primaryHost.word, 0U);
+    EXPECT_EQ(toHost(all.extraAddresses[1].primaryHost), 0x0A010002U);
+}
+
+TEST(DeviceOptionsOf, whatIsWrongOfAPartner) {
+    for (const auto &[option, value] :
+         std::initializer_list<std::pair<const char *, const char *>>{{"--high-availability", "yes"},
+                                                                      {"--advert-interval", "0"},
+                                                                      {"--advert-interval", "0.001"},
+                                                                      {"--advert-interval", "41"},
+                                                                      {"--advert-interval", "1s"},
+                                                                      {"--advert-interval", ""},
+                                                                      {"--advert-interval", "nan"},
+                                                                      {"--advert-interval", "-1"},
+                                                                      {"--address-interface", ""},
+                                                                      {"--address-interface", "eth0;"},
+                                                                      {"--address-interface", "sixteen-letters0"},
+                                                                      {"--moving-address", "10.2.0"},
+                                                                      {"--moving-address", "224.0.0.1"},
+                                                                      {"--moving-address", "10.2.0.254@"},
+                                                                      {"--moving-address", "10.2.0.254@x"}}) {
+        const DeviceOptions options = parse({option, value});
+        EXPECT_EQ(options.action, DeviceAction::refuse) << option << ' ' << value;
+        EXPECT_EQ(options.mistake.find(option), 0U) << options.mistake;
+        EXPECT_NE(options.mistake.find(std::string("'") + value + "'"), std::string::npos) << options.mistake;
+    }
+}
+
 TEST(DeviceOptionsOf, helpAndVersionGoFirst) {
     EXPECT_EQ(parse({"--help"}).action, DeviceAction::showHelp);
     EXPECT_EQ(parse({"--version", "--nonsense"}).action, DeviceAction::showVersion);
