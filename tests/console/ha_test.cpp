@@ -64,6 +64,8 @@ TEST(HighAvailability, StatusIsATableForPeople) {
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(run.out, "sent; 'ha status' shows the result\n"
                        "ok\n"
+                       "active; partner heard on 0 of 1 path\n"
+                       "\n"
                        "address of the state machine  0.0.0.0\n"
                        "mode                          1\n"
                        "role                          0\n"

@@ -473,6 +473,107 @@ case_without_keepalived() {
     lacks 1 10.1.0.50 || fail "an address was put up"
 }
 
+# ---- with the kernel's load balancer, as in the guest
+
+# serving: servers, a director that forwards, and six connections that are held.
+serving() {
+    both "$1"
+    "$traffic" serve 80 > /run/serving &
+    servers=$!
+    within 20 grep -q serving /run/serving || fail "no servers"
+    coproc holder { "$traffic" hold 6 10.1.0.50 80; }
+    read -r -t 20 -u "${holder[0]}" line
+    for ((i = 0; i < 4; ++i)); do # so that they are copied
+        held > /dev/null
+        sleep 1
+    done
+}
+held() { # over how many of the connections a server answers
+    local line=
+    echo >&"${holder[1]}"
+    read -r -t 40 -u "${holder[0]}" line
+    echo "$line"
+}
+all_held() {
+    local line
+    line=$(held)
+    [[ $line == "s1=6" ]] || fail "held connections: $line"
+}
+end_serving() {
+    exec {holder[1]}>&-
+    kill "$servers"
+    wait "$servers" 2> /dev/null
+}
+
+case_held_power_off() {
+    serving 1
+    all_held
+    power_off 1
+    expect "d2 takes over" has 2 10.1.0.50
+    all_held
+    # Back, and settled: those that are in use have been copied.
+    cables 1 up
+    start 1
+    declare_all 1 0 1
+    expect "d1 hears its partner" is 1 "state 2 substate 3"
+    expect "d1 has settled" settled 1
+    all_held
+    ask 1 takeover 0 > /dev/null
+    expect "d1 is active" only_active 1
+    all_held
+    end_serving
+}
+
+# The addresses go before what they lead to: else this machine itself would reset what is held.
+case_held_clean_stop() {
+    serving 0
+    stop 1
+    expect "d2 takes over" has 2 10.1.0.50
+    all_held
+    end_serving
+}
+
+case_held_kill() {
+    serving 1
+    kill -9 "${daemons[1]}"
+    wait "${daemons[1]}" 2> /dev/null
+    expect "d2 takes over" has 2 10.1.0.50
+    all_held
+    start 1
+    declare_all 1 0 1
+    expect "d1 is a standby" is 1 "state 2 substate 3"
+    all_held
+    end_serving
+}
+
+case_held_split_brain() {
+    serving 1
+    for interface in eth0 eth2; do
+        cut 2 "$interface"
+        cut 1 "$interface"
+    done
+    expect "both are active" has 2 10.1.0.50
+    all_held
+    heal
+    expect "one is active again" only_active 1
+    sleep 1
+    all_held
+    end_serving
+}
+
+case_copies() {
+    both 1
+    for n in 1 2; do
+        [[ $(in_ns "d$n" ipvsadm -L --daemon 2> /dev/null | grep -c "syncid=76") == 2 ]] ||
+            fail "d$n does not copy both ways: $(in_ns "d$n" ipvsadm -L --daemon 2>&1)"
+        [[ $(in_ns "d$n" sysctl -n net.ipv4.vs.sync_threshold | tr '\t' ' ') == "3 10" ]] || fail "d$n copies otherwise"
+    done
+    ask 1 nobackup > /dev/null
+    [[ -z $(in_ns d1 ipvsadm -L --daemon 2> /dev/null | grep sync) ]] || fail "d1 copies to nobody"
+    [[ $(in_ns d1 sysctl -n net.ipv4.vs.sync_threshold | tr '\t' ' ') != "3 10" ]] || fail "a setting is not put back"
+}
+
+held_cases=(copies held_power_off held_clean_stop held_kill held_split_brain)
 main_cases=(power_off_and_return split_brain take_over_and_stop killed)
 all_cases=("${main_cases[@]}" automatic_return_waits left_over paths link_to_clients link_to_servers reach_targets aliases
     clusters_come_and_go paths_come_and_go refusals deletion both_roles beside_another_keepalived

@@ -7,6 +7,7 @@
 #include "executor/commands/commands.h"
 #include "executor/commands/perform_command.h"
 #include "executor/fronts/device_availability.h"
+#include "executor/fronts/device_forwarding.h"
 #include "executor/fronts/device_options.h"
 #include "executor/state/logs.h"
 
@@ -80,6 +81,8 @@ std::string performPort(ExecutorState &state, std::istringstream &words) {
     port.header.command = Command::addPort;
     words >> port.clusterKey;
     port.port = toNetworkPort(80);
+    port.method = static_cast<decltype(port.method)>(kMethodTranslation);
+    port.setMethod = 1;
     const std::string said = perform(state, port);
     ServerRecord server{};
     server.header.command = Command::addServer;
@@ -203,16 +206,25 @@ int serve(int count, char **arguments) {
     sigprocmask(SIG_BLOCK, &caught, nullptr);
     startExecutor(state);
     DeviceAvailability availability;
-    if (!beginDeviceAvailability(options.availability, std::getenv("RUNTIME_DIRECTORY"), {}, state, availability)) {
+    DeviceForwarding forwarding;
+    if (!beginDeviceAvailability(options.availability, runtimeFolder(), kernelCopies(), state, availability)) {
         std::fprintf(stderr, "%s: %s\n", name, availability.words.c_str());
         return 1;
     }
+    if (!beginDeviceForwarding(options, state, forwarding)) {
+        std::fprintf(stderr, "%s: %s\n", name, forwarding.words.c_str());
+        return 1;
+    }
+    const int timer = openTicks(state);
     pollfd wanted[] = {{local, POLLIN, 0},
                        {openNames(), POLLIN, 0},
                        {availability.director.watch, POLLIN, 0},
-                       {signalfd(-1, &caught, SFD_CLOEXEC), POLLIN, 0}};
+                       {signalfd(-1, &caught, SFD_CLOEXEC), POLLIN, 0},
+                       {timer, POLLIN, 0}};
     while (wanted[3].revents == 0) {
-        poll(wanted, 4, -1);
+        poll(wanted, 5, -1);
+        if (wanted[4].revents != 0)
+            tickDevice(state, timer);
         if (wanted[2].revents != 0)
             serveDeviceAvailability(state, availability);
         if (wanted[0].revents != 0)
@@ -221,6 +233,7 @@ int serve(int count, char **arguments) {
             answerName(wanted[1].fd, name);
     }
     endDeviceAvailability(state, availability);
+    endDeviceForwarding(state, forwarding);
     return 0;
 }
 

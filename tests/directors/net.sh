@@ -1,6 +1,6 @@
-# Two directors, to be sourced: d1 and d2 in network namespaces of their own, a client c, a server s1, and three networks.
+# Two directors, to be sourced: d1 and d2 in network namespaces of their own, a client c, servers s1 to s3, and three networks.
 #   brc 10.1.0.0/24  clients: c .100, d1 .1, d2 .2; the cluster's address .50
-#   brs 10.2.0.0/24  servers: s1 .11, d1 .1, d2 .2; the servers' way back .254
+#   brs 10.2.0.0/24  servers: s1 .11 to s3 .13, d1 .1, d2 .2; the servers' way back .254
 #   brh 10.3.0.0/24  a second path between the directors
 # Everything ends with the namespaces of the processes that sourced it.
 mount -t tmpfs none /run
@@ -20,13 +20,15 @@ cable() {
     ip -n "$1" link set "$3" up
     ip -n "$1" addr add "$4/24" dev "$3"
 }
-for name in c s1 d1 d2; do
+for name in c s1 s2 s3 d1 d2; do
     ip netns add "$name"
     ip -n "$name" link set lo up
 done
 cable c brc eth0 10.1.0.100
-cable s1 brs eth0 10.2.0.11
-ip -n s1 route add default via 10.2.0.254
+for n in 1 2 3; do
+    cable "s$n" brs eth0 "10.2.0.1$n"
+    ip -n "s$n" route add default via 10.2.0.254
+done
 for n in 1 2; do
     cable "d$n" brc eth0 "10.1.0.$n"
     cable "d$n" brs eth1 "10.2.0.$n"

@@ -4,6 +4,8 @@
 //   traffic datagrams COUNT CLUSTER PORT CLIENT...  the same with datagrams
 //   traffic hold COUNT CLUSTER PORT CLIENT...       connects, says so, and keeps the connections until it is ended
 //   traffic begin COUNT CLUSTER PORT CLIENT...      begins to connect, says so, and waits until it is ended
+//   traffic converse COUNT CLUSTER PORT             connects, says so, asks once over each connection for every line of
+//                                                   its input, and says who answered how often
 // TYPE_OF_SERVICE and CLIENT_PORT in the environment are those that are asked with.
 #include "traffic.h"
 
@@ -67,6 +69,22 @@ int talk(const std::string &what, int count, char **arguments) {
     return 0;
 }
 
+int converse(char **arguments) {
+    rk::traffic::Request request;
+    request.address = arguments[1];
+    request.port = portIn(arguments[2]);
+    request.milliseconds = 5000;
+    rk::traffic::Held held = rk::traffic::hold(request, std::atoi(arguments[0]));
+    std::puts("holding");
+    std::fflush(stdout);
+    for (char line[100]; std::fgets(line, sizeof line, stdin) != nullptr;) {
+        std::puts(rk::traffic::textOf(rk::traffic::askHeld(held)).c_str());
+        std::fflush(stdout);
+    }
+    rk::traffic::letGo(held);
+    return 0;
+}
+
 } // namespace
 
 int main(int count, char **arguments) {
@@ -74,9 +92,13 @@ int main(int count, char **arguments) {
         const std::string what = count > 1 ? arguments[1] : "";
         if (what == "serve" && count > 2)
             serve(count - 2, arguments + 2);
+        if (what == "converse" && count == 5)
+            return converse(arguments + 2);
         if (count > 5 && talk(what, count - 2, arguments + 2) == 0)
             return 0;
-        std::fputs("usage: traffic serve PORT... | ask|datagrams|hold|begin COUNT CLUSTER PORT CLIENT...\n", stderr);
+        std::fputs("usage: traffic serve PORT... | ask|datagrams|hold|begin COUNT CLUSTER PORT CLIENT... | "
+                   "converse COUNT CLUSTER PORT\n",
+                   stderr);
     } catch (const std::exception &problem) {
         std::fprintf(stderr, "traffic: %s\n", problem.what());
     }

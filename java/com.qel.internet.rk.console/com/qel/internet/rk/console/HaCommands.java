@@ -6,6 +6,7 @@ import static com.qel.internet.rk.console.Property.setting;
 import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNHAStatus;
 import com.qel.internet.rk.common.CMNStatus.Family;
+import java.util.Arrays;
 import java.util.List;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.ParseResult;
@@ -70,9 +71,36 @@ final class HaCommands {
         CMNHAStatus status = new CMNHAStatus();
         Settings.take(typed, STATUS, status);
         Refusal.check(Family.HIGH_AVAILABILITY, session.natives().getHAInfoNative(status));
+        session.output.heading(summary(status));
         session.output.object(status, STATUS,
                 Rows.ofArrays("heartbeats", status, status.haHBCount, HEARTBEAT),
                 Rows.ofArrays("reachTargets", status, status.haReachCount, REACH_TARGET));
+    }
+
+    /** What the numbers of the reference executor come to. */
+    private static String summary(CMNHAStatus status) {
+        if (status.haFsmMode == 0) {
+            return "alone: there is no backup";
+        }
+        String state = switch (status.haState) {
+            case 1 -> "active";
+            case 2 -> "standby";
+            case 3 -> "failed: an interface that is needed has no link";
+            default -> "state " + status.haState;
+        };
+        if (status.haSubstate == 4) {
+            state += ", and so is the partner: two are active";
+        }
+        int heard = count(status.haStatus, status.haHBCount, 2);
+        int lost = count(status.haAddress_status, status.haReachCount, 2);
+        String paths = status.haHBCount == 0 ? "no path to the partner"
+                : "partner heard on " + heard + " of " + status.haHBCount + (status.haHBCount == 1 ? " path" : " paths");
+        return state + "; " + paths
+                + (lost == 0 ? "" : "; " + lost + " of " + status.haReachCount + " reach targets lost");
+    }
+
+    private static int count(int[] values, int length, int wanted) {
+        return (int) Arrays.stream(values, 0, Math.min(length, values.length)).filter(value -> value == wanted).count();
     }
 
     private static CommandSpec backup(Session session) {

@@ -111,6 +111,14 @@ final class Output {
         return gson.toJson(toJson(document));
     }
 
+    /** Says something to people, above a table. Programs find it in the table's numbers. */
+    void heading(String text) {
+        if (!json) {
+            out.println(text);
+            out.println();
+        }
+    }
+
     /** Prints one value. */
     void value(String name, Object value) {
         if (json) {
