@@ -146,8 +146,10 @@ void followCopies(Director &director, std::string &words) {
         return;
     stopCopies(director);
     LogText mistake;
-    if (isWanted && !director.options.copies.start(interface, partnership.port, mistake))
+    const bool isCopied = !isWanted || director.options.copies.start(interface, partnership.port, mistake);
+    if (!isCopied && director.copiesMistake != mistake.text)
         say(words, std::string("connections are not copied: ") + mistake.text);
+    director.copiesMistake = isCopied ? "" : mistake.text;
     director.copying = wanted;
 }
 

@@ -39,6 +39,7 @@ struct Director {
     std::string unreadNotices; // the beginning of a line
     std::vector<int> boosts;   // as they are written
     std::string copying;       // the interface and port of the copies; empty: none
+    std::string copiesMistake; // why there are none, as it was told; empty: there are, or none is wanted
     std::string placeless;     // what has been told of addresses that are put up nowhere
     bool isReloadDue = false;  // keepalived has an older configuration than `text`
     Moment restartAt = 0;      // keepalived has gone; 0: it is there, or not wanted

@@ -473,6 +473,30 @@ case_without_keepalived() {
     lacks 1 10.1.0.50 || fail "an address was put up"
 }
 
+# Each command of the guide: those of the console by an executor in user space, all others on the director that they
+# name.
+case_guide() {
+    local guide=$here/../../docs/availability.md n line
+    for n in 1 2; do
+        sed -n "s/^    d$n# rk-console //p" "$guide" > "/run/console$n"
+        (($(wc -l < "/run/console$n") >= 8)) || fail "the guide has few commands for d$n"
+        in_ns "d$n" "$build/bin/rk-console" --echo --script "/run/console$n" > "/run/console" 2>&1 || {
+            fail "a command of the guide: $(tail -n 2 /run/console)"
+        }
+    done
+    sed -n "s/^    d1# nft /nft /p" "$guide" > /run/filter
+    (($(wc -l < /run/filter) == 3)) || fail "the guide has other commands for the packet filter"
+    in_ns d1 bash -e /run/filter || fail "a command of the guide for the packet filter"
+    ip link set d1brh address 02:00:00:00:00:01
+    both 1
+    expect "adverts from another hardware address are dropped" test \
+        "$(in_ns d1 nft list table netdev partner | grep -c 'ether saddr != 02:00:00:00:00:02')" = 1
+    in_ns d1 nft delete table netdev partner
+    # The options of the program are taken as they stand there.
+    line=$(sed -n 's/^    qelxwd --log [^ ]* //p' "$guide")
+    [[ $line == "--moving-address 10.2.0.254" ]] || fail "the guide starts the program otherwise than these cases do"
+}
+
 # ---- with the kernel's load balancer, as in the guest
 
 # serving: servers, a director that forwards, and six connections that are held.
@@ -577,4 +601,4 @@ held_cases=(copies held_power_off held_clean_stop held_kill held_split_brain)
 main_cases=(power_off_and_return split_brain take_over_and_stop killed)
 all_cases=("${main_cases[@]}" automatic_return_waits left_over paths link_to_clients link_to_servers reach_targets aliases
     clusters_come_and_go paths_come_and_go refusals deletion both_roles beside_another_keepalived
-    manual_return_stays as_the_service without_keepalived)
+    manual_return_stays as_the_service without_keepalived guide)
