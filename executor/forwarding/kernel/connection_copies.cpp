@@ -23,11 +23,12 @@ constexpr std::pair<const char *, const char *> kSettings[] = {
 SettingsBefore settingsBefore; // of the process, as what they are about is the machine's
 
 // 0 or an errno value. `interface` is null to stop.
-int orderDaemon(const NetlinkFamily &ipvs, uint32_t state, const std::string *interface, uint16_t port) {
+int orderDaemon(const NetlinkFamily &ipvs, int state, const std::string *interface, uint16_t port) {
     const NetlinkMessage message =
         newMessage(ipvs, interface == nullptr ? IPVS_CMD_DEL_DAEMON : IPVS_CMD_NEW_DAEMON, NLM_F_ACK);
     nlattr *nest = nla_nest_start(message.get(), IPVS_CMD_ATTR_DAEMON);
-    bool isWhole = nest != nullptr && nla_put_u32(message.get(), IPVS_DAEMON_ATTR_STATE, state) == 0;
+    bool isWhole =
+        nest != nullptr && nla_put_u32(message.get(), IPVS_DAEMON_ATTR_STATE, static_cast<uint32_t>(state)) == 0;
     if (isWhole && interface != nullptr)
         isWhole = nla_put_string(message.get(), IPVS_DAEMON_ATTR_MCAST_IFN, interface->c_str()) == 0 &&
                   nla_put_u32(message.get(), IPVS_DAEMON_ATTR_SYNC_ID, 1U + port % 255U) == 0 &&
@@ -39,7 +40,7 @@ int orderDaemon(const NetlinkFamily &ipvs, uint32_t state, const std::string *in
 }
 
 void stopDaemons(const NetlinkFamily &ipvs) {
-    for (const uint32_t state : {IP_VS_STATE_MASTER, IP_VS_STATE_BACKUP})
+    for (const int state : {IP_VS_STATE_MASTER, IP_VS_STATE_BACKUP})
         orderDaemon(ipvs, state, nullptr, 0); // there may be none
 }
 
@@ -50,7 +51,7 @@ bool startConnectionCopies(const std::string &interface, uint16_t port, LogText 
     int error = openIpvs(ipvs);
     if (error == 0) {
         stopDaemons(ipvs); // of a run that was killed
-        for (const uint32_t state : {IP_VS_STATE_BACKUP, IP_VS_STATE_MASTER})
+        for (const int state : {IP_VS_STATE_BACKUP, IP_VS_STATE_MASTER})
             error = error != 0 ? error : orderDaemon(ipvs, state, &interface, port);
         if (error != 0)
             stopDaemons(ipvs);
