@@ -97,6 +97,8 @@ void enterPlace(Elections &elections, std::size_t election, Place place, Moment 
 void endHold(Elections &elections, std::size_t election, Moment now, std::string &words) {
     ElectionState &state = elections.elections[election];
     const Place told = state.told;
+    if (state.isNewcomer && told == Place::none)
+        state.place = Place::none; // it was never elected
     state.heldUntil = 0;
     state.isNewcomer = false;
     state.told = Place::none;
@@ -189,8 +191,8 @@ void beginElections(Elections &elections, Moment now) {
 
 void holdElections(Elections &elections, Moment now) {
     for (ElectionState &state : elections.elections) {
+        // What was told in an earlier hold stays: it is told again only when it changes.
         state.heldUntil = state.place == Place::active ? now + electionTime(elections) : 0;
-        state.told = Place::none;
     }
 }
 

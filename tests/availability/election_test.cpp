@@ -291,6 +291,32 @@ TEST(Election, aSecondPathDoesNotMakeANewcomerAnElectedOne) {
     EXPECT_EQ(director.rule(), AddressRule::down);
 }
 
+// keepalived tells its place once, whatever it is told anew.
+TEST(Election, aPlaceThatWasToldBeforeANewConfigurationIsNotForgotten) {
+    for (const bool isPathLast : {false, true}) {
+        Director director(partnership(0));
+        describeElections(director.elections, partnership(1));
+        beginElections(director.elections, director.now);
+        director.hears(Place::standby);
+        holdElections(director.elections, director.now);
+        if (isPathLast)
+            director.hearsPath(0, true);
+        else
+            director.waits(10'000);
+        EXPECT_EQ(director.rule(), AddressRule::down) << isPathLast;
+    }
+}
+
+TEST(Election, aNewcomerOfWhichNothingIsToldIsNotActive) {
+    Director director(partnership(0));
+    describeElections(director.elections, partnership(1));
+    beginElections(director.elections, director.now);
+    director.waits(10'000);
+    EXPECT_EQ(director.rule(), AddressRule::leave);
+    director.hears(Place::standby);
+    EXPECT_EQ(director.rule(), AddressRule::down);
+}
+
 TEST(Election, theLastPathGoesAndWhoeverIsActiveStaysSo) {
     Director director(partnership(1));
     director.hears(Place::active);
