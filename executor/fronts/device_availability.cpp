@@ -51,4 +51,9 @@ void endDeviceAvailability(ExecutorState &state, DeviceAvailability &availabilit
     state.availability = nullptr;
 }
 
+void endDeviceService(ExecutorState &state, DeviceAvailability &availability, DeviceForwarding &forwarding) {
+    endDeviceAvailability(state, availability);
+    endDeviceForwarding(state, forwarding);
+}
+
 } // namespace rk

@@ -3,6 +3,7 @@
 
 #include "executor/availability/availability.h"
 #include "executor/fronts/availability_options.h"
+#include "executor/fronts/device_forwarding.h"
 
 namespace rk {
 
@@ -23,5 +24,9 @@ bool beginDeviceAvailability(const AvailabilityChoice &choice, const std::string
 void serveDeviceAvailability(ExecutorState &state, DeviceAvailability &availability);
 
 void endDeviceAvailability(ExecutorState &state, DeviceAvailability &availability);
+
+// Ends high availability and forwarding, in the order that keeps connections: while an address is up, what it leads to
+// is there, else this machine itself would reset what the partner is to go on with.
+void endDeviceService(ExecutorState &state, DeviceAvailability &availability, DeviceForwarding &forwarding);
 
 } // namespace rk

@@ -122,8 +122,7 @@ int serve(const rk::DeviceOptions &options) {
         return fail(std::string("cannot go to the background: ") + std::strerror(errno));
     const bool isStopped = serveUntilStopped(device, signals, state, logFile, availability);
     rk::closeDevice(device);
-    rk::endDeviceAvailability(state, availability); // before forwarding ends
-    rk::endDeviceForwarding(state, forwarding);
+    rk::endDeviceService(state, availability, forwarding);
     return isStopped ? kStopped : fail(device.mistake);
 }
 

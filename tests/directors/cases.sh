@@ -211,6 +211,7 @@ case_take_over_and_stop() {
     stream 8
     ask 2 takeover 0 > /dev/null
     expect "d2 is active" only_active 2
+    [[ $(in_ns s1 "$director" who 10.2.0.254) == d2 ]] || fail "the servers' way back does not lead to d2"
     sleep 1
     only_active 2 || fail "it does not last"
     ask 1 takeover 0 > /dev/null

@@ -232,8 +232,7 @@ int serve(int count, char **arguments) {
         if (wanted[1].revents != 0)
             answerName(wanted[1].fd, name);
     }
-    endDeviceAvailability(state, availability);
-    endDeviceForwarding(state, forwarding);
+    endDeviceService(state, availability, forwarding);
     return 0;
 }
 
