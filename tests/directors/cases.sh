@@ -552,9 +552,25 @@ case_held_power_off() {
 # The addresses go before what they lead to: else this machine itself would reset what is held.
 case_held_clean_stop() {
     serving 0
+    local asked=40 line
+    exec 8>&"${holder[1]}" # the descriptors of a coprocess are not there in a subshell
+    (for ((i = 0; i < asked; ++i)); do
+        echo
+        sleep 0.1
+    done >&8) &
+    local asker=$!
+    sleep 0.5
     stop 1
     expect "d2 takes over" has 2 10.1.0.50
-    all_held
+    wait "$asker"
+    for ((i = 0; i < asked; ++i)); do
+        read -r -t 40 -u "${holder[0]}" line
+        [[ $line == "s1=6" ]] || {
+            fail "held connections: $line"
+            break
+        }
+    done
+    exec 8>&-
     end_serving
 }
 
