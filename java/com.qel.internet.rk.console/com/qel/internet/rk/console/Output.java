@@ -114,8 +114,8 @@ final class Output {
     /** Says something to people, above a table. Programs find it in the table's numbers. */
     void heading(String text) {
         if (!json) {
-            out.println(text);
-            out.println();
+            sayLine(text);
+            sayLine("");
         }
     }
 
