@@ -38,7 +38,7 @@ std::string applyAdvertInterval(AvailabilityChoice &choice, const std::string &v
     const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
     const double steps = seconds * 1000 / kShortestAdvert;
     const bool isNumber = error == std::errc{} && end == value.data() + value.size();
-    if (!isNumber || !(steps >= 1) || steps > kLongestAdvert / kShortestAdvert)
+    if (!isNumber || !(steps >= 1) || seconds * 1000 > kLongestAdvert)
         return "--advert-interval is 0.01 to 40.95 seconds, not '" + value + "'";
     choice.partnership.advertMilliseconds = static_cast<int>(std::lround(steps)) * kShortestAdvert;
     return "";

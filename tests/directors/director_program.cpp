@@ -184,7 +184,7 @@ int openNames() {
     sockaddr_in own{};
     own.sin_family = AF_INET;
     own.sin_port = htons(kNamePort);
-    bind(opened, reinterpret_cast<sockaddr *>(&own), sizeof own);
+    (void)!bind(opened, reinterpret_cast<sockaddr *>(&own), sizeof own);
     const int on = 1;
     setsockopt(opened, IPPROTO_IP, IP_PKTINFO, &on, sizeof on);
     return opened;
