@@ -8,7 +8,7 @@ trap 'rm -rf "$folder"' EXIT
 cmake --install "$build" --prefix "$folder/usr" > "$folder/log"
 
 for file in lib/udev/rules.d/60-qelxw.rules lib/sysusers.d/qelxw.conf lib/systemd/system/qelxwd.service \
-    etc/logrotate.d/qelxwd; do
+    share/qelxwd/high-availability.conf etc/logrotate.d/qelxwd; do
     [[ -f $folder/usr/$file ]] || { echo "not installed: $file"; exit 1; }
 done
 # logrotate looks below /etc only, not below /usr/etc.
@@ -34,6 +34,11 @@ grep -q '^ExecStart=/.*/sbin/qelxwd \$QELXWD_OPTIONS$' "$unit"
 # To forward takes one right, which the unit's user has not by itself; it has no other.
 for setting in AmbientCapabilities CapabilityBoundingSet; do
     grep -qx "$setting=CAP_NET_ADMIN" "$unit" || { echo "not in the unit: $setting=CAP_NET_ADMIN"; exit 1; }
+done
+# To hear a partner takes another, which the file for that gives.
+for setting in AmbientCapabilities CapabilityBoundingSet; do
+    grep -qx "$setting=CAP_NET_RAW" "$folder/usr/share/qelxwd/high-availability.conf" ||
+        { echo "no $setting=CAP_NET_RAW to hear a partner"; exit 1; }
 done
 
 # The user of the unit is made, and is the one that udev gives /dev/cuse and logrotate the logs.
@@ -72,6 +77,10 @@ fi
 if command -v systemd-analyze > /dev/null; then
     # The program is where the unit says when all is installed; here it is in a folder.
     sed -i "s|^ExecStart=/[^ ]*|ExecStart=$folder/usr/sbin/qelxwd|" "$unit"
-    warnings=$(systemd-analyze verify --man=no "$unit" 2>&1 | grep qelxwd || true)
-    [[ -z $warnings ]] || { echo "$warnings"; exit 1; }
+    for drop_in in "" "$folder/usr/share/qelxwd/high-availability.conf"; do
+        mkdir -p "$unit.d"
+        [[ -z $drop_in ]] || cp "$drop_in" "$unit.d"
+        warnings=$(systemd-analyze verify --man=no "$unit" 2>&1 | grep qelxwd || true)
+        [[ -z $warnings ]] || { echo "$warnings"; exit 1; }
+    done
 fi
