@@ -93,14 +93,15 @@ final class HaCommands {
         }
         int heard = count(status.haStatus, status.haHBCount, 2);
         int lost = count(status.haAddress_status, status.haReachCount, 2);
-        String paths = status.haHBCount == 0 ? "no path to the partner"
+        String paths = status.haHBCount <= 0 ? "no path to the partner"
                 : "partner heard on " + heard + " of " + status.haHBCount + (status.haHBCount == 1 ? " path" : " paths");
         return state + "; " + paths
                 + (lost == 0 ? "" : "; " + lost + " of " + status.haReachCount + " reach targets lost");
     }
 
+    /** {@return how many of the first values are as wanted; the executor gives the length, so it may be any number} */
     private static int count(int[] values, int length, int wanted) {
-        return (int) Arrays.stream(values, 0, Math.min(length, values.length)).filter(value -> value == wanted).count();
+        return (int) Arrays.stream(values).limit(Math.max(0, length)).filter(value -> value == wanted).count();
     }
 
     private static CommandSpec backup(Session session) {
