@@ -33,7 +33,7 @@ final class CommandTree {
         root.addSubcommand(new TopCommand(session));
         root.addSubcommand(new MetricsCommand(session));
         root.addSubcommand(new ServeCommand(session));
-        root.addSubcommand(new CommandLine(new WatchCommand(session)).setStopAtPositional(true));
+        root.addSubcommand(new CommandLine(new WatchCommand(root, session)).setStopAtPositional(true));
         root.addSubcommand(SystemCommands.create(session));
         addHelp(root.getSubcommands().values());
         // A number may be negative: what begins with a minus and is no option is a value, and CommandRunner checks it.

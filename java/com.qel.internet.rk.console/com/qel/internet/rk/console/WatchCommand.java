@@ -4,11 +4,10 @@ import java.time.LocalTime;
 import java.time.temporal.ChronoUnit;
 import java.util.List;
 import java.util.concurrent.Callable;
+import picocli.CommandLine;
 import picocli.CommandLine.Command;
-import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
-import picocli.CommandLine.Spec;
 
 /** Runs a command again and again. */
 @Command(name = "watch", description = "Run a command again and again, until an interrupt (Ctrl-C).")
@@ -28,12 +27,11 @@ final class WatchCommand implements Callable<Integer> {
     @Option(names = "--times", paramLabel = "N", description = "End after so many times. Stands before SECONDS.")
     private int times;
 
-    @Spec
-    private CommandSpec definition;
-
+    private final CommandLine tree;
     private final Session session;
 
-    WatchCommand(Session session) {
+    WatchCommand(CommandLine tree, Session session) {
+        this.tree = tree;
         this.session = session;
     }
 
@@ -60,7 +58,7 @@ final class WatchCommand implements Callable<Integer> {
                 }
                 session.output.screen = screen == null ? null : screen.withoutPager();
                 session.known.forget();
-                status = runner.run(definition.root().commandLine(), command, 0);
+                status = runner.run(tree, command, 0);
                 if (--left == 0) {
                     break;
                 }
