@@ -14,8 +14,7 @@ import java.util.stream.IntStream;
 
 /**
  * The clients that stay with servers of a port. The executor finds a server here by the key of its address in dotted
- * form:
- * only servers whose names are their addresses can be given clients. {@link Port#affinities} makes one.
+ * form: only servers whose names are their addresses can be given clients. {@link Port#affinities} makes one.
  */
 public final class Affinities {
     /** What the executor that comes with the library takes as a command. */

@@ -35,8 +35,7 @@ public final class Aliases {
 
     /**
      * Puts an address on an interface. The executor's list keeps nine characters of a name, and its aliases have a
-     * colon
-     * and a number behind it: of interfaces with longer names than seven, a second address replaces the first.
+     * colon and a number behind it: of interfaces with longer names than seven, a second address replaces the first.
      *
      * @param address          a cluster's address
      * @param networkInterface name of the interface, such as {@code eth0}, or of an alias, such as {@code eth0:1}

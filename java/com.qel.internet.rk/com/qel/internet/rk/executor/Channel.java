@@ -10,9 +10,9 @@ import java.util.function.Predicate;
 import java.util.function.ToIntFunction;
 
 /**
- * The way to the native methods, for one {@link Executor} from its opening to its end. Each call takes its lock, which
- * is
- * that of the native methods themselves: what is called on the same object elsewhere takes turns with it too.
+ * The way to the native methods, for one {@link Executor} from its opening to its end. Each call takes its lock,
+ * which is that of the native methods themselves: what is called on the same object elsewhere takes turns with it
+ * too.
  */
 final class Channel {
     private static final String REFUSED_TEXT = "Error with kernel.\n";
@@ -125,8 +125,7 @@ final class Channel {
 
     /**
      * Goes on only when a native method succeeded. Where its status stands for a reason, it may be that of an old
-     * refusal,
-     * which is what remains when there is no executor any more: that is told instead then.
+     * refusal, which is what remains when there is no executor any more: that is told instead then.
      */
     void check(Object what, Family family, int status) {
         if (status == 0) {
@@ -136,6 +135,37 @@ final class Channel {
             requireAnswer(what);
         }
         throw new ExecutorException(what.toString(), family, status);
+    }
+
+    /**
+     * Adds a cluster or a server by a native method, and keeps that it is there.
+     *
+     * @throws ExecutorException        when the executor refuses; another object with the same key is named
+     * @throws IllegalArgumentException when the name could not be listed
+     */
+    void add(Name name, ToIntFunction<CMNExecutorInterface> method) {
+        Name.checkListable(name.text());
+        together(n -> {
+            if (name.isServer()) {
+                names.requireOwnKey(name.cluster());
+            }
+            try {
+                check(name, name.family(), method.applyAsInt(n));
+            } catch (ExecutorException refusal) {
+                throw names.explain(name, refusal);
+            }
+            names.added(name);
+            return null;
+        });
+    }
+
+    /** Removes a cluster or a server by a native method, and keeps that it is gone, with what hung below it. */
+    void remove(Name name, ToIntFunction<CMNExecutorInterface> method) {
+        together(n -> {
+            perform(name, name.family(), name, method);
+            names.removed(name);
+            return null;
+        });
     }
 
     int key(String name) {

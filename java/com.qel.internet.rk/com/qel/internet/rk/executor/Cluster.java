@@ -9,8 +9,7 @@ import java.util.stream.Stream;
 
 /**
  * A cluster: an address on which the executor balances load. This names it, and holds nothing of it: each method asks
- * or
- * changes the executor. {@link Executor#cluster} makes one.
+ * or changes the executor. {@link Executor#cluster} makes one.
  */
 public final class Cluster {
     private final Channel channel;
@@ -40,17 +39,8 @@ public final class Cluster {
      * @throws IllegalArgumentException when the name is empty, or has a plus sign: it could not be listed
      */
     public Cluster add(ClusterSettings settings) {
-        Name.checkListable(name.text());
         CMNCluster cluster = named(settings.toNative());
-        channel.together(natives -> {
-            try {
-                channel.check(this, Family.CLUSTER, natives.addClusterNative(cluster));
-            } catch (ExecutorException refusal) {
-                throw channel.names().explain(name, refusal);
-            }
-            channel.names().added(name);
-            return null;
-        });
+        channel.add(name, natives -> natives.addClusterNative(cluster));
         return this;
     }
 
@@ -70,11 +60,7 @@ public final class Cluster {
      * @throws ExecutorException when the executor refuses
      */
     public void remove() {
-        channel.together(natives -> {
-            perform(new CMNCluster(), CMNExecutorInterface::removeClusterNative);
-            channel.names().removed(name);
-            return null;
-        });
+        channel.remove(name, natives -> natives.removeClusterNative(named(new CMNCluster())));
     }
 
     /**

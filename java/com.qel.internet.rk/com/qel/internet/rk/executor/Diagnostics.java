@@ -236,8 +236,7 @@ public final class Diagnostics {
 
     /**
      * Level and filter travel among the settings, together with what the last command left there: when that command
-     * read
-     * them, they change nothing else.
+     * read them, they change nothing else.
      */
     private void readSettings() {
         channel.perform("trace log", Family.EXECUTOR,

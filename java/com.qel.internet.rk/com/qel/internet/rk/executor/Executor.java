@@ -14,10 +14,8 @@ import java.util.function.Predicate;
  * The executor, the part of the load balancer that forwards packets: where everything begins.
  *
  * <p>A process has one open executor at a time. All threads share it: their calls take turns, and a call that is made
- * of
- * several native ones is not interrupted by another. {@link #close} ends it; what came from it is of no use after that,
- * and
- * another one may be opened.
+ * of several native ones is not interrupted by another. {@link #close} ends it; what came from it is of no use after
+ * that, and another one may be opened.
  *
  * <pre>{@code
  * try (Executor executor = Executor.openUserSpace()) {
@@ -113,10 +111,8 @@ public final class Executor implements AutoCloseable {
 
     /**
      * Gives the object that all calls of this package go through, for what it does not offer. Its methods take turns
-     * with
-     * those of this package. Whoever needs an object with the native methods takes this one: a second one has a lock of
-     * its
-     * own, and the process has one executor.
+     * with those of this package. Whoever needs an object with the native methods takes this one: a second one has a
+     * lock of its own, and the process has one executor.
      *
      * @return the native methods
      * @throws UnsatisfiedLinkError when the native library cannot be loaded; its message says what to do
@@ -158,8 +154,7 @@ public final class Executor implements AutoCloseable {
 
     /**
      * Has a question asked before each call that may take long, in the thread that makes it and before anything is
-     * sent:
-     * whether it is to be entered. When it is not, the call ends with
+     * sent: whether it is to be entered. When it is not, the call ends with
      * {@link java.util.concurrent.CancellationException}. Without a question all are entered.
      *
      * @param question gives true for a wait that is wanted
@@ -170,8 +165,7 @@ public final class Executor implements AutoCloseable {
 
     /**
      * Tells which call is under way that may take long. Every other call waits until it has ended: this one does not,
-     * and
-     * so tells a thread beforehand what it would wait for.
+     * and so tells a thread beforehand what it would wait for.
      *
      * @return the call; empty when there is none
      */
@@ -263,8 +257,7 @@ public final class Executor implements AutoCloseable {
 
     /**
      * Ends the executor in user space, or closes the channel to the one in the kernel, which goes on. Waits for the
-     * call
-     * that another thread has under way. Does nothing the second time.
+     * call that another thread has under way. Does nothing the second time.
      *
      * @throws ExecutorException when the executor does not stop; it counts as closed all the same
      */

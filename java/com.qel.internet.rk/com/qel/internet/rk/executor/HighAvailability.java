@@ -7,8 +7,7 @@ import java.util.List;
 
 /**
  * High availability: the partner that takes over, the heartbeats between both, and the reach targets, addresses that
- * have to
- * stay reachable. {@link Executor#highAvailability} makes one.
+ * have to stay reachable. {@link Executor#highAvailability} makes one.
  */
 public final class HighAvailability {
     private static final int REFUSED = -99;
@@ -34,9 +33,8 @@ public final class HighAvailability {
     }
 
     /**
-     * Defines the partner. The native method does not tell whether the executor took it: the state is read afterwards,
-     * and
-     * tells.
+     * Defines the partner. The native method does not tell whether the executor took it: the state is read
+     * afterwards, and tells.
      *
      * @param role     role of this load balancer; of the executor that comes with the library, 0 for primary, 1 for
      *                 backup,

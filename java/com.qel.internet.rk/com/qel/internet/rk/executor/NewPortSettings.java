@@ -4,8 +4,7 @@ import java.time.Duration;
 
 /**
  * What ports begin with that are added from now on: the executor hands its own to new clusters, and a cluster to its
- * new
- * ports.
+ * new ports.
  *
  * <p>Settings are given one after the other, and each gives another object that has it too: one object may be kept,
  * shared, and continued in several ways. Of a setting that is given twice, the second counts.

@@ -6,9 +6,8 @@ import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.function.ToIntBiFunction;
 
 /**
- * A server of a port. This names it, and holds nothing of it: each method asks or changes the executor. {@link
- * Port#server}
- * makes one.
+ * A server of a port. This names it, and holds nothing of it: each method asks or changes the executor.
+ * {@link Port#server} makes one.
  */
 public final class Server {
     private final Channel channel;
@@ -50,18 +49,8 @@ public final class Server {
      * @throws IllegalArgumentException when the name is empty, or has a plus sign: it could not be listed
      */
     public Server add(ServerSettings settings) {
-        Name.checkListable(name.text());
         CMNServer server = identified(settings.toNative());
-        channel.together(natives -> {
-            channel.names().requireOwnKey(name.cluster());
-            try {
-                channel.check(this, Family.SERVER, natives.addServerNative(server));
-            } catch (ExecutorException refusal) {
-                throw channel.names().explain(name, refusal);
-            }
-            channel.names().added(name);
-            return null;
-        });
+        channel.add(name, natives -> natives.addServerNative(server));
         return this;
     }
 
@@ -81,11 +70,7 @@ public final class Server {
      * @throws ExecutorException when the executor refuses
      */
     public void remove() {
-        channel.together(natives -> {
-            perform(new CMNServer(), CMNExecutorInterface::removeServerNative);
-            channel.names().removed(name);
-            return null;
-        });
+        channel.remove(name, natives -> natives.removeServerNative(identified(new CMNServer())));
     }
 
     /**

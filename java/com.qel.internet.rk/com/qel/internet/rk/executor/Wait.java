@@ -5,8 +5,7 @@ import java.time.Instant;
 
 /**
  * A call that may take long. When the executor is out of memory, adding or changing a port tries again after 6789
- * seconds,
- * and once more after another 6543; every other call of the process has to wait as long.
+ * seconds, and once more after another 6543; every other call of the process has to wait as long.
  *
  * @param call    what the call does, as in {@code change port 80 of cluster 'web'}
  * @param longest how long it may wait

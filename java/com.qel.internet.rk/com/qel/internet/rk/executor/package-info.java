@@ -4,21 +4,17 @@
  *
  * <h2>What there is</h2>
  * {@link com.qel.internet.rk.executor.Cluster}, {@link com.qel.internet.rk.executor.Port},
- * {@link com.qel.internet.rk.executor.Server} and {@link com.qel.internet.rk.executor.Rule} name what the executor has,
- * or
- * is to have; they hold nothing of it, and may be kept and shared by threads. What is to be set is an object of
- * settings,
- * such as {@link com.qel.internet.rk.executor.ClusterSettings}; what is read is a record, such as
+ * {@link com.qel.internet.rk.executor.Server} and {@link com.qel.internet.rk.executor.Rule} name what the executor
+ * has, or is to have; they hold nothing of it, and may be kept and shared by threads. What is to be set is an object
+ * of settings, such as {@link com.qel.internet.rk.executor.ClusterSettings}; what is read is a record, such as
  * {@link com.qel.internet.rk.executor.ClusterStatus}. None of them ever changes.
  *
  * <h2>What is checked here</h2>
  * A value that would not arrive at the executor as it was given, or could not come back, is refused with
  * {@link java.lang.IllegalArgumentException} as soon as it is given: a port number above 65535, a time of half a
- * second, an
- * IPv6 address where four bytes travel, a text that is longer than its place. <b>Everything that can arrive is sent,
- * and
- * the executor decides:</b> it alone knows its limits. Its refusal, and every other failure, is an
- * {@link com.qel.internet.rk.executor.ExecutorException} with the status, its name, and what to do.
+ * second, an IPv6 address where four bytes travel, a text that is longer than its place. <b>Everything that can
+ * arrive is sent, and the executor decides:</b> it alone knows its limits. Its refusal, and every other failure, is
+ * an {@link com.qel.internet.rk.executor.ExecutorException} with the status, its name, and what to do.
  *
  * <h2>Names</h2>
  * The executor knows clusters and servers by keys of their names, and takes one of two names with the same key for the
@@ -27,11 +23,9 @@
  * removes a cluster and adds one whose name has the same key is not noticed.
  *
  * <h2>Threads</h2>
- * A process has one open {@link com.qel.internet.rk.executor.Executor}, and all its threads share it: calls take turns.
- * A
- * call waits for those before it, and one of them may take hours: {@link com.qel.internet.rk.executor.Wait} says which
- * and
- * why, {@link com.qel.internet.rk.executor.Executor#waiting} whether one is under way, and
+ * A process has one open {@link com.qel.internet.rk.executor.Executor}, and all its threads share it: calls take
+ * turns. A call waits for those before it, and one of them may take hours: {@link com.qel.internet.rk.executor.Wait}
+ * says which and why, {@link com.qel.internet.rk.executor.Executor#waiting} whether one is under way, and
  * {@link com.qel.internet.rk.executor.Executor#askBeforeWaiting} asks before one is entered.
  *
  * <h2>What is left out</h2>
