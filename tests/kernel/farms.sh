@@ -37,7 +37,7 @@ play_farms() {
         if [[ $shares == one=* ]]; then
             expect "$line" "s[123]=${shares#*=}" "$answers"
         else
-            expect_shares "$line" "$shares" "$answers"
+            expect "$line" "$shares" "$answers"
         fi
     done < "$1"
 }

@@ -9,6 +9,7 @@
 #include <sched.h>
 #include <semaphore>
 #include <stdexcept>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -18,6 +19,8 @@ namespace rk::traffic {
 namespace {
 
 constexpr int kWaiting = 512; // connections that a server has not accepted yet
+constexpr char kFreshPortFile[] = "/run/kernel_traffic_port";
+constexpr uint16_t kFirstFreshPort = 10'000;
 
 [[noreturn]] void fail(const std::string &what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -46,6 +49,24 @@ int bound(int type, const std::string &address, uint16_t port) {
     if (handle == -1 || bind(handle, reinterpret_cast<const sockaddr *>(&own), sizeof own) == -1)
         fail("bind " + address + ":" + std::to_string(port));
     return handle;
+}
+
+// A port that no connection of this machine has begun from yet, also of another process. A port that is taken again
+// meets what the kernel keeps of the connection that had it, and is then counted in ways of its own.
+uint16_t freshPort() {
+    const int handle = open(kFreshPortFile, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (handle == -1 || flock(handle, LOCK_EX) == -1)
+        fail(kFreshPortFile);
+    uint16_t port = kFirstFreshPort;
+    if (pread(handle, &port, sizeof port, 0) < 0)
+        fail(kFreshPortFile);
+    const auto following = static_cast<uint16_t>(port + 1);
+    if (following == 0)
+        throw std::runtime_error("all ports of clients have been taken once");
+    if (pwrite(handle, &following, sizeof following, 0) != sizeof following)
+        fail(kFreshPortFile);
+    close(handle);
+    return port;
 }
 
 // Answers a datagram from the address that was asked.
@@ -154,7 +175,7 @@ std::string clientOf(const Request &request, int index) {
 
 uint16_t clientPortOf(const Request &request, int index) {
     if (request.firstClientPort == 0)
-        return 0;
+        return freshPort();
     return static_cast<uint16_t>(request.firstClientPort +
                                  index % (request.lastClientPort - request.firstClientPort + 1));
 }

@@ -23,7 +23,7 @@ struct Request {
     std::string address; // of the cluster
     uint16_t port = 80;
     std::vector<std::string> clients; // addresses that ask in turn; none: any
-    uint16_t firstClientPort = 0;     // ports that are asked from in turn; 0: any
+    uint16_t firstClientPort = 0;     // ports that are asked from in turn; 0: fresh ones
     uint16_t lastClientPort = 0;
     int typeOfService = 0;
     int milliseconds = 5000; // to wait for an answer: an emulated machine may stand still for a while

@@ -270,6 +270,7 @@ bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vect
     if (!isDone)
         undoWork(engine, marksBefore, done);
     followCounts(engine, plan, done.services, ended);
+    keepFormerWays(engine, done.services);
     std::string ignored; // it does no harm when it stays
     if (isDone && !work.translatesSource && engine.isSourceTranslated)
         setConntrack(engine, false, ignored);

@@ -222,6 +222,7 @@ void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText 
         engine.relistAt = steadySeconds() + kRelistSeconds;
         relist(engine, plan, ended, said);
     }
+    renewRoutes(engine);
     std::string more;
     limitHalfOpen(engine, plan, more);
     appendWords(said, more);

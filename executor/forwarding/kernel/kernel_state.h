@@ -47,6 +47,10 @@ struct KernelEngine {
     std::map<uint32_t, PoolId> poolOfMark;
     std::set<uint32_t> formerServers; // addresses that the kernel may go on counting at when it gets them again
 
+    // Servers that older connections may reach otherwise than at link level, until when, in seconds of the steady
+    // clock.
+    std::map<std::pair<IpvsServiceKey, IpvsServerKey>, int64_t> formerWays;
+
     std::string marks;                      // the transaction that made the table
     std::optional<std::string> marksListed; // the table as the kernel lists it; none: not looked at since
     bool isSourceTranslated = false;
@@ -113,6 +117,14 @@ bool listKernelConnections(const KernelEngine &engine, const Plan &plan, const P
                            std::vector<LiveConnection> &connections);
 bool listKernelClients(const KernelEngine &engine, const Plan &plan, const PortId *port,
                        std::vector<StickyClient> &clients);
+
+// --- former_ways.cpp -------------------------------------------------------------------------------------------------
+
+// Keeps which servers were reached otherwise than at link level before what was done.
+void keepFormerWays(KernelEngine &engine, const std::vector<IpvsChange> &done);
+
+// Has the kernel look for the routes anew of those that are reached at link level now.
+void renewRoutes(KernelEngine &engine);
 
 // --- half_open_limits.cpp --------------------------------------------------------------------------------------------
 
