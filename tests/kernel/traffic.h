@@ -26,8 +26,8 @@ struct Request {
     uint16_t firstClientPort = 0;     // ports that are asked from in turn; 0: fresh ones
     uint16_t lastClientPort = 0;
     int typeOfService = 0;
-    int milliseconds = 5000; // to wait for an answer: an emulated machine may stand still for a while
-    std::string from = "c";  // the namespace; empty: the director
+    int milliseconds = 15'000; // to wait for an answer: an emulated machine may stand still for a while
+    std::string from = "c";    // the namespace; empty: the director
 };
 
 // Who answered how often; what went wrong stands under "lost", "refused" or "reset".

@@ -73,7 +73,6 @@ int converse(char **arguments) {
     rk::traffic::Request request;
     request.address = arguments[1];
     request.port = portIn(arguments[2]);
-    request.milliseconds = 5000;
     rk::traffic::Held held = rk::traffic::hold(request, std::atoi(arguments[0]));
     std::puts("holding");
     std::fflush(stdout);
