@@ -107,6 +107,20 @@ std::string found(const std::string &key, const std::string &file) {
     return joined({"{ ", key, ",map_ip(", file, ") -m found }"});
 }
 
+// Whether a client is in a file of bound ones, which is not looked into while there are none anywhere.
+std::string isBound(const std::string &file) {
+    return joined({"{ srv_is_up(", kBoundMark, ") } ", found("src", file)});
+}
+
+void appendMarks(std::string &text, const Plan &plan, const ProxyNumbers &numbers) {
+    const bool areBound = std::any_of(plan.ports.begin(), plan.ports.end(), [&](const auto &port) {
+        return !boundServers(plan, numbers, port.first).empty();
+    });
+    const std::size_t separator = kBoundMark.find('/');
+    text += joined({"backend ", kBoundMark.substr(0, separator), "\n"});
+    line(text, {"server ", kBoundMark.substr(separator + 1), " 127.0.0.1:1", areBound ? "" : " disabled"});
+}
+
 void appendFrontend(std::string &text, const Plan &plan, const Pool &pool, const ProxyNumbers &numbers,
                     const std::string &folder) {
     const uint32_t own = numberOf(numbers, pool.id);
@@ -120,7 +134,7 @@ void appendFrontend(std::string &text, const Plan &plan, const Pool &pool, const
     line(text, {"timeout client ", seconds(stale == 0 ? kDefaultStaleTime : stale)});
     const auto port = plan.ports.find(pool.id.port);
     if (port != plan.ports.end() && !port->second.selectors.empty())
-        line(text, {"use_backend b", number(own), " if ", found("src", boundFile(folder, own))});
+        line(text, {"use_backend b", number(own), " if ", isBound(boundFile(folder, own))});
     int selectors = 0;
     if (port != plan.ports.end()) {
         for (const auto &[priority, selector] : port->second.selectors) {
@@ -168,7 +182,7 @@ void appendBackend(std::string &text, const Plan &plan, const Pool &pool, const 
     }
     if (!pool.id.rule) {
         const std::string file = boundFile(folder, own);
-        line(text, {"use-server %[src,map_ip(", file, ")] if ", found("src", file)});
+        line(text, {"use-server %[src,map_ip(", file, ")] if ", isBound(file)});
     }
     if (keepsClients(plan, pool))
         line(text, {"stick-table type ip size 100k expire ", seconds(stickyTimeOf(plan, pool))});
@@ -285,6 +299,7 @@ std::string configurationText(const Plan &plan, const ProxyNumbers &numbers, con
     text += "frontend idle\n";
     line(text, {"mode tcp"});
     line(text, {"bind unix@", folder, "/idle mode 600"});
+    appendMarks(text, plan, numbers);
     for (const auto &[id, pool] : plan.pools) {
         if (id.transport != Transport::tcp)
             continue;

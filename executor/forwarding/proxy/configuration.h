@@ -50,6 +50,10 @@ std::string stickyFile(const std::string &folder, uint32_t pool);
 // as any other.
 std::map<Address, uint32_t> boundServers(const Plan &plan, const ProxyNumbers &numbers, const PortId &port);
 
+// A server that nothing is sent to: it is up as long as any port has bound clients. HAProxy sees that faster than that
+// an address is in no map.
+inline constexpr std::string_view kBoundMark = "marks/bound";
+
 // The contents of the files above: clients and servers.
 std::string mapText(const std::map<Address, uint32_t> &servers);
 

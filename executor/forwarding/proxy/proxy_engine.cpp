@@ -268,6 +268,20 @@ void addClientSteps(const ProxyEngine &engine, uint32_t pool, const std::map<Add
     }
 }
 
+// Turns the look-up of bound clients on with the first one of all ports, and off with the last one. `changed` are the
+// pools that are to have other bound clients than now.
+void addLookUpStep(const ProxyEngine &engine, const ClientsOfPools &changed, std::vector<Step> &steps) {
+    const auto hasClients = [](const auto &pool) { return !pool.second.empty(); };
+    const bool before = std::any_of(engine.bound.begin(), engine.bound.end(), hasClients);
+    const bool after = std::any_of(changed.begin(), changed.end(), hasClients) ||
+                       std::any_of(engine.bound.begin(), engine.bound.end(), [&changed, &hasClients](const auto &pool) {
+                           return hasClients(pool) && !changed.contains(pool.first);
+                       });
+    const std::string mark(kBoundMark);
+    if (before != after)
+        steps.push_back({stateCommand(mark, after), stateCommand(mark, before)});
+}
+
 // The ports whose bound clients may go elsewhere than before.
 std::set<PortId> portsWithClients(const Plan &plan, const PlanChange &change) {
     std::set<PortId> ports;
@@ -318,6 +332,7 @@ bool applyOverSocket(ProxyEngine &engine, const Plan &plan, const PlanChange &ch
         bound[pool] = boundServers(plan, engine.numbers, port);
         addClientSteps(engine, pool, engine.bound[pool], bound[pool], steps);
     }
+    addLookUpStep(engine, bound, steps);
     if (!performSteps(engine, steps, words))
         return false;
     for (auto &[pool, clients] : bound)

@@ -1,4 +1,5 @@
 // Rules, clients that stick and the forwarding methods, with real requests through HAProxy.
+#include "executor/forwarding/proxy/talk.h"
 #include "proxy/proxy_farm.h"
 
 #include <cstring>
@@ -150,6 +151,54 @@ TEST_F(ProxyRows, boundClientsGoToTheirServerWithoutANewWorker) {
     ASSERT_EQ(directClient(state, kServicePort, client.c_str(), 0, 2), 0);
     EXPECT_EQ(ask(3, from(client)), (Shares{{"web1", 3}}));
     EXPECT_EQ(ask(3, from(ownAddress(79))), (Shares{{"web3", 3}}));
+}
+
+// Whether the worker looks for bound clients at all.
+bool areClientsLookedUp() {
+    std::string reply;
+    const std::vector<int> processes = proxyProcesses(getpid());
+    EXPECT_FALSE(processes.empty());
+    EXPECT_TRUE(rk::ask(proxyFolder(processes.at(0)) + "/worker", "show stat", reply));
+    const std::size_t begin = reply.find("marks,bound,");
+    EXPECT_NE(begin, std::string::npos);
+    return reply.substr(begin, reply.find('\n', begin) - begin).find(",MAINT,") == std::string::npos;
+}
+
+TEST_F(ProxyRows, boundClientsAreLookedForFromTheFirstToTheLast) {
+    addPort(kServicePort);
+    addPort(kServicePort + 1);
+    const int before = worker();
+    const std::string client = ownAddress(77);
+    const auto bind = [&](int port, bool binds) {
+        ASSERT_EQ(directClient(state, port, client.c_str(), 3, binds ? 1 : 2), 0);
+    };
+    EXPECT_FALSE(areClientsLookedUp());
+    for (int round = 0; round < 2; ++round) {
+        bind(kServicePort, true);
+        EXPECT_TRUE(areClientsLookedUp());
+        EXPECT_EQ(ask(6, from(client)), (Shares{{"web3", 6}}));
+        bind(kServicePort + 1, true);
+        bind(kServicePort, false);
+        EXPECT_TRUE(areClientsLookedUp()); // there is one at the other port
+        EXPECT_EQ(ask(6, from(client)), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
+        EXPECT_EQ(ask(6, from(client), kServicePort + 1), (Shares{{"web3", 6}}));
+        ASSERT_EQ(markServer(Command::markServerDown, 1), 0); // at the first port, which has none any more
+        ASSERT_EQ(markServer(Command::markServerUp, 1), 0);
+        EXPECT_TRUE(areClientsLookedUp());
+        bind(kServicePort + 1, false);
+        EXPECT_FALSE(areClientsLookedUp());
+        EXPECT_EQ(ask(6, from(client), kServicePort + 1), (Shares{{"web1", 1}, {"web2", 2}, {"web3", 3}}));
+    }
+    EXPECT_EQ(worker(), before);
+
+    // A new worker begins as the one before ended.
+    bind(kServicePort, true);
+    addPort(kServicePort + 2);
+    EXPECT_NE(worker(), before);
+    EXPECT_TRUE(areClientsLookedUp());
+    EXPECT_EQ(ask(6, from(client)), (Shares{{"web3", 6}}));
+    bind(kServicePort, false);
+    EXPECT_FALSE(areClientsLookedUp());
 }
 
 TEST_F(ProxyRows, contentDecidesOnEachRequestOfAConnection) {

@@ -66,7 +66,7 @@ std::string everyByte() {
 
 TEST(ProxyConfiguration, hasAFrontendAPortAndABackendAPool) {
     const auto sections = sectionsOf(planWith("images", "^/img", ""));
-    ASSERT_EQ(sections.size(), 6U); // global, defaults, idle, and ours
+    ASSERT_EQ(sections.size(), 7U); // global, defaults, idle, marks, and ours
     const ConfigurationSection *frontend = sectionIn(sections, "frontend", "f1");
     ASSERT_NE(frontend, nullptr);
     EXPECT_EQ(linesWith(*frontend, "bind"), (std::vector<ConfigurationLine>{{"10.0.0.1:80"}}));
@@ -88,7 +88,7 @@ TEST(ProxyConfiguration, hasAFrontendAPortAndABackendAPool) {
 TEST(ProxyConfiguration, keepsAnyBytesApartFromItsMeaning) {
     const std::string odd = everyByte();
     const auto sections = sectionsOf(planWith(odd, odd, ""));
-    ASSERT_EQ(sections.size(), 6U);
+    ASSERT_EQ(sections.size(), 7U);
     const ConfigurationSection *frontend = sectionIn(sections, "frontend", "f1");
     ASSERT_NE(frontend, nullptr);
     ASSERT_EQ(linesWith(*frontend, "acl").size(), 1U);
@@ -156,6 +156,30 @@ TEST(ProxyConfiguration, tellsTimes) {
     EXPECT_EQ(textsWith(backend, "stick"), (Texts{"on src,ipmask(24) table b1"}));
     EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b2"), "cookie"),
               (Texts{"basket insert preserve nocache attr Max-Age=60"}));
+}
+
+// What costs each request time is asked for only when there is something to find.
+TEST(ProxyConfiguration, looksForBoundClientsWhereThereAreSome) {
+    using Texts = std::vector<std::string>;
+    Plan plan = planWith("images", "a", "");
+    auto sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "marks"), "server"), (Texts{"bound 127.0.0.1:1 disabled"}));
+    EXPECT_EQ(textsWith(sectionIn(sections, "frontend", "f1"), "use_backend").front(),
+              "b1 if { srv_is_up(marks/bound) } { src,map_ip(/tmp/f/bound1) -m found }");
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b1"), "use-server"),
+              (Texts{"%[src,map_ip(/tmp/f/bound1)] if { srv_is_up(marks/bound) } "
+                     "{ src,map_ip(/tmp/f/bound1) -m found }"}));
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "b2"), "use-server"), Texts{});
+
+    const Address client = ipv4(10, 7, 0, 1);
+    plan.ports.at(kPortId).clients.emplace(client, BoundClient{client, 2});
+    sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "marks"), "server"), (Texts{"bound 127.0.0.1:1"}));
+
+    // A client whose server takes nothing is as any other.
+    plan.pools.at({kPortId, Transport::tcp, std::nullopt}).servers.at(2).weight = 0;
+    sections = sectionsOf(plan);
+    EXPECT_EQ(textsWith(sectionIn(sections, "backend", "marks"), "server"), (Texts{"bound 127.0.0.1:1 disabled"}));
 }
 
 TEST(ProxyConfiguration, hasWhatStandsByForAServer) {
