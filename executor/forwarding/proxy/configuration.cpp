@@ -121,31 +121,43 @@ void appendMarks(std::string &text, const Plan &plan, const ProxyNumbers &number
     line(text, {"server ", kBoundMark.substr(separator + 1), " 127.0.0.1:1", areBound ? "" : " disabled"});
 }
 
+// The beginning of a section for a pool.
+void beginSection(std::string &text, std::string_view kind, uint32_t own, const Pool &pool) {
+    text += joined({kind, number(own), "\n"});
+    line(text, {readsRequests(pool.settings) ? "mode http" : "mode tcp"});
+}
+
+// Where a port's clients come in.
+void appendEntrance(std::string &text, const Pool &pool) {
+    const uint32_t stale = pool.settings.staleTimeout;
+    line(text, {"bind ", endpointText(pool.id.port)});
+    if (readsRequests(pool.settings))
+        line(text, {"option idle-close-on-response"}); // a request that is on its way to a replaced worker is answered
+    line(text, {"timeout client ", seconds(stale == 0 ? kDefaultStaleTime : stale)});
+}
+
+bool hasRules(const Plan &plan, const PortId &id) {
+    const auto port = plan.ports.find(id);
+    return port != plan.ports.end() && !port->second.selectors.empty();
+}
+
+// A port that chooses among pools.
 void appendFrontend(std::string &text, const Plan &plan, const Pool &pool, const ProxyNumbers &numbers,
                     const std::string &folder) {
     const uint32_t own = numberOf(numbers, pool.id);
     const bool areRequestsRead = readsRequests(pool.settings);
-    const uint32_t stale = pool.settings.staleTimeout;
-    text += joined({"frontend f", number(own), "\n"});
-    line(text, {"bind ", endpointText(pool.id.port)});
-    line(text, {areRequestsRead ? "mode http" : "mode tcp"});
-    if (areRequestsRead)
-        line(text, {"option idle-close-on-response"}); // a request that is on its way to a replaced worker is answered
-    line(text, {"timeout client ", seconds(stale == 0 ? kDefaultStaleTime : stale)});
-    const auto port = plan.ports.find(pool.id.port);
-    if (port != plan.ports.end() && !port->second.selectors.empty())
-        line(text, {"use_backend b", number(own), " if ", isBound(boundFile(folder, own))});
+    beginSection(text, "frontend f", own, pool);
+    appendEntrance(text, pool);
+    line(text, {"use_backend b", number(own), " if ", isBound(boundFile(folder, own))});
     int selectors = 0;
-    if (port != plan.ports.end()) {
-        for (const auto &[priority, selector] : port->second.selectors) {
-            const uint32_t target = numberOf(numbers, PoolId{pool.id.port, Transport::tcp, selector.rule});
-            const std::string name = joined({"r", std::to_string(++selectors)});
-            if (target == 0 || !plan.pools.contains(PoolId{pool.id.port, Transport::tcp, selector.rule}))
-                continue;
-            const std::optional<std::string> condition = appendCondition(text, plan, selector, name, areRequestsRead);
-            if (condition)
-                line(text, {"use_backend b", number(target), condition->empty() ? "" : " if ", *condition});
-        }
+    for (const auto &[priority, selector] : plan.ports.at(pool.id.port).selectors) {
+        const uint32_t target = numberOf(numbers, PoolId{pool.id.port, Transport::tcp, selector.rule});
+        const std::string name = joined({"r", std::to_string(++selectors)});
+        if (target == 0 || !plan.pools.contains(PoolId{pool.id.port, Transport::tcp, selector.rule}))
+            continue;
+        const std::optional<std::string> condition = appendCondition(text, plan, selector, name, areRequestsRead);
+        if (condition)
+            line(text, {"use_backend b", number(target), condition->empty() ? "" : " if ", *condition});
     }
     line(text, {"default_backend b", number(own)});
 }
@@ -161,16 +173,15 @@ void appendServer(std::string &text, const Pool &pool, const PoolServer &server,
     line(text, {"server t", number(own), " ", serverText(pool, standby, kStandbyNumber + own), state, " backup"});
 }
 
-void appendBackend(std::string &text, const Plan &plan, const Pool &pool, const ProxyNumbers &numbers,
+// What sends connections to a pool's servers.
+void appendServers(std::string &text, const Plan &plan, const Pool &pool, const ProxyNumbers &numbers,
                    const std::string &folder, const std::set<uint32_t> &moving) {
     const uint32_t own = numberOf(numbers, pool.id);
     const PoolSettings &settings = pool.settings;
     uint32_t connectTime = 0;
     for (const auto &[key, server] : pool.servers)
         connectTime = std::max(connectTime, server.connectTimeout);
-    text += joined({"backend b", number(own), "\n"});
     line(text, {"id ", number(own)});
-    line(text, {readsRequests(settings) ? "mode http" : "mode tcp"});
     line(text, {"balance roundrobin"});
     line(text, {"option allbackups"});
     line(text, {"timeout connect ", seconds(connectTime == 0 ? kDefaultConnectTime : connectTime)});
@@ -197,6 +208,19 @@ void appendBackend(std::string &text, const Plan &plan, const Pool &pool, const 
     }
     for (const auto &[key, server] : pool.servers)
         appendServer(text, pool, server, numberOf(numbers, pool, server));
+}
+
+// Sections of a pool. A port without rules takes one instead of two: each costs HAProxy much memory.
+void appendPool(std::string &text, const Plan &plan, const Pool &pool, const ProxyNumbers &numbers,
+                const std::string &folder, const std::set<uint32_t> &moving) {
+    const uint32_t own = numberOf(numbers, pool.id);
+    const bool isOneSection = !pool.id.rule && !hasRules(plan, pool.id.port);
+    if (!pool.id.rule && !isOneSection)
+        appendFrontend(text, plan, pool, numbers, folder);
+    beginSection(text, isOneSection ? "listen b" : "backend b", own, pool);
+    if (isOneSection)
+        appendEntrance(text, pool);
+    appendServers(text, plan, pool, numbers, folder, moving);
 }
 
 bool isTokenCharacter(char character) {
@@ -301,11 +325,8 @@ std::string configurationText(const Plan &plan, const ProxyNumbers &numbers, con
     line(text, {"bind unix@", folder, "/idle mode 600"});
     appendMarks(text, plan, numbers);
     for (const auto &[id, pool] : plan.pools) {
-        if (id.transport != Transport::tcp)
-            continue;
-        if (!id.rule)
-            appendFrontend(text, plan, pool, numbers, folder);
-        appendBackend(text, plan, pool, numbers, folder, moving);
+        if (id.transport == Transport::tcp)
+            appendPool(text, plan, pool, numbers, folder, moving);
     }
     return text;
 }

@@ -85,6 +85,24 @@ TEST(ProxyConfiguration, hasAFrontendAPortAndABackendAPool) {
     EXPECT_EQ(linesWith(*ruled, "server").size(), 1U);
 }
 
+TEST(ProxyConfiguration, hasOneSectionForAPortWithoutRules) {
+    Plan plan;
+    const Pool own = poolWith(std::nullopt, {1, 2});
+    plan.pools.emplace(own.id, own);
+    const auto sections = sectionsOf(plan);
+    ASSERT_EQ(sections.size(), 5U); // global, defaults, idle, marks, and ours
+    const ConfigurationSection *section = sectionIn(sections, "listen", "b1");
+    ASSERT_NE(section, nullptr);
+    EXPECT_EQ(linesWith(*section, "mode"), (std::vector<ConfigurationLine>{{"http"}}));
+    EXPECT_EQ(linesWith(*section, "bind"), (std::vector<ConfigurationLine>{{"10.0.0.1:80"}}));
+    EXPECT_EQ(linesWith(*section, "option"),
+              (std::vector<ConfigurationLine>{{"idle-close-on-response"}, {"allbackups"}}));
+    EXPECT_EQ(linesWith(*section, "timeout"),
+              (std::vector<ConfigurationLine>{{"client", "300s"}, {"connect", "5s"}, {"server", "300s"}}));
+    EXPECT_EQ(linesWith(*section, "use-server").size(), 1U);
+    EXPECT_EQ(linesWith(*section, "server").size(), 2U);
+}
+
 TEST(ProxyConfiguration, keepsAnyBytesApartFromItsMeaning) {
     const std::string odd = everyByte();
     const auto sections = sectionsOf(planWith(odd, odd, ""));
@@ -229,8 +247,8 @@ TEST(ProxyConfiguration, hasOneTableForPortsThatCross) {
         plan.pools.emplace(pool.id, pool);
     }
     const auto sections = sectionsOf(plan);
-    const ConfigurationSection &keeper = *sectionIn(sections, "backend", "b1");
-    const ConfigurationSection &crossing = *sectionIn(sections, "backend", "b2");
+    const ConfigurationSection &keeper = *sectionIn(sections, "listen", "b1");
+    const ConfigurationSection &crossing = *sectionIn(sections, "listen", "b2");
     EXPECT_EQ(linesWith(keeper, "stick-table").size(), 1U);
     EXPECT_EQ(linesWith(crossing, "stick-table").size(), 0U);
     EXPECT_EQ(linesWith(keeper, "stick"), linesWith(crossing, "stick"));
