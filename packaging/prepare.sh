@@ -72,7 +72,10 @@ need_packages() {
     if ((EUID != 0)); then
         sudo -v
     fi
-    run_step "Reading the package lists" "${as_root[@]}" apt-get -q update
+    if [[ -z ${package_lists_are_read:-} ]]; then
+        run_step "Reading the package lists" "${as_root[@]}" apt-get -q update
+        package_lists_are_read=yes
+    fi
     run_step "Installing ${missing[*]}" "${as_root[@]}" \
         "$(dirname "${BASH_SOURCE[0]}")/install_packages" "${missing[@]}"
 }

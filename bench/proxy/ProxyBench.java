@@ -6,6 +6,7 @@ import com.qel.internet.rk.common.CMNServer;
 import com.qel.internet.rk.common.CMNServerWeights;
 import java.io.IOException;
 import java.io.InputStream;
+import java.io.PrintStream;
 import java.net.InetSocketAddress;
 import java.net.ServerSocket;
 import java.net.Socket;
@@ -18,7 +19,10 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Collections;
 import java.util.List;
+import java.util.Random;
+import java.util.stream.IntStream;
 import java.util.stream.Stream;
 
 /**
@@ -28,6 +32,7 @@ import java.util.stream.Stream;
 final class ProxyBench {
     private static final String OURS = "127.0.78.10";
     private static final String BY_HAND = "127.0.78.11";
+    private static final String AGAIN = "127.0.78.12"; // the same by hand once more: what the measuring itself differs by
     private static final int PORT = 8080;
     private static final int SERVER_PORT = 8081;
     private static final int[] SERVERS = {0x7f004e15, 0x7f004e16, 0x7f004e17}; // 127.0.78.21 to .23
@@ -38,6 +43,8 @@ final class ProxyBench {
     private static final byte[] REPLY =
             "HTTP/1.0 200 OK\r\nContent-Length: 3\r\n\r\nok\n".getBytes(StandardCharsets.US_ASCII);
 
+    private static final PrintStream OUT = new PrintStream(System.out, true, StandardCharsets.UTF_8);
+    private static final Random RANDOM = new Random(1);
     private static final CMNExecutorInterface NATIVES = new CMNExecutorInterface();
 
     private ProxyBench() {
@@ -55,25 +62,35 @@ final class ProxyBench {
             serve(server);
         }
         Path folder = Files.createTempDirectory("proxy-bench");
-        Process byHand = startByHand(folder, farmByHand(folder));
+        Path folderAgain = Files.createTempDirectory("proxy-bench");
+        Process byHand = startByHand(folder, farmByHand(folder, BY_HAND));
+        Process again = startByHand(folderAgain, farmByHand(folderAgain, AGAIN));
         try {
             startOurs();
             letWorkersEnd();
-            compareRequests(rounds, new long[] {workerOfOurs(), byHand.pid()});
+            printHead(rounds);
+            compareRequests(rounds, new long[] {workerOfOurs(), byHand.pid(), again.pid()});
             compareWeights(rounds, folder.resolve("socket"));
             measurePorts(ports, folder);
         } finally {
             NATIVES.stopUserExecutorNative();
-            byHand.destroy();
-            byHand.waitFor();
-            try (Stream<Path> files = Files.list(folder)) {
-                for (Path file : files.toList()) {
-                    Files.delete(file);
-                }
+            for (Process process : List.of(byHand, again)) {
+                process.destroy();
+                process.waitFor();
             }
-            Files.delete(folder);
+            remove(folder);
+            remove(folderAgain);
         }
         System.exit(0);
+    }
+
+    private static void remove(Path folder) throws IOException {
+        try (Stream<Path> files = Files.list(folder)) {
+            for (Path file : files.toList()) {
+                Files.delete(file);
+            }
+        }
+        Files.delete(folder);
     }
 
     // --- Servers, and who stands before them -------------------------------------------------------------------------
@@ -119,8 +136,8 @@ final class ProxyBench {
                 + "defaults\n mode tcp\n timeout connect 5s\n timeout client 300s\n timeout server 300s\n";
     }
 
-    private static String portByHand(int port) {
-        return "frontend farm" + port + "\n bind " + BY_HAND + ":" + port + "\n default_backend servers" + port + "\n"
+    private static String portByHand(String address, int port) {
+        return "frontend farm" + port + "\n bind " + address + ":" + port + "\n default_backend servers" + port + "\n"
                 + "backend servers" + port + "\n balance roundrobin\n";
     }
 
@@ -136,8 +153,8 @@ final class ProxyBench {
         return process;
     }
 
-    private static String farmByHand(Path folder) {
-        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(PORT));
+    private static String farmByHand(Path folder, String address) {
+        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(address, PORT));
         for (int server : SERVERS) {
             text.append(" server ").append((char) ('a' + (server & 15) - 5)).append(' ').append(dotted(server))
                     .append(':').append(SERVER_PORT).append(" weight 10\n");
@@ -188,9 +205,14 @@ final class ProxyBench {
     // --- Measuring ---------------------------------------------------------------------------------------------------
 
     private static double median(double[] values) {
+        return quantile(values, 0.5);
+    }
+
+    /** {@return the value below which a share of the values is} */
+    private static double quantile(double[] values, double share) {
         double[] sorted = values.clone();
         Arrays.sort(sorted);
-        return sorted[sorted.length / 2];
+        return sorted[(int) Math.max(0, Math.min(sorted.length - 1, Math.floor(sorted.length * share)))];
     }
 
     private static void ask(String address, int port) throws IOException {
@@ -230,57 +252,73 @@ final class ProxyBench {
         return CLIENTS * REQUESTS * 1e9 / (System.nanoTime() - begin);
     }
 
-    /** {@return the medians of the times that these take, in turns, in microseconds} */
-    private static double[] microseconds(int times, Work... works) throws IOException {
-        double[][] values = new double[works.length][times];
+    /** {@return the medians of the times that these take, in turns whose order is drawn each time, in microseconds} */
+    private static double[] microseconds(int times, List<Work> works) throws IOException {
+        double[][] values = new double[works.size()][times];
+        List<Integer> order = new ArrayList<>(IntStream.range(0, works.size()).boxed().toList());
         for (int index = 0; index < times; index++) {
-            for (int turn = 0; turn < works.length; turn++) {
-                int step = index / works.length % 2 == 0 ? 1 : works.length - 1; // each comes after each other
-                int work = (index + step * turn) % works.length;
+            Collections.shuffle(order, RANDOM);
+            for (int work : order) {
                 long begin = System.nanoTime();
-                works[work].perform();
+                works.get(work).perform();
                 values[work][index] = (System.nanoTime() - begin) / 1e3;
             }
         }
         return Arrays.stream(values).mapToDouble(ProxyBench::median).toArray();
     }
 
-    /** In each round both are measured, the first of them in turns. */
+    /** In each round all are measured, in an order that is drawn. */
     private static void compareRequests(int rounds, long[] processes) throws IOException, InterruptedException {
-        double[][] rates = new double[2][rounds];
-        double[][] loads = new double[2][rounds];
-        double[][] times = new double[2][rounds];
-        List<String> addresses = List.of(OURS, BY_HAND);
+        List<String> addresses = List.of(OURS, BY_HAND, AGAIN);
+        int count = addresses.size();
+        double[][] rates = new double[count][rounds];
+        double[][] loads = new double[count][rounds];
+        double[][] times = new double[count][rounds];
+        List<Integer> order = new ArrayList<>(IntStream.range(0, count).boxed().toList());
+        List<Work> works = new ArrayList<>();
+        addresses.forEach(address -> works.add(() -> ask(address, PORT)));
+        works.add(() -> ask(dotted(SERVERS[0]), SERVER_PORT));
         for (int round = -1; round < rounds; round++) { // the first warms up
-            double[] rate = new double[2];
-            double[] load = new double[2];
-            for (int turn = 0; turn < 2; turn++) {
-                int which = (round + turn + 2) % 2;
+            double[] rate = new double[count];
+            double[] load = new double[count];
+            Collections.shuffle(order, RANDOM);
+            for (int which : order) {
                 double before = processorTime(processes[which]);
                 rate[which] = requestsPerSecond(addresses.get(which));
                 load[which] = (processorTime(processes[which]) - before) / CLIENTS / REQUESTS;
             }
-            double[] time = microseconds(REQUESTS, () -> ask(OURS, PORT), () -> ask(BY_HAND, PORT),
-                    () -> ask(dotted(SERVERS[0]), SERVER_PORT));
-            for (int which = 0; round >= 0 && which < 2; which++) {
+            double[] time = microseconds(REQUESTS, works);
+            for (int which = 0; round >= 0 && which < count; which++) {
                 rates[which][round] = rate[which];
                 loads[which][round] = load[which];
-                times[which][round] = time[which] - time[2];
+                times[which][round] = time[which] - time[count];
             }
         }
-        report("requests a second", rates[0], rates[1]);
-        report("processor a request, us", loads[0], loads[1]);
-        report("added latency, us", times[0], times[1]);
+        report("requests a second, " + CLIENTS + " clients", rates[0], rates[1], rates[2]);
+        report("processor time of HAProxy a request, µs", loads[0], loads[1], loads[2]);
+        report("latency above that of a server asked directly, µs", times[0], times[1], times[2]);
     }
 
-    /** Medians of all rounds; the ratio is that of a round, which both had the same machine in. */
-    private static void report(String what, double[] ours, double[] byHand) {
-        double[] ratios = new double[ours.length];
-        for (int round = 0; round < ratios.length; round++) {
-            ratios[round] = ours[round] / byHand[round];
-        }
-        System.out.printf("%-28s executor %10.1f   by hand %10.1f   ratio %.3f%n", what, median(ours), median(byHand),
-                median(ratios));
+    private static void printHead(int rounds) throws IOException {
+        OUT.printf("%d rounds, %d processors, load at the start %s; in brackets half of the rounds, then where the median "
+                + "of ratios is with 95 %% certainty.%n%n", rounds, Runtime.getRuntime().availableProcessors(),
+                String.join(" ", List.of(Files.readString(Path.of("/proc/loadavg")).split(" ")).subList(0, 3)));
+        OUT.println("| what | executor | by hand | executor / by hand | by hand / by hand |");
+        OUT.println("|---|---|---|---|---|");
+    }
+
+    /** Medians of all rounds; the ratio is that of a round, which all had the same machine in. */
+    private static void report(String what, double[] ours, double[] byHand, double[] again) {
+        OUT.printf("| %s | %.1f | %.1f | %s | %s |%n", what, median(ours), median(byHand), ratioText(ours, byHand),
+                again.length == 0 ? "" : ratioText(again, byHand));
+    }
+
+    /** {@return the median of the rounds' ratios, their quartiles, and between which values the median is for sure} */
+    private static String ratioText(double[] these, double[] those) {
+        double[] ratios = IntStream.range(0, these.length).mapToDouble(round -> these[round] / those[round]).toArray();
+        double off = 0.98 / Math.sqrt(ratios.length); // of the ranks that a median has in 95 of 100 samples
+        return String.format("%.3f [%.3f to %.3f], %.3f to %.3f", median(ratios), quantile(ratios, 0.25),
+                quantile(ratios, 0.75), quantile(ratios, 0.5 - off), quantile(ratios, 0.5 + off));
     }
 
     private static CMNServerWeights weightOfOne() {
@@ -311,12 +349,13 @@ final class ProxyBench {
         double[] byHand = new double[rounds];
         int[] weight = {0};
         for (int round = 0; round < rounds; round++) {
-            double[] times = microseconds(CHANGES, () -> changeWeight(weights, 1 + weight[0]++ % 10),
-                    () -> command(socket, "set server servers" + PORT + "/a weight " + (1 + weight[0]++ % 10)));
+            double[] times = microseconds(CHANGES, List.of(() -> changeWeight(weights, 1 + weight[0]++ % 10),
+                    () -> command(socket, "set server servers" + PORT + "/a weight " + (1 + weight[0]++ % 10))));
             ours[round] = times[0];
             byHand[round] = times[1];
         }
-        report("one weight changed, us", ours, byHand);
+        report("one weight changed, µs: by a Java call, and by a connection to HAProxy's socket", ours, byHand,
+                new double[0]);
     }
 
     private static void command(Path socket, String text) throws IOException {
@@ -371,15 +410,19 @@ final class ProxyBench {
         }
         double each = (System.nanoTime() - begin) / 1e6 / ports;
         letWorkersEnd();
-        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(PORT));
+        StringBuilder text = new StringBuilder(globalByHand(folder)).append(portByHand(BY_HAND, PORT));
         for (int index = 0; index < ports; index++) {
-            text.append(portByHand(20_000 + index));
+            text.append(portByHand(BY_HAND, 20_000 + index));
         }
         Files.delete(folder.resolve("socket"));
         Process byHand = startByHand(folder, text.toString());
         try {
-            System.out.printf("%d more ports: %.1f ms each; HAProxy's memory from %d to %d KB, by hand %d KB%n", ports,
-                    each, before, memory(), memoryOf(byHand.pid()));
+            long ours = memory();
+            long those = memoryOf(byHand.pid());
+            OUT.printf("| memory with %d ports, MB | %.1f | %.1f | %.3f | |%n%n", ports, ours / 1e3, those / 1e3,
+                    (double) ours / those);
+            OUT.printf("With one port the executor's HAProxy, a worker and the process that minds it, had %.1f MB. A new "
+                    + "port took %.1f ms, over the %d one after the other.%n", before / 1e3, each, ports);
         } finally {
             byHand.destroy();
             byHand.waitFor();
