@@ -106,6 +106,7 @@ struct PoolServer {
     Endpoint endpoint;
     Endpoint backup;    // the second listener, to be used while the first does not answer; family none: there is none
     int32_t weight = 0; // share of new connections, 0 to 100. It is 0 as well while the server is quiesced or down
+    int32_t fullWeight = 0; // the weight while it is up
     Availability availability = Availability::up;
     bool hasFixedWeight = false;
     bool isSticky = false;        // clients stick to it even where the pool has no sticky time, as the manager wants it

@@ -1,6 +1,7 @@
 // The kernel engine's texts, without a kernel: what /proc shows, the journal, settings, and the packet filter's table.
 #include "executor/forwarding/kernel/connection_table.h"
 #include "executor/forwarding/kernel/half_open_rules.h"
+#include "executor/forwarding/kernel/hashed_services.h"
 #include "executor/forwarding/kernel/journal.h"
 #include "executor/forwarding/kernel/kernel_settings.h"
 #include "executor/forwarding/kernel/mark_rules.h"
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <linux/ip_vs.h>
 #include <netinet/in.h>
 
 namespace rk {
@@ -354,6 +356,148 @@ TEST(KernelChanges, whatIsNewComesBeforeWhatGoes) {
     EXPECT_EQ(changes.after[0].what, IpvsOrder::remove);
     EXPECT_TRUE(differenceOf(now, wanted, true).after.empty());
     EXPECT_TRUE(differenceOf(wanted, wanted, false).before.empty());
+}
+
+// --- Several directors at once ---------------------------------------------------------------------------------------
+
+Plan farm(std::initializer_list<std::pair<const char *, int32_t>> servers, Method method = Method::linkLevel) {
+    Plan plan;
+    Pool &pool = plans::pool(plan, "10.9.0.1", 80);
+    pool.settings.method = method;
+    for (const auto &[address, weight] : servers)
+        plans::server(pool, address, 80, weight);
+    plans::settle(plan);
+    return plan;
+}
+
+IpvsTable tableOf(const Plan &plan, const std::string &scheduler = "mh") {
+    MarkNumbers marks;
+    return servicesOf(plan, scheduler, marks);
+}
+
+// What the kernel is told, in order: "+10.2.0.11 1", "-10.2.0.12", "10.2.0.13 4 0".
+std::vector<std::string> orders(const std::vector<IpvsChange> &changes) {
+    std::vector<std::string> lines;
+    for (const IpvsChange &change : changes) {
+        if (!change.isServer)
+            continue;
+        std::string line = describe(change.server);
+        line = line.substr(0, line.find(':'));
+        if (change.what == IpvsOrder::remove) {
+            lines.push_back("-" + line);
+            continue;
+        }
+        const bool isNew = change.what == IpvsOrder::add;
+        for (const int32_t weight : weightSteps(isNew ? nullptr : &change.serverBefore, change.serverAfter))
+            line += " " + std::to_string(weight);
+        lines.push_back((isNew ? "+" : "") + line);
+    }
+    return lines;
+}
+
+IpvsChanges hashedDifference(const IpvsTable &now, const IpvsTable &wanted) {
+    IpvsChanges changes = differenceOf(now, wanted, false);
+    keepOrder(changes, now);
+    return changes;
+}
+
+TEST(ManyDirectors, servicesHashPortsUnlessClientsStick) {
+    PoolSettings settings;
+    EXPECT_EQ(serviceSettings(settings, "mh").flags, 0x18U);
+    EXPECT_EQ(serviceSettings(settings, "sh").flags, 0x08U);
+    settings.stickyTime = 60;
+    EXPECT_EQ(serviceSettings(settings, "mh").flags, 0x08U | IP_VS_SVC_F_PERSISTENT);
+}
+
+TEST(ManyDirectors, settingsOfTheKernel) {
+    using Rows = std::vector<std::pair<std::string, std::string>>;
+    const auto rows = [](const char *scheduler) {
+        Rows all;
+        for (const auto &[path, value] : settingsToForward(scheduler))
+            all.emplace_back(path, value);
+        return all;
+    };
+    const Rows alone = {{"net/ipv4/vs/expire_nodest_conn", "1"},
+                        {"net/ipv4/vs/expire_quiescent_template", "1"},
+                        {"net/ipv4/ip_forward", "1"}};
+    Rows many = alone;
+    many.emplace_back("net/ipv4/vs/sloppy_tcp", "1");
+    many.emplace_back("net/ipv4/vs/schedule_icmp", "1");
+    EXPECT_EQ(rows("wrr"), alone);
+    EXPECT_EQ(rows("mh"), many);
+}
+
+TEST(ManyDirectors, serversAreAddedInTheOrderOfTheirNumbers) {
+    // 10.2.1.2 is behind 10.2.0.13, though its last number is the lower one.
+    const IpvsTable all = tableOf(farm({{"10.2.1.2", 1}, {"10.2.0.13", 2}, {"10.2.0.11", 1}}));
+    const IpvsChanges changes = hashedDifference({}, all);
+    EXPECT_EQ(orders(changes.before), (std::vector<std::string>{"+10.2.0.11 1", "+10.2.0.13 2", "+10.2.1.2 1"}));
+    EXPECT_TRUE(changes.reordered.empty());
+}
+
+TEST(ManyDirectors, aServerBetweenOthersTakesThoseBehindItOutAndBack) {
+    const IpvsTable now = tableOf(farm({{"10.2.0.11", 1}, {"10.2.0.13", 2}, {"10.2.0.14", 3}}));
+    const IpvsTable wanted = tableOf(farm({{"10.2.0.11", 1}, {"10.2.0.12", 5}, {"10.2.0.13", 4}}));
+    const IpvsChanges changes = hashedDifference(now, wanted);
+    EXPECT_EQ(orders(changes.before), (std::vector<std::string>{"+10.2.0.12 5", "-10.2.0.13", "+10.2.0.13 2"}));
+    EXPECT_EQ(orders(changes.after), (std::vector<std::string>{"10.2.0.13 4", "-10.2.0.14"}));
+    EXPECT_EQ(changes.reordered.size(), 1U);
+    // Behind all others, it disturbs none.
+    const IpvsTable longer = tableOf(farm({{"10.2.0.11", 1}, {"10.2.0.13", 2}, {"10.2.0.14", 3}, {"10.2.0.15", 1}}));
+    EXPECT_EQ(orders(hashedDifference(now, longer).before), (std::vector<std::string>{"+10.2.0.15 1"}));
+}
+
+TEST(ManyDirectors, anOrderThatIsAnotherOneIsMadeRight) {
+    const IpvsTable wanted = tableOf(farm({{"10.2.0.11", 1}, {"10.2.0.12", 1}}));
+    IpvsTable now = wanted;
+    EXPECT_TRUE(hashedDifference(now, wanted).before.empty());
+    now.begin()->second.isInOrder = false;
+    EXPECT_EQ(orders(hashedDifference(now, wanted).before),
+              (std::vector<std::string>{"-10.2.0.11", "+10.2.0.11 1", "-10.2.0.12", "+10.2.0.12 1"}));
+}
+
+TEST(ManyDirectors, aServerThatTakesNothingKeepsItsPartOfTheTable) {
+    const Plan up = farm({{"10.2.0.11", 1}, {"10.2.0.12", 4}});
+    Plan down = up;
+    PoolServer &server = down.pools.begin()->second.servers.at(12);
+    server.weight = 0;
+    server.availability = Availability::down;
+    // It is added with its weight, and goes down.
+    EXPECT_EQ(orders(hashedDifference({}, tableOf(down)).before),
+              (std::vector<std::string>{"+10.2.0.11 1", "+10.2.0.12 4 0"}));
+    EXPECT_EQ(orders(hashedDifference(tableOf(up), tableOf(down)).after), (std::vector<std::string>{"10.2.0.12 0"}));
+    EXPECT_EQ(orders(hashedDifference(tableOf(down), tableOf(up)).before), (std::vector<std::string>{"10.2.0.12 4"}));
+    // Another weight while it is down counts for the table.
+    Plan other = down;
+    other.pools.begin()->second.servers.at(12).fullWeight = 6;
+    EXPECT_EQ(orders(hashedDifference(tableOf(down), tableOf(other)).after),
+              (std::vector<std::string>{"10.2.0.12 6 0"}));
+    // Other schedulers have no such table.
+    EXPECT_EQ(orders(differenceOf({}, tableOf(down, "wrr"), false).before),
+              (std::vector<std::string>{"+10.2.0.11 1", "+10.2.0.12 0"}));
+}
+
+TEST(ManyDirectors, translationIsRefusedWithTheReason) {
+    const auto refusal = [](Method method) { return whyNotHashed(farm({}, method).pools.begin()->second); };
+    EXPECT_EQ(refusal(Method::linkLevel), "");
+    EXPECT_EQ(
+        refusal(Method::translation),
+        "tcp 10.9.0.1:80: with the scheduler mh several directors forward at once, and answers do not come back to "
+        "the one that translated: link level or tunnels only");
+    EXPECT_EQ(refusal(Method::content), refusal(Method::translation));
+}
+
+TEST(ManyDirectors, coarseSharesAreTold) {
+    const auto told = [](std::initializer_list<std::pair<const char *, int32_t>> servers) {
+        const IpvsTable table = tableOf(farm(servers));
+        return describeCoarseShares(table.begin()->first, table.begin()->second.servers);
+    };
+    EXPECT_EQ(told({{"10.2.0.11", 1}, {"10.2.0.12", 63}}), "");
+    EXPECT_EQ(told({{"10.2.0.11", 10}, {"10.2.0.12", 100}}), ""); // 1 to 10
+    EXPECT_EQ(told({{"10.2.0.11", 99}, {"10.2.0.12", 100}}), ""); // 49 to 50
+    EXPECT_EQ(told({{"10.2.0.11", 1}, {"10.2.0.12", 99}}),        // 1 to 49
+              "tcp 10.9.0.1:80: the kernel halves weights above 63, so that 10.2.0.11:80 gets 2.0 % instead of 1.0 %");
+    EXPECT_EQ(told({}), "");
 }
 
 } // namespace

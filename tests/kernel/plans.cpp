@@ -68,6 +68,7 @@ Pool &pool(Plan &plan, const std::string &cluster, uint16_t port, const std::opt
 PoolServer &server(Pool &pool, const std::string &dotted, uint16_t port, int32_t weight) {
     PoolServer made;
     made.endpoint = endpoint(dotted, port);
+    made.fullWeight = weight;
     made.key = made.endpoint.address.bytes[3];
     made.weight = weight;
     pool.keyOfEndpoint[made.endpoint] = made.key;

@@ -7,6 +7,7 @@
 #include "executor/forwarding/kernel/netlink_family.h"
 #include "rk/wire_types.h"
 
+#include <arpa/inet.h>
 #include <compare>
 #include <map>
 #include <string>
@@ -47,7 +48,8 @@ struct IpvsServerKey {
 };
 
 inline bool operator<(const IpvsServerKey &one, const IpvsServerKey &other) {
-    return std::tie(one.address, one.port) < std::tie(other.address, other.port);
+    // In the order of the numbers: the same on every machine.
+    return std::tuple(ntohl(one.address), one.port) < std::tuple(ntohl(other.address), other.port);
 }
 
 // How packets get to a server. The values are the kernel's.
@@ -56,6 +58,9 @@ enum class IpvsMethod : uint32_t { translation = 0, tunnel = 2, linkLevel = 3 };
 struct IpvsServerSettings {
     IpvsMethod method = IpvsMethod::translation;
     int32_t weight = 1; // 0: no new connections
+
+    // Of a server of weight 0, with the scheduler mh: the weight by which it has its part of the table still. 0: none.
+    int32_t tableWeight = 0;
 
     bool operator==(const IpvsServerSettings &) const = default;
 };

@@ -1,6 +1,7 @@
 #include "executor/forwarding/kernel/ipvs_change.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace rk {
 
@@ -28,8 +29,27 @@ const IpvsServerSettings *findServer(const IpvsTable &table, const IpvsServiceKe
     return server == row->second.servers.end() ? nullptr : &server->second;
 }
 
+// A new server that could not be told all its weights is taken out again.
+int tellServer(const NetlinkFamily &ipvs, const IpvsChange &change) {
+    if (change.what == IpvsOrder::remove)
+        return orderServer(ipvs, change.what, change.service, change.server, change.serverAfter);
+    IpvsOrder what = change.what;
+    IpvsServerSettings settings = change.serverAfter;
+    for (const int32_t weight :
+         weightSteps(what == IpvsOrder::change ? &change.serverBefore : nullptr, change.serverAfter)) {
+        settings.weight = weight;
+        if (const int error = orderServer(ipvs, what, change.service, change.server, settings)) {
+            if (what != change.what)
+                orderServer(ipvs, IpvsOrder::remove, change.service, change.server, settings);
+            return error;
+        }
+        what = IpvsOrder::change;
+    }
+    return 0;
+}
+
 int tellKernel(const NetlinkFamily &ipvs, const IpvsChange &change) {
-    return change.isServer ? orderServer(ipvs, change.what, change.service, change.server, change.serverAfter)
+    return change.isServer ? tellServer(ipvs, change)
                            : orderService(ipvs, change.what, change.service, change.serviceAfter);
 }
 
@@ -67,6 +87,64 @@ std::vector<IpvsChange> reverses(const IpvsChange &change) {
         all.back().serverAfter = settings;
     }
     return all;
+}
+
+// The servers that there are to be of a service once what is new is there: what each is to be told, by number.
+using ServerOrders = std::map<IpvsServerKey, std::vector<IpvsChange>>;
+
+// Takes a server out and puts it back, which makes it the last one. Its connections go on: the kernel keeps what it
+// knows of a server that has any.
+std::vector<IpvsChange> takeOutAndPutBack(const IpvsServiceKey &service, const IpvsServerKey &key,
+                                          const IpvsServerSettings &settings) {
+    std::vector<IpvsChange> both{serverChange(IpvsOrder::remove, service, key),
+                                 serverChange(IpvsOrder::add, service, key)};
+    both[0].serverBefore = settings;
+    both[1].serverAfter = settings;
+    return both;
+}
+
+bool isNewServer(const IpvsChange &change) {
+    return change.isServer && change.what == IpvsOrder::add;
+}
+
+// Takes the new servers of `service` out of the list, and follows the changes of its others in `servers`.
+ServerOrders takeNewServers(std::vector<IpvsChange> &changes, const IpvsServiceKey &service, IpvsServers &servers) {
+    ServerOrders orders;
+    for (const IpvsChange &change : changes) {
+        if (!change.isServer || change.service != service)
+            continue;
+        if (isNewServer(change))
+            orders[change.server] = {change};
+        else
+            servers[change.server] = change.serverAfter;
+    }
+    std::erase_if(changes,
+                  [&service](const IpvsChange &change) { return isNewServer(change) && change.service == service; });
+    return orders;
+}
+
+bool goes(const std::vector<IpvsChange> &changes, const IpvsServiceKey &service, const IpvsServerKey &server) {
+    return std::ranges::any_of(changes, [&](const IpvsChange &change) {
+        return change.isServer && change.what == IpvsOrder::remove && change.service == service &&
+               change.server == server;
+    });
+}
+
+void keepOrderOf(IpvsChanges &changes, const IpvsTable &now, const IpvsServiceKey &service) {
+    const auto row = now.find(service);
+    const bool isInOrder = row == now.end() || row->second.isInOrder;
+    IpvsServers servers = row == now.end() ? IpvsServers{} : row->second.servers;
+    ServerOrders orders = takeNewServers(changes.before, service, servers);
+    const bool hasNew = !orders.empty();
+    for (const auto &[key, settings] : servers) {
+        const bool isBehind = !isInOrder || (hasNew && orders.begin()->first < key);
+        if (!isBehind || goes(changes.after, service, key))
+            continue;
+        orders[key] = takeOutAndPutBack(service, key, settings);
+        changes.reordered.insert(service);
+    }
+    for (auto &[key, all] : orders)
+        std::ranges::move(all, std::back_inserter(changes.before));
 }
 
 } // namespace
@@ -142,6 +220,27 @@ IpvsChanges differenceOf(const IpvsTable &now, const IpvsTable &wanted, bool isK
 void sortChanges(IpvsChanges &changes) {
     std::stable_partition(changes.after.begin(), changes.after.end(),
                           [](const IpvsChange &change) { return change.what != IpvsOrder::remove; });
+}
+
+void keepOrder(IpvsChanges &changes, const IpvsTable &now) {
+    std::set<IpvsServiceKey> services;
+    for (const IpvsChange &change : changes.before)
+        if (isNewServer(change))
+            services.insert(change.service);
+    for (const auto &[key, state] : now)
+        if (!state.isInOrder)
+            services.insert(key);
+    for (const IpvsServiceKey &service : services)
+        keepOrderOf(changes, now, service);
+}
+
+// The kernel's table keeps the last weight above 0 that it was told.
+std::vector<int32_t> weightSteps(const IpvsServerSettings *before, const IpvsServerSettings &after) {
+    if (after.weight != 0 || after.tableWeight == 0)
+        return {after.weight};
+    const bool isInTable =
+        before != nullptr && (before->weight == 0 ? before->tableWeight : before->weight) == after.tableWeight;
+    return isInTable ? std::vector<int32_t>{0} : std::vector<int32_t>{after.tableWeight, 0};
 }
 
 bool carryOut(const NetlinkFamily &ipvs, const std::vector<IpvsChange> &changes, IpvsTable &now,

@@ -4,6 +4,8 @@
 
 #include "executor/forwarding/kernel/ipvs.h"
 
+#include <set>
+
 namespace rk {
 
 using IpvsServers = std::map<IpvsServerKey, IpvsServerSettings>;
@@ -11,6 +13,7 @@ using IpvsServers = std::map<IpvsServerKey, IpvsServerSettings>;
 struct IpvsServiceState {
     IpvsServiceSettings settings;
     IpvsServers servers;
+    bool isInOrder = true; // of mh: the kernel has the servers in the order of their numbers, which decides its table
 
     bool operator==(const IpvsServiceState &) const = default;
 };
@@ -35,8 +38,9 @@ struct IpvsChange {
 // Changes in the order in which no connection is without a server that has one before and after. The marks of packets
 // are to change between the two lists: what they lead to is there then, and what they have led to is there still.
 struct IpvsChanges {
-    std::vector<IpvsChange> before; // what is new, and servers that take connections again
-    std::vector<IpvsChange> after;  // other changes, then what goes
+    std::vector<IpvsChange> before;     // what is new, and servers that take connections again
+    std::vector<IpvsChange> after;      // other changes, then what goes
+    std::set<IpvsServiceKey> reordered; // services some of whose servers are taken out for a moment
 };
 
 // Appends what makes a service of `now` as wanted, adding it when it is not there. What `now` has besides is left
@@ -55,6 +59,15 @@ IpvsChanges differenceOf(const IpvsTable &now, const IpvsTable &wanted, bool isK
 
 // Puts the changes of `after` in order: settings first, then what goes. To be called when all are there.
 void sortChanges(IpvsChanges &changes);
+
+// Has every service that gets a server in `changes` end with its servers in the order of their numbers, in which the
+// kernel is to have got them: those behind a new one are taken out and put back. So are all servers of a service whose
+// order is another one. To be called last.
+void keepOrder(IpvsChanges &changes, const IpvsTable &now);
+
+// The weights that the kernel has to be told one after the other for a server to have `after`, when it has `before`;
+// null: it is new.
+std::vector<int32_t> weightSteps(const IpvsServerSettings *before, const IpvsServerSettings &after);
 
 // Carries out `changes` one by one, follows them in `now`, and appends them to `done`. False when the kernel refuses
 // one: those before it are done then, and `mistake` has the words.

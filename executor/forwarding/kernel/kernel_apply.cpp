@@ -1,4 +1,5 @@
 // From plan to kernel, and back when the kernel refuses.
+#include "executor/forwarding/kernel/hashed_services.h"
 #include "executor/forwarding/kernel/kernel_state.h"
 #include "executor/forwarding/kernel/mark_rules.h"
 #include "executor/forwarding/kernel/pool_services.h"
@@ -11,6 +12,7 @@ namespace rk {
 namespace {
 
 constexpr char kConntrack[] = "net/ipv4/vs/conntrack";
+constexpr char kExpireNoDestination[] = "net/ipv4/vs/expire_nodest_conn";
 
 // What one change of the plan asks of the kernel.
 struct Work {
@@ -51,7 +53,7 @@ bool isLocal(const Plan &plan, const PlanChange &change) {
 void wantPool(KernelEngine &engine, const Plan &plan, const Pool &pool, IpvsChanges &changes) {
     const IpvsServiceKey key = serviceOf(plan, pool, engine.journalled.marks);
     wantService(changes, engine.applied, key, serviceSettings(pool.settings, engine.options.scheduler));
-    for (const auto &[server, settings] : serversOf(plan, pool))
+    for (const auto &[server, settings] : serversOf(plan, pool, engine.options.scheduler))
         wantServer(changes, engine.applied, key, server, settings);
 }
 
@@ -61,7 +63,7 @@ void changePool(KernelEngine &engine, const Plan &plan, const PoolSettingsChange
     wantService(changes, engine.applied, key, serviceSettings(changed.pool->settings, engine.options.scheduler));
     if (changed.before->method == changed.pool->settings.method)
         return;
-    for (const auto &[server, settings] : serversOf(plan, *changed.pool))
+    for (const auto &[server, settings] : serversOf(plan, *changed.pool, engine.options.scheduler))
         if (engine.applied[key].servers.contains(server)) // else it is new, and told as such
             wantServer(changes, engine.applied, key, server, settings);
 }
@@ -83,7 +85,7 @@ IpvsChanges localChanges(KernelEngine &engine, const Plan &plan, const PlanChang
             dropServer(changes, engine.applied, key, serverKeyOf(*changed.server.before, false));
         else if (changed.server.before == nullptr || !doneWithServers.contains(changed.pool))
             wantServer(changes, engine.applied, key, serverKeyOf(*after, false),
-                       serverSettings(changed.pool->settings, *after));
+                       serverSettings(changed.pool->settings, *after, engine.options.scheduler));
     }
     for (const Pool *pool : change.removedPools)
         dropService(changes, engine.applied, serviceOf(plan, *pool, engine.journalled.marks));
@@ -245,15 +247,18 @@ void undoWork(KernelEngine &engine, const std::string &marksBefore, DoneWork &do
 // Reads the counters of what is about to go.
 void readBeforeRemoval(KernelEngine &engine, const IpvsChanges &changes) {
     std::set<IpvsServiceKey> services;
-    for (const IpvsChange &change : changes.after)
-        if (change.what == IpvsOrder::remove)
-            services.insert(change.service);
+    for (const std::vector<IpvsChange> *list : {&changes.before, &changes.after})
+        for (const IpvsChange &change : *list)
+            if (change.what == IpvsOrder::remove)
+                services.insert(change.service);
     readLastCounts(engine, services);
 }
 
 Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool areMarksConcerned) {
     Work work;
     work.services = std::move(services);
+    if (isHashed(engine.options.scheduler))
+        keepOrder(work.services, engine.applied);
     // While things of the run before are in force, so is their table: their rules would not be there.
     work.marks = areMarksConcerned && !engine.isAdopting ? markRules(plan, engine.journalled.marks) : engine.marks;
     work.translatesSource = plan.settings.translatesSource;
@@ -261,14 +266,52 @@ Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool 
     return work;
 }
 
-bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
-             std::string &mistake) {
+// While servers are taken out for a moment, the packets of their connections are to be lost, and sent again, rather
+// than their connections.
+void keepConnections(const KernelEngine &engine, bool isKept) {
+    SettingsBefore unused;
+    std::string note;
+    changeSetting(engine.options.settingsFolder, kExpireNoDestination, isKept ? "0" : "1", unused, note);
+}
+
+bool doOrUndo(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
     const std::string marksBefore = engine.marks;
-    readBeforeRemoval(engine, work.services);
-    DoneWork done;
+    const bool isReordering = !work.services.reordered.empty();
+    if (isReordering)
+        keepConnections(engine, true);
     const bool isDone = doWork(engine, work, done, mistake);
     if (!isDone)
         undoWork(engine, marksBefore, done);
+    if (isReordering)
+        keepConnections(engine, false);
+    for (const IpvsServiceKey &service : work.services.reordered)
+        if (const auto row = engine.applied.find(service); isDone && row != engine.applied.end())
+            row->second.isInOrder = true;
+    return isDone;
+}
+
+// Tells of weights that the kernel makes coarse, once a service.
+void noteCoarseShares(KernelEngine &engine, const std::vector<IpvsChange> &done) {
+    std::set<IpvsServiceKey> services;
+    for (const IpvsChange &change : done)
+        services.insert(change.service);
+    for (const IpvsServiceKey &key : services) {
+        const auto row = engine.applied.find(key);
+        const std::string words = row == engine.applied.end() ? "" : describeCoarseShares(key, row->second.servers);
+        if (words.empty())
+            engine.coarse.erase(key);
+        else if (engine.coarse.insert(key).second)
+            engine.notes += (engine.notes.empty() ? "" : "; ") + words;
+    }
+}
+
+bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
+             std::string &mistake) {
+    readBeforeRemoval(engine, work.services);
+    DoneWork done;
+    const bool isDone = doOrUndo(engine, work, done, mistake);
+    if (isDone && isHashed(engine.options.scheduler))
+        noteCoarseShares(engine, done.services);
     followCounts(engine, plan, done.services, ended);
     keepFormerWays(engine, done.services);
     std::string ignored; // it does no harm when it stays
@@ -297,6 +340,22 @@ bool hasLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {
     engine.applied = std::move(now);
     endLost(engine, ended);
     return true;
+}
+
+// What a list does not tell of servers is as it was told to the kernel, where it is known. The newest server is the
+// first of a list.
+void completeHashed(const KernelEngine &engine, const IpvsServiceKey &key, const std::vector<IpvsServer> &listed,
+                    IpvsServiceState &state) {
+    state.isInOrder = std::ranges::is_sorted(
+        listed, [](const IpvsServer &one, const IpvsServer &other) { return other.key < one.key; });
+    const auto row = engine.applied.find(key);
+    if (row == engine.applied.end())
+        return;
+    for (auto &[server, settings] : state.servers) {
+        const auto told = row->second.servers.find(server);
+        if (settings.weight == 0 && told != row->second.servers.end() && told->second.weight == 0)
+            settings.tableWeight = told->second.tableWeight;
+    }
 }
 
 bool areMarksInForce(KernelEngine &engine) {
@@ -332,9 +391,8 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
     ownAllMarks(engine, plan);
-    IpvsChanges changes = fullDifference(engine, plan);
-    const std::size_t count = changes.before.size() + changes.after.size();
-    const Work work = workFor(engine, plan, std::move(changes), true);
+    const Work work = workFor(engine, plan, fullDifference(engine, plan), true);
+    const std::size_t count = work.services.before.size() + work.services.after.size();
     std::string mistake;
     engine.isInLine = tryWork(engine, plan, work, ended, mistake);
     if (!engine.isInLine) {
@@ -361,6 +419,8 @@ int listOwnServices(const KernelEngine &engine, IpvsTable &table) {
         state.settings = service.settings;
         for (const IpvsServer &server : servers)
             state.servers.emplace(server.key, server.settings);
+        if (isHashed(service.settings.scheduler))
+            completeHashed(engine, service.key, servers, state);
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "executor/forwarding/kernel/kernel_engine.h"
 
 #include "executor/forwarding/kernel/connection_table.h"
+#include "executor/forwarding/kernel/hashed_services.h"
 #include "executor/forwarding/kernel/kernel_state.h"
 #include "executor/forwarding/kernel/mark_rules.h"
 #include "executor/forwarding/kernel/pool_services.h"
@@ -22,18 +23,6 @@ constexpr Features kDone = bitOf(Feature::udp) | bitOf(Feature::linkLevel) | bit
                            bitOf(Feature::crossPort) | bitOf(Feature::reset) | bitOf(Feature::sourceAddress) |
                            bitOf(Feature::rulesByTime) | bitOf(Feature::rulesByService) | bitOf(Feature::everyPort) |
                            bitOf(Feature::halfOpenLimit) | bitOf(Feature::attackLimit);
-
-// What the kernel is set to while it forwards. Without the first two, packets of servers that are gone, and of clients
-// that stick to one that takes nothing, vanish without a word.
-struct SettingRow {
-    const char *path;
-    const char *value;
-};
-constexpr SettingRow kSettings[] = {
-    {"net/ipv4/vs/expire_nodest_conn", "1"},
-    {"net/ipv4/vs/expire_quiescent_template", "1"},
-    {"net/ipv4/ip_forward", "1"},
-};
 
 void appendWords(std::string &words, const std::string &more) {
     if (more.empty())
@@ -116,10 +105,9 @@ bool putBackSettings(KernelEngine &engine, std::string &words) {
 }
 
 bool changeSettings(KernelEngine &engine, std::string &words) {
-    for (const SettingRow &row : kSettings) {
+    for (const auto &[path, value] : settingsToForward(engine.options.scheduler)) {
         std::string note;
-        const bool isSet =
-            changeSetting(engine.options.settingsFolder, row.path, row.value, engine.journalled.settings, note);
+        const bool isSet = changeSetting(engine.options.settingsFolder, path, value, engine.journalled.settings, note);
         if (!isSet) {
             std::string ignored;
             putBackSettings(engine, ignored);
@@ -173,11 +161,23 @@ void tell(LogText &text, const std::string &words) {
 // --- What the engine does
 // ---------------------------------------------------------------------------------------------
 
+// What is wrong with a change for the scheduler; empty: nothing.
+std::string whyNotScheduled(const std::string &scheduler, const PlanChange &change) {
+    std::string mistake;
+    if (!isHashed(scheduler))
+        return mistake;
+    for (const Pool *pool : change.newPools)
+        mistake = mistake.empty() ? whyNotHashed(*pool) : mistake;
+    for (const PoolSettingsChange &changed : change.changedPools)
+        mistake = mistake.empty() ? whyNotHashed(*changed.pool) : mistake;
+    return mistake;
+}
+
 bool applyPlan(void *own, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended, LogText &words) {
     KernelEngine &engine = engineOf(own);
-    std::string mistake;
     engine.notes.clear();
-    const bool isDone = applyToKernel(engine, plan, change, ended, mistake);
+    std::string mistake = whyNotScheduled(engine.options.scheduler, change);
+    const bool isDone = mistake.empty() && applyToKernel(engine, plan, change, ended, mistake);
     tell(words, isDone ? engine.notes : mistake);
     return isDone;
 }

@@ -1,10 +1,12 @@
 #include "executor/forwarding/kernel/kernel_settings.h"
 
 #include "executor/forwarding/kernel/connection_table.h"
+#include "executor/forwarding/kernel/hashed_services.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <unistd.h>
 
 namespace rk {
@@ -29,7 +31,31 @@ bool writeSetting(const std::string &file, const std::string &value) {
     return isWritten;
 }
 
+using SettingRow = std::pair<const char *, const char *>;
+
+// Without the first two, packets of servers that are gone, and of clients that stick to one that takes nothing, vanish
+// without a word.
+constexpr SettingRow kSettings[] = {
+    {"net/ipv4/vs/expire_nodest_conn", "1"},
+    {"net/ipv4/vs/expire_quiescent_template", "1"},
+    {"net/ipv4/ip_forward", "1"},
+};
+
+// Where several directors forward at once, connections come over from one that is gone, and what routers say of a
+// connection comes to any of them.
+constexpr SettingRow kSettingsOfMany[] = {
+    {"net/ipv4/vs/sloppy_tcp", "1"},
+    {"net/ipv4/vs/schedule_icmp", "1"},
+};
+
 } // namespace
+
+std::vector<SettingRow> settingsToForward(const std::string &scheduler) {
+    std::vector<SettingRow> rows(std::begin(kSettings), std::end(kSettings));
+    if (isHashed(scheduler))
+        rows.insert(rows.end(), std::begin(kSettingsOfMany), std::end(kSettingsOfMany));
+    return rows;
+}
 
 bool changeSetting(const std::string &folder, const std::string &path, const std::string &value, SettingsBefore &before,
                    std::string &note) {

@@ -41,7 +41,8 @@ struct KernelEngine {
     Journal journal;
     JournalContents journalled;
 
-    IpvsTable applied; // the services that are ours, as the kernel has them
+    IpvsTable applied;               // the services that are ours, as the kernel has them
+    std::set<IpvsServiceKey> coarse; // services whose weights the log was told of
     std::map<IpvsServiceKey, CountedService> counted;
     std::map<PoolId, std::set<IpvsServiceKey>> servicesOfPool;
     std::map<uint32_t, PoolId> poolOfMark;

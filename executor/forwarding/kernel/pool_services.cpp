@@ -1,5 +1,7 @@
 #include "executor/forwarding/kernel/pool_services.h"
 
+#include "executor/forwarding/kernel/hashed_services.h"
+
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cstring>
@@ -71,10 +73,15 @@ std::vector<const Pool *> poolsSharingWith(const Plan &plan, const Pool &leader)
 }
 
 // A server that takes nothing at one port of a group takes nothing at the others: a client would be sent to it there.
-void quietServers(IpvsServers &servers, const Pool &pool) {
-    for (const auto &[key, server] : pool.servers)
-        if (!takesConnections(server))
-            servers[serverKeyOf(server, true)].weight = 0;
+void quietServers(IpvsServers &servers, const Pool &pool, bool isHashed) {
+    for (const auto &[key, server] : pool.servers) {
+        if (takesConnections(server))
+            continue;
+        IpvsServerSettings &settings = servers[serverKeyOf(server, true)];
+        if (isHashed && settings.weight != 0)
+            settings.tableWeight = settings.weight;
+        settings.weight = 0;
+    }
 }
 
 } // namespace
@@ -145,6 +152,9 @@ IpvsServiceSettings serviceSettings(const PoolSettings &settings, const std::str
     service.scheduler = scheduler;
     if (scheduler == "sh" || scheduler == "mh") // else clients of a server that takes nothing get no other one
         service.flags |= IP_VS_SVC_F_SCHED_SH_FALLBACK;
+    // All connections of a client that sticks are to have the same server, also by other directors.
+    if (isHashed(scheduler) && settings.stickyTime == 0)
+        service.flags |= kHashesPort;
     if (settings.stickyTime > 0) {
         service.flags |= IP_VS_SVC_F_PERSISTENT;
         service.stickySeconds = std::min(settings.stickyTime, kLongestKernelTime);
@@ -157,22 +167,25 @@ IpvsServerKey serverKeyOf(const PoolServer &server, bool isSharing) {
     return {wordOf(server.endpoint.address), isSharing ? uint16_t{0} : server.endpoint.port};
 }
 
-IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server) {
+IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server,
+                                  const std::string &scheduler) {
     IpvsServerSettings result;
     result.weight = server.weight;
+    if (isHashed(scheduler) && server.weight == 0)
+        result.tableWeight = server.fullWeight;
     if (settings.method == Method::linkLevel)
         result.method = server.router.family == AddressFamily::none ? IpvsMethod::linkLevel : IpvsMethod::tunnel;
     return result;
 }
 
-IpvsServers serversOf(const Plan &plan, const Pool &pool) {
+IpvsServers serversOf(const Plan &plan, const Pool &pool, const std::string &scheduler) {
     IpvsServers servers;
     const bool isSharing = isSharingGroup(plan, pool);
     for (const auto &[key, server] : pool.servers)
-        servers.emplace(serverKeyOf(server, isSharing), serverSettings(pool.settings, server));
+        servers.emplace(serverKeyOf(server, isSharing), serverSettings(pool.settings, server, scheduler));
     if (isSharing)
         for (const Pool *member : poolsSharingWith(plan, pool))
-            quietServers(servers, *member);
+            quietServers(servers, *member, isHashed(scheduler));
     return servers;
 }
 
@@ -193,10 +206,11 @@ IpvsTable servicesOf(const Plan &plan, const std::string &scheduler, MarkNumbers
     IpvsTable table;
     for (const auto &[id, pool] : plan.pools) {
         if (&leaderOf(plan, pool) == &pool)
-            table[serviceOf(plan, pool, marks)] = {serviceSettings(pool.settings, scheduler), serversOf(plan, pool)};
+            table[serviceOf(plan, pool, marks)] = {serviceSettings(pool.settings, scheduler),
+                                                   serversOf(plan, pool, scheduler)};
         for (const uint32_t key : boundServersOf(plan, pool)) {
             const PoolServer &server = pool.servers.at(key);
-            IpvsServerSettings settings = serverSettings(pool.settings, server);
+            IpvsServerSettings settings = serverSettings(pool.settings, server, scheduler);
             settings.weight = kBoundWeight;
             IpvsServiceState &state = table[boundServiceOf(pool, key, marks)];
             state.settings = serviceSettings(PoolSettings{}, scheduler);

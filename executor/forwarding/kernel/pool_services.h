@@ -42,10 +42,10 @@ IpvsServiceKey boundServiceOf(const Pool &pool, uint32_t serverKey, MarkNumbers 
 
 IpvsServiceSettings serviceSettings(const PoolSettings &settings, const std::string &scheduler);
 IpvsServerKey serverKeyOf(const PoolServer &server, bool isSharing);
-IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server);
+IpvsServerSettings serverSettings(const PoolSettings &settings, const PoolServer &server, const std::string &scheduler);
 
 // The servers of the service of a pool that decides.
-IpvsServers serversOf(const Plan &plan, const Pool &pool);
+IpvsServers serversOf(const Plan &plan, const Pool &pool, const std::string &scheduler);
 
 // The servers of a port's own pool to which clients are bound that go there: those that take connections.
 std::set<uint32_t> boundServersOf(const Plan &plan, const Pool &pool);
