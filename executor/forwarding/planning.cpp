@@ -227,7 +227,7 @@ std::optional<PoolServer> planServer(const Port &port, const Server &server) {
         planned.availability = Availability::down;
     else if (kept.quiesced != 0)
         planned.availability = Availability::quiesced;
-    planned.fullWeight = kept.weight;
+    planned.fullWeight = weightWhenUp(server);
     planned.weight = planned.availability == Availability::up ? kept.weight : 0;
     planned.hasFixedWeight = kept.fixedWeight != 0;
     planned.isSticky = kept.sticky != 0;

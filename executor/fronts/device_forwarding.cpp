@@ -2,6 +2,7 @@
 
 #include "executor/commands/command_log.h"
 #ifdef RK_KERNEL_FORWARDING
+#include "executor/forwarding/kernel/announcements.h"
 #include "executor/forwarding/kernel/connection_copies.h"
 #include "executor/forwarding/kernel/kernel_engine.h"
 #endif
@@ -19,9 +20,12 @@ constexpr char kRuntimeFolder[] = "/run/qelxwd";
 constexpr itimerspec kEachSecond = {{1, 0}, {1, 0}};
 
 #ifdef RK_KERNEL_FORWARDING
+constexpr int kPatience = 60; // seconds for routers to learn that nothing is announced here
+
 bool openEngine(const DeviceOptions &options, Engine &engine, std::string &words) {
     KernelEngineOptions engineOptions;
     engineOptions.scheduler = options.scheduler;
+    engineOptions.announceTable = options.announceTable;
     engineOptions.keepsForwarding = options.keepsForwarding;
     engineOptions.journalFolder = runtimeFolder();
     return openKernelEngine(engineOptions, engine, words);
@@ -42,6 +46,17 @@ void logWords(ExecutorState &state, const std::string &words) {
 }
 
 } // namespace
+
+bool changeAnnouncement(DeviceAction action, std::string &words) {
+#ifdef RK_KERNEL_FORWARDING
+    return action == DeviceAction::drain ? askToDrain(runtimeFolder(), kPatience, words)
+                                         : askToAnnounce(runtimeFolder(), kPatience, words);
+#else
+    (void)action;
+    words = "this program was built without forwarding by the kernel";
+    return false;
+#endif
+}
 
 bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, DeviceForwarding &forwarding) {
     if (options.forward == ForwardMode::none)

@@ -16,6 +16,10 @@ struct DeviceForwarding {
 // is not asked for in so many words, it is done without, and `words` tell that. What is told is in the log as well.
 bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, DeviceForwarding &forwarding);
 
+// Drains the program that forwards on this machine, or has it announce again. Waits until that is done, and returns
+// whether it is; `words` tell.
+bool changeAnnouncement(DeviceAction action, std::string &words);
+
 // Where the program keeps what has to outlive it: a service's own folder, or /run/qelxwd.
 std::string runtimeFolder();
 

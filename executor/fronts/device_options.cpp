@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <getopt.h>
 
@@ -20,6 +21,9 @@ enum OptionCode : int {
     kLog,
     kForward,
     kScheduler,
+    kAnnounceTable,
+    kDrain,
+    kAnnounce,
     kKeepForwarding,
     kHighAvailability,
     kAdvertInterval,
@@ -35,6 +39,9 @@ constexpr option kOptions[] = {
     {"log", required_argument, nullptr, kLog},
     {"forward", required_argument, nullptr, kForward},
     {"scheduler", required_argument, nullptr, kScheduler},
+    {"announce-table", required_argument, nullptr, kAnnounceTable},
+    {"drain", no_argument, nullptr, kDrain},
+    {"announce", no_argument, nullptr, kAnnounce},
     {"keep-forwarding", no_argument, nullptr, kKeepForwarding},
     {"high-availability", required_argument, nullptr, kHighAvailability},
     {"advert-interval", required_argument, nullptr, kAdvertInterval},
@@ -72,6 +79,25 @@ void applyScheduler(DeviceOptions &options, const std::string &value) {
     options.scheduler = value;
     if (std::ranges::find(kSchedulers, value) == std::end(kSchedulers))
         refuse(options, "--scheduler is wrr, wlc, sh or mh, not '" + value + "'");
+}
+
+// The kernel's own tables are 253 to 255.
+void applyAnnounceTable(DeviceOptions &options, const std::string &value) {
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), options.announceTable);
+    const uint32_t table = options.announceTable;
+    if (error != std::errc{} || end != value.data() + value.size() || table == 0 || (table >= 253 && table <= 255))
+        refuse(options, "--announce-table is a number from 1 on, but for 253 to 255, not '" + value + "'");
+}
+
+// What does not go together. Where all directors are active there is nobody to take over from.
+void checkTogether(DeviceOptions &options) {
+    const bool isHashed = options.scheduler == "mh";
+    if (options.announceTable != 0 && !isHashed)
+        refuse(options, "--announce-table needs --scheduler mh");
+    if (isHashed && options.availability.mode == AvailabilityMode::keepalived)
+        refuse(options, "--scheduler mh is for directors that are all active: not with --high-availability keepalived");
+    if (isHashed)
+        options.availability.mode = AvailabilityMode::none;
 }
 
 // Takes an option of high availability.
@@ -116,6 +142,15 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
     case kScheduler:
         applyScheduler(options, optarg);
         break;
+    case kAnnounceTable:
+        applyAnnounceTable(options, optarg);
+        break;
+    case kDrain:
+        options.action = DeviceAction::drain;
+        break;
+    case kAnnounce:
+        options.action = DeviceAction::announce;
+        break;
     case kKeepForwarding:
         options.keepsForwarding = true;
         break;
@@ -149,9 +184,11 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
 
 const char kDeviceHelp[] =
     R"(usage: qelxwd [--device-name NAME] [--foreground] [--log FILE]
-              [--forward kernel|none] [--scheduler NAME] [--keep-forwarding]
+              [--forward kernel|none] [--scheduler NAME]
+              [--announce-table NUMBER] [--keep-forwarding]
               [--high-availability keepalived|none] [--advert-interval SECONDS]
               [--address-interface NAME] [--moving-address ADDRESS[@HOST]]...
+       qelxwd --drain | --announce
 
 Makes the character device /dev/qelxw and answers the commands that come to it
 as a load balancer's executor does. It keeps the configuration in memory, and
@@ -167,8 +204,16 @@ server's library finds it in kernel mode.
                        option, what cannot be had is told in one line
   --forward none       forward no packets
   --scheduler NAME     how a server is picked: wrr, by weight (as it is without
-                       this option); wlc, by weight and open connections; sh or
-                       mh, by the client's address
+                       this option); wlc, by weight and open connections; sh, by
+                       the client's address; mh, by its address and port, the same
+                       by several directors that are all active: link level and
+                       tunnels only, and no partner is heard
+  --announce-table NUMBER
+                       with mh: a route for each address that is forwarded into
+                       this table of the kernel's, which a routing daemon learns
+  --drain              have the qelxwd that runs announce nothing, and wait until
+                       no packet comes
+  --announce           have it announce again
   --keep-forwarding    leave all that is forwarded in force at the end
   --high-availability keepalived
                        hear a partner, or fail when that cannot be; without this
@@ -210,6 +255,8 @@ DeviceOptions parseDeviceOptions(int count, char *const *arguments) {
         applyOption(options, found, arguments[optind - 1]);
     if (options.action == DeviceAction::serve && optind < count)
         refuse(options, std::string("surplus argument: ") + arguments[optind]);
+    if (options.action == DeviceAction::serve)
+        checkTogether(options);
     return options;
 }
 

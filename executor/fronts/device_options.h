@@ -8,7 +8,14 @@
 
 namespace rk {
 
-enum class DeviceAction : uint8_t { serve, showHelp, showVersion, refuse };
+enum class DeviceAction : uint8_t {
+    serve,
+    drain, // have the one that serves withdraw its addresses, and wait until it is drained
+    announce,
+    showHelp,
+    showVersion,
+    refuse,
+};
 
 // Who forwards packets.
 enum class ForwardMode : uint8_t {
@@ -24,6 +31,7 @@ struct DeviceOptions {
     std::string logFile; // empty: no log
     ForwardMode forward = ForwardMode::automatic;
     std::string scheduler;        // how the kernel picks servers
+    uint32_t announceTable = 0;   // the table of routes by which addresses are announced; 0: they are not
     bool keepsForwarding = false; // what is in force stays so at the end
     AvailabilityChoice availability;
     std::string mistake; // what is wrong with a command line that is refused

@@ -126,6 +126,14 @@ int serve(const rk::DeviceOptions &options) {
     return isStopped ? kStopped : fail(device.mistake);
 }
 
+int changeAnnouncement(rk::DeviceAction action) {
+    std::string words;
+    if (!rk::changeAnnouncement(action, words))
+        return fail(words);
+    std::puts(words.c_str());
+    return kStopped;
+}
+
 } // namespace
 
 int main(int count, char **arguments) {
@@ -141,6 +149,9 @@ int main(int count, char **arguments) {
         case rk::DeviceAction::refuse:
             std::fprintf(stderr, "qelxwd: %s\nqelxwd --help tells what there is\n", options.mistake.c_str());
             return kWrongUsage;
+        case rk::DeviceAction::drain:
+        case rk::DeviceAction::announce:
+            return changeAnnouncement(options.action);
         default:
             return serve(options);
         }

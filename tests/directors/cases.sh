@@ -103,7 +103,7 @@ power_off() { # DIRECTOR
     cables "$1" down
 }
 
-end_both() {
+end_directors() {
     local n
     for n in 1 2; do
         [[ -z ${daemons[n]:-} ]] || stop "$n"
@@ -506,7 +506,7 @@ serving() {
     "$traffic" serve 80 > /run/serving &
     servers=$!
     within 20 grep -q serving /run/serving || fail "no servers"
-    coproc holder { "$traffic" hold 6 10.1.0.50 80; }
+    coproc holder { "$traffic" converse 6 10.1.0.50 80; }
     read -r -t 20 -u "${holder[0]}" line
     for ((i = 0; i < 4; ++i)); do # so that they are copied
         held > /dev/null

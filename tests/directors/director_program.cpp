@@ -1,9 +1,15 @@
 // qelxwd without its device, for network namespaces on a machine that has no such device: high availability as there,
 // and commands that come as words.
-//   director serve NAME SOCKET [OPTION OF qelxwd...]     until SIGTERM; answers "NAME" to each datagram at UDP port
-//   7777 director ask SOCKET COMMAND [WORD...]                one command; prints what became of it director who
-//   ADDRESS                                 who answers at port 7777 of the address, or "nobody" director stream
-//   ADDRESS SECONDS                      asks every 20 ms; prints "asked N unanswered N longest MILLISECONDS"
+//   director serve NAME SOCKET [OPTION OF qelxwd...]
+//       until SIGTERM; answers "NAME" to each datagram at UDP port 7777
+//   director ask SOCKET COMMAND [WORD...]
+//       one command; prints what became of it
+//   director who ADDRESS
+//       who answers at port 7777 of the address, or "nobody"
+//   director stream ADDRESS SECONDS
+//       asks every 20 ms; prints "asked N unanswered N longest MILLISECONDS"
+//   director drain, director announce
+//       as qelxwd does with these options
 #include "executor/commands/commands.h"
 #include "executor/commands/perform_command.h"
 #include "executor/fronts/device_availability.h"
@@ -76,23 +82,62 @@ std::string performCluster(ExecutorState &state, Command command, std::istringst
     return perform(state, record);
 }
 
-std::string performPort(ExecutorState &state, std::istringstream &words) {
+// Port 80 of a cluster.
+std::string performPort(ExecutorState &state, uint32_t clusterKey, int32_t method) {
     PortRecord port{};
     port.header.command = Command::addPort;
-    words >> port.clusterKey;
+    port.clusterKey = clusterKey;
     port.port = toNetworkPort(80);
-    port.method = static_cast<decltype(port.method)>(kMethodTranslation);
+    port.method = static_cast<decltype(port.method)>(method);
     port.setMethod = 1;
-    const std::string said = perform(state, port);
+    return perform(state, port);
+}
+
+// The last number of its address.
+uint32_t serverKeyOf(const std::string &dotted) {
+    return ntohl(address(dotted).word) & 0xFF;
+}
+
+std::string performServer(ExecutorState &state, Command command, uint32_t clusterKey, std::istringstream &words) {
     ServerRecord server{};
-    server.header.command = Command::addServer;
-    server.clusterKey = port.clusterKey;
-    server.port = port.port;
-    server.serverKey = 1;
+    server.header.command = command;
+    server.clusterKey = clusterKey;
+    server.port = toNetworkPort(80);
+    std::string dotted;
+    words >> dotted >> server.weight;
+    server.setWeight = server.weight != 0 ? 1 : 0;
+    server.serverKey = serverKeyOf(dotted);
+    std::snprintf(server.serverId, sizeof server.serverId, "%s", dotted.c_str());
+    return perform(state, server);
+}
+
+std::string performMark(ExecutorState &state, Command command, uint32_t clusterKey, std::istringstream &words) {
+    ServerCommandRecord record{};
+    record.header.command = command;
+    record.clusterKey = clusterKey;
+    record.port = toNetworkPort(80);
+    record.numberOfServers = 1;
     std::string dotted;
     words >> dotted;
-    std::snprintf(server.serverId, sizeof server.serverId, "%s", dotted.c_str());
-    return said + ", server: " + perform(state, server);
+    record.serverKey = serverKeyOf(dotted);
+    return perform(state, record);
+}
+
+// Of a cluster: "port METHOD", or a server by its address and weight; "server" adds a port with it.
+std::string performTraffic(ExecutorState &state, const std::string &word, std::istringstream &words) {
+    uint32_t clusterKey = 0;
+    words >> clusterKey;
+    if (word == "port") {
+        int32_t method = 0;
+        words >> method;
+        return performPort(state, clusterKey, method);
+    }
+    if (word == "put")
+        return performServer(state, Command::addServer, clusterKey, words);
+    if (word == "down" || word == "up")
+        return performMark(state, word == "down" ? Command::markServerDown : Command::markServerUp, clusterKey, words);
+    const std::string said = performPort(state, clusterKey, kMethodTranslation);
+    return said + ", server: " + performServer(state, Command::addServer, clusterKey, words);
 }
 
 std::string performStatus(ExecutorState &state) {
@@ -133,8 +178,9 @@ std::string answer(ExecutorState &state, const std::string &line) {
         return performCluster(state, Command::addCluster, words);
     if (word == "nocluster")
         return performCluster(state, Command::removeCluster, words);
-    if (word == "server")
-        return performPort(state, words);
+    for (const char *known : {"server", "port", "put", "down", "up"})
+        if (word == known)
+            return performTraffic(state, word, words);
     return word == "status" ? performStatus(state) : "no such word";
 }
 
@@ -259,6 +305,13 @@ int ask(int count, char **arguments) {
     return std::strncmp(said, "result -1", 9) == 0 ? 1 : 0;
 }
 
+int drainOrAnnounce(const std::string &what) {
+    std::string words;
+    const bool isDone = changeAnnouncement(what == "drain" ? DeviceAction::drain : DeviceAction::announce, words);
+    std::puts(words.c_str());
+    return isDone ? 0 : 1;
+}
+
 double seconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -320,12 +373,14 @@ int stream(const char *dotted, double length) {
 } // namespace rk
 
 int main(int count, char **arguments) {
-    const std::string what = count > 2 ? arguments[1] : "";
+    const std::string what = count > 1 ? arguments[1] : "";
+    if (what == "drain" || what == "announce")
+        return rk::drainOrAnnounce(what);
     if (what == "serve" && count > 3)
         return rk::serve(count - 2, arguments + 2);
     if (what == "ask" && count > 3)
         return rk::ask(count - 2, arguments + 2);
-    if (what == "who")
+    if (what == "who" && count > 2)
         return std::puts(rk::askName(rk::openQuestions(arguments[2]), 1000).c_str()) < 0 ? 1 : 0;
     if (what == "stream" && count > 3)
         return rk::stream(arguments[2], std::atof(arguments[3]));

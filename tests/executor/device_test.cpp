@@ -280,6 +280,21 @@ TEST(DeviceOptionsOf, whoForwardsAndHow) {
     EXPECT_EQ(parse({"--scheduler=rr"}).mistake, "--scheduler is wrr, wlc, sh or mh, not 'rr'");
 }
 
+TEST(DeviceOptionsOf, manyDirectors) {
+    EXPECT_EQ(parse({}).announceTable, 0U);
+    EXPECT_EQ(parse({"--announce-table=100", "--scheduler", "mh"}).announceTable, 100U); // in any order
+    EXPECT_EQ(parse({"--scheduler=mh", "--announce-table=4294967295"}).announceTable, 4294967295U);
+    EXPECT_EQ(parse({"--announce-table=100"}).mistake, "--announce-table needs --scheduler mh");
+    for (const char *value : {"0", "253", "255", "4294967296", "-1", "x", "", "10x"})
+        EXPECT_EQ(parse({"--scheduler=mh", "--announce-table", value}).mistake,
+                  std::string("--announce-table is a number from 1 on, but for 253 to 255, not '") + value + "'");
+    EXPECT_EQ(parse({"--scheduler=mh"}).availability.mode, AvailabilityMode::none);
+    EXPECT_EQ(parse({"--high-availability=keepalived", "--scheduler=mh"}).mistake,
+              "--scheduler mh is for directors that are all active: not with --high-availability keepalived");
+    EXPECT_EQ(parse({"--drain"}).action, DeviceAction::drain);
+    EXPECT_EQ(parse({"--announce"}).action, DeviceAction::announce);
+}
+
 TEST(DeviceOptionsOf, whoHearsThePartner) {
     const AvailabilityChoice plain = parse({}).availability;
     EXPECT_EQ(plain.mode, AvailabilityMode::automatic);

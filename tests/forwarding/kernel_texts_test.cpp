@@ -1,4 +1,5 @@
 // The kernel engine's texts, without a kernel: what /proc shows, the journal, settings, and the packet filter's table.
+#include "executor/forwarding/kernel/announcements.h"
 #include "executor/forwarding/kernel/connection_table.h"
 #include "executor/forwarding/kernel/half_open_rules.h"
 #include "executor/forwarding/kernel/hashed_services.h"
@@ -498,6 +499,71 @@ TEST(ManyDirectors, coarseSharesAreTold) {
     EXPECT_EQ(told({{"10.2.0.11", 1}, {"10.2.0.12", 99}}),        // 1 to 49
               "tcp 10.9.0.1:80: the kernel halves weights above 63, so that 10.2.0.11:80 gets 2.0 % instead of 1.0 %");
     EXPECT_EQ(told({}), "");
+}
+
+const uint32_t kCluster = htonl(0x0A090001);
+using Addresses = std::set<uint32_t>;
+
+TEST(Announcements, anAddressIsAnnouncedOnceItHasSettledAndAServer) {
+    Announcements announcements;
+    announcements.settledAt = 100;
+    const Plan served = farm({{"10.2.0.11", 1}});
+    EXPECT_EQ(addressesToAnnounce(served, announcements, 99), Addresses{});
+    EXPECT_EQ(addressesToAnnounce(served, announcements, 100), Addresses{kCluster});
+    EXPECT_EQ(addressesToAnnounce(farm({{"10.2.0.11", 0}}), announcements, 100), Addresses{});
+    EXPECT_EQ(addressesToAnnounce(farm({}), announcements, 100), Addresses{});
+}
+
+TEST(Announcements, whatIsAnnouncedStaysWhileThereIsAService) {
+    Announcements announcements;
+    announcements.settledAt = 100;
+    announcements.routes = {kCluster, htonl(0x0A090002)};
+    EXPECT_EQ(addressesToAnnounce(farm({{"10.2.0.11", 0}}), announcements, 0), Addresses{kCluster});
+    EXPECT_EQ(addressesToAnnounce(Plan{}, announcements, 200), Addresses{});
+    announcements.state = AnnouncementState::drained;
+    EXPECT_EQ(addressesToAnnounce(farm({{"10.2.0.11", 1}}), announcements, 200), Addresses{});
+}
+
+TEST(Announcements, drainedIsWhoGetsNoPacketForAWhile) {
+    Announcements announcements;
+    EXPECT_FALSE(followDrain(announcements, false, 10, 100));
+    EXPECT_TRUE(followDrain(announcements, true, 10, 110)); // quiet before it was withdrawn does not count
+    EXPECT_EQ(announcements.state, AnnouncementState::draining);
+    EXPECT_FALSE(followDrain(announcements, true, 10, 110 + kQuietSeconds - 1));
+    EXPECT_FALSE(followDrain(announcements, true, 11, 110 + kQuietSeconds)); // one more
+    EXPECT_FALSE(followDrain(announcements, true, 11, 110 + 2 * kQuietSeconds - 1));
+    EXPECT_TRUE(followDrain(announcements, true, 11, 110 + 2 * kQuietSeconds));
+    EXPECT_EQ(announcements.state, AnnouncementState::drained);
+    EXPECT_FALSE(followDrain(announcements, true, 12, 200)); // a stray one
+    EXPECT_TRUE(followDrain(announcements, false, 12, 201));
+    EXPECT_EQ(announcements.state, AnnouncementState::announced);
+}
+
+TEST(Announcements, anOperatorAsksByFiles) {
+    char folder[] = "/tmp/announcements.XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    std::string words;
+    EXPECT_FALSE(askToDrain(folder, 0, words)); // nobody is there
+    EXPECT_NE(words.find("no qelxwd announces here"), std::string::npos);
+    EXPECT_FALSE(isDrainWanted(folder));
+
+    ASSERT_TRUE(tellAnnouncement(folder, AnnouncementState::drained));
+    EXPECT_TRUE(askToDrain(folder, 1, words));
+    EXPECT_EQ(words, "drained: nothing is announced, and no packet came for 5 seconds");
+    EXPECT_TRUE(isDrainWanted(folder));
+    ASSERT_TRUE(tellAnnouncement(folder, AnnouncementState::draining));
+    EXPECT_FALSE(askToDrain(folder, 0, words));
+    EXPECT_NE(words.find("packets come still after 0 seconds"), std::string::npos);
+
+    EXPECT_FALSE(askToAnnounce(folder, 0, words)); // it does not answer
+    EXPECT_NE(words.find("does qelxwd run?"), std::string::npos);
+    EXPECT_FALSE(isDrainWanted(folder));
+    ASSERT_TRUE(tellAnnouncement(folder, AnnouncementState::announced));
+    EXPECT_TRUE(askToAnnounce(folder, 1, words));
+    EXPECT_EQ(words, "announcing again");
+    endAnnouncement(folder);
+    EXPECT_FALSE(askToAnnounce(folder, 0, words));
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

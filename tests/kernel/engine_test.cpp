@@ -871,7 +871,7 @@ TEST_F(KernelEngineTest, aSchedulerThatTheKernelLacksIsRefused) {
 }
 
 TEST_F(KernelEngineTest, schedulersByAddressPassOverServersThatTakeNothing) {
-    for (const char *scheduler : {"wlc", "sh", "mh"}) {
+    for (const char *scheduler : {"wlc", "sh"}) {
         closeEngine();
         options.scheduler = scheduler;
         next = Plan{};
@@ -884,6 +884,22 @@ TEST_F(KernelEngineTest, schedulersByAddressPassOverServersThatTakeNothing) {
         expectShares(answers, {{"s1", 7}, {"s2", 7}}, 7);
         EXPECT_EQ(traffic::ask(to("10.9.0.1"), 8).size(), scheduler == std::string("wlc") ? 2U : 1U) << scheduler;
     }
+}
+
+TEST_F(KernelEngineTest, manyDirectorsGetNoTranslation) {
+    closeEngine();
+    options.scheduler = "mh";
+    openEngine();
+    EXPECT_EQ(settingNow("net/ipv4/vs/sloppy_tcp"), "1");
+    EXPECT_EQ(settingNow("net/ipv4/vs/schedule_icmp"), "1");
+    plans::threeServers(plans::pool(next, "10.9.0.1", 80), 80, 1, 1, 1);
+    EXPECT_FALSE(apply());
+    EXPECT_TRUE(said.starts_with("tcp 10.9.0.1:80: with the scheduler mh several directors")) << said;
+    EXPECT_TRUE(kernelTable().empty());
+    next = Plan{};
+    closeEngine();
+    EXPECT_EQ(settingNow("net/ipv4/vs/sloppy_tcp"), "0");
+    openEngine();
 }
 
 TEST_F(KernelEngineTest, onlyOneProcessForwards) {

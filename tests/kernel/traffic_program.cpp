@@ -1,5 +1,6 @@
 // The guest's traffic for scripts:
-//   traffic serve PORT...                   answers at these ports in the namespaces s1 to s3, until it is ended
+//   traffic serve PORT...                   answers at these ports in the namespaces s1 to s3, or those named in
+//                                           SERVERS, until it is ended
 //   traffic ask COUNT CLUSTER PORT CLIENT...        asks from these addresses in turn; says who answered how often
 //   traffic datagrams COUNT CLUSTER PORT CLIENT...  the same with datagrams
 //   traffic hold COUNT CLUSTER PORT CLIENT...       connects, says so, and keeps the connections until it is ended
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <sstream>
 #include <unistd.h>
 
 namespace {
@@ -31,7 +33,9 @@ uint16_t portIn(const char *text) {
     std::vector<uint16_t> numbers;
     for (int index = 0; index < count; ++index)
         numbers.push_back(portIn(ports[index]));
-    for (const char *name : {"s1", "s2", "s3"})
+    const char *named = std::getenv("SERVERS");
+    std::istringstream names(named == nullptr ? "s1 s2 s3" : named);
+    for (std::string name; names >> name;)
         rk::traffic::serve(name, numbers);
     keep("serving");
 }

@@ -20,6 +20,7 @@ struct Work {
     std::string marks; // the transaction
     bool translatesSource = false;
     IpvsTimeouts timeouts;
+    std::set<uint32_t> unserved; // addresses to be withdrawn
 };
 
 // What of it is done, to be undone.
@@ -230,6 +231,7 @@ bool doWork(KernelEngine &engine, const Work &work, DoneWork &done, std::string 
             return false;
         done.areMarksChanged = true;
     }
+    withdrawUnserved(engine, work.unserved);
     return carryOut(engine.ipvs, work.services.after, engine.applied, done.services, mistake) &&
            setTimeouts(engine, work.timeouts, mistake);
 }
@@ -263,6 +265,7 @@ Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool 
     work.marks = areMarksConcerned && !engine.isAdopting ? markRules(plan, engine.journalled.marks) : engine.marks;
     work.translatesSource = plan.settings.translatesSource;
     work.timeouts = timeoutsOf(engine, plan);
+    work.unserved = unservedAddresses(engine, plan);
     return work;
 }
 
@@ -305,11 +308,18 @@ void noteCoarseShares(KernelEngine &engine, const std::vector<IpvsChange> &done)
     }
 }
 
+bool isNew(const IpvsChange &change) {
+    return change.what == IpvsOrder::add;
+}
+
 bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
              std::string &mistake) {
     readBeforeRemoval(engine, work.services);
     DoneWork done;
     const bool isDone = doOrUndo(engine, work, done, mistake);
+    // What a manager declares step by step is not announced half done.
+    if (std::ranges::any_of(work.services.before, isNew))
+        engine.announcements.settledAt = steadySeconds() + kSettleSeconds;
     if (isDone && isHashed(engine.options.scheduler))
         noteCoarseShares(engine, done.services);
     followCounts(engine, plan, done.services, ended);

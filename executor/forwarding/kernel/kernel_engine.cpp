@@ -151,6 +151,7 @@ bool adopt(KernelEngine &engine, std::string &words) {
 void closeTalks(KernelEngine &engine, bool isJournalKept) {
     closeJournal(engine.journal, isJournalKept);
     closeNftables(engine.nftables);
+    closeFamily(engine.routeTalk);
     closeFamily(engine.ipvs);
 }
 
@@ -214,11 +215,12 @@ bool isAdoptionOver(KernelEngine &engine, const Plan &plan) {
 void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText &words) {
     KernelEngine &engine = engineOf(own);
     std::string said;
+    const bool isRelisting = steadySeconds() >= engine.relistAt;
     if (engine.isAdopting && isAdoptionOver(engine, plan)) {
         engine.isAdopting = false;
         bringInLine(engine, plan, ended, said);
         said = said.empty() ? "all that was in force is declared again" : "the time to declare is over: " + said;
-    } else if (steadySeconds() >= engine.relistAt) {
+    } else if (isRelisting) {
         engine.relistAt = steadySeconds() + kRelistSeconds;
         relist(engine, plan, ended, said);
     }
@@ -226,6 +228,9 @@ void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText 
     std::string more;
     limitHalfOpen(engine, plan, more);
     appendWords(said, more);
+    std::string routes;
+    tendAnnouncements(engine, plan, isRelisting, routes);
+    appendWords(said, routes);
     tell(words, said);
 }
 
@@ -241,6 +246,7 @@ void removeEverything(KernelEngine &engine) {
 
 void closeEngine(void *own) {
     const std::unique_ptr<KernelEngine> engine(static_cast<KernelEngine *>(own));
+    endAnnouncements(*engine);
     if (!engine->options.keepsForwarding)
         removeEverything(*engine);
     closeTalks(*engine, engine->options.keepsForwarding);
@@ -251,7 +257,7 @@ bool openAll(KernelEngine &engine, std::string &words) {
         return false;
     if (!openJournal(engine.journal, engine.options.journalFolder, engine.journalled, words))
         return false;
-    if (!changeSettings(engine, words) || !adopt(engine, words))
+    if (!openAnnouncements(engine, words) || !changeSettings(engine, words) || !adopt(engine, words))
         return false;
     if (rewriteJournal(engine.journal, engine.journalled)) // with the settings
         return true;

@@ -16,6 +16,7 @@ inline constexpr int kGraceSeconds = 120; // for the manager to declare again wh
 struct KernelEngineOptions {
     std::string scheduler = "wrr"; // wrr, wlc, sh or mh
     bool keepsForwarding = false;  // closing leaves everything in force
+    uint32_t announceTable = 0;    // the table of routes that a routing daemon learns; 0: nothing is announced
     std::string journalFolder = "/run/qelxwd";
     std::string settingsFolder = "/proc/sys";
     std::string tablesFolder = "/proc/net"; // where the kernel shows its connections

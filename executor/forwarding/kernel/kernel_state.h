@@ -1,6 +1,7 @@
 // What the kernel engine knows, and its parts.
 #pragma once
 
+#include "executor/forwarding/kernel/announcements.h"
 #include "executor/forwarding/kernel/half_open_rules.h"
 #include "executor/forwarding/kernel/ipvs_change.h"
 #include "executor/forwarding/kernel/journal.h"
@@ -8,6 +9,7 @@
 #include "executor/forwarding/kernel/kernel_settings.h"
 #include "executor/forwarding/kernel/mark_numbers.h"
 #include "executor/forwarding/kernel/nftables.h"
+#include "executor/forwarding/kernel/route_table.h"
 
 #include <optional>
 
@@ -38,6 +40,8 @@ struct KernelEngine {
     KernelEngineOptions options;
     NetlinkFamily ipvs;
     Nftables nftables;
+    NetlinkFamily routeTalk; // open when addresses are announced
+    Announcements announcements;
     Journal journal;
     JournalContents journalled;
 
@@ -126,6 +130,22 @@ void keepFormerWays(KernelEngine &engine, const std::vector<IpvsChange> &done);
 
 // Has the kernel look for the routes anew of those that are reached at link level now.
 void renewRoutes(KernelEngine &engine);
+
+// --- kernel_announcements.cpp ----------------------------------------------------------------------------------------
+
+// Begins with what an earlier run announced. False when it cannot announce; `words` tell why.
+bool openAnnouncements(KernelEngine &engine, std::string &words);
+
+// Addresses that are announced, and that the plan has no service of; and withdrawing them, before their services go.
+std::set<uint32_t> unservedAddresses(const KernelEngine &engine, const Plan &plan);
+void withdrawUnserved(KernelEngine &engine, const std::set<uint32_t> &unserved);
+
+// Announces and withdraws what is to be. With `isRelisting`, looks at what the kernel's table has first. `words` tell
+// what was done.
+void tendAnnouncements(KernelEngine &engine, const Plan &plan, bool isRelisting, std::string &words);
+
+// Withdraws everything and waits until no packet comes, at most 30 seconds; with keepsForwarding all stays.
+void endAnnouncements(KernelEngine &engine);
 
 // --- half_open_limits.cpp --------------------------------------------------------------------------------------------
 

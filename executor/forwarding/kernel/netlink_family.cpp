@@ -68,11 +68,11 @@ void takeParts(unsigned char *bytes, int size, uint32_t sequence, Progress &prog
 
 } // namespace
 
-int openFamily(NetlinkFamily &family, const char *name, uint8_t version) {
+int openTalk(NetlinkFamily &family, int protocol) {
     family.socket = nl_socket_alloc();
     if (family.socket == nullptr)
         return ENOMEM;
-    if (genl_connect(family.socket) < 0) {
+    if (nl_connect(family.socket, protocol) < 0) {
         closeFamily(family);
         return EPROTONOSUPPORT;
     }
@@ -80,6 +80,12 @@ int openFamily(NetlinkFamily &family, const char *name, uint8_t version) {
     nl_socket_disable_msg_peek(family.socket);
     nl_socket_set_msg_buf_size(family.socket, kReceiveBytes);
     setsockopt(nl_socket_get_fd(family.socket), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+    return 0;
+}
+
+int openFamily(NetlinkFamily &family, const char *name, uint8_t version) {
+    if (const int error = openTalk(family, NETLINK_GENERIC))
+        return error;
     family.number = genl_ctrl_resolve(family.socket, name);
     family.version = version;
     if (family.number < 0) {

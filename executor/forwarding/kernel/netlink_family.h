@@ -28,6 +28,9 @@ struct NetlinkAnswers {
     std::vector<char> bytes;
 };
 
+// Opens a talk by one of netlink's protocols (NETLINK_ROUTE). Returns 0 or an errno value.
+int openTalk(NetlinkFamily &family, int protocol);
+
 // Opens a talk with the family `name`. Returns 0 or an errno value: ENOENT when this kernel has no such family (the
 // kernel loads its module by itself when it can).
 int openFamily(NetlinkFamily &family, const char *name, uint8_t version);
