@@ -4,6 +4,8 @@
 
 flows=150
 servers= learner=
+birds=()
+bird=$(command -v bird || echo "$build/bird/usr/sbin/bird")
 announce_table=100
 
 fail() {
@@ -184,9 +186,38 @@ end_holding() {
     wait "$holder_PID" 2> /dev/null
 }
 
+# The guide's configuration of BIRD for d1, as that of another director, or for the router.
+bird_conf() { # d1|d2|d3|r
+    local title="d1" own="s/^//"
+    if [[ $1 == r ]]; then
+        title="the router"
+    else
+        own="s/\\(router id\\|local\\) 10\\.2\\.0\\.1\\>/\\1 10.2.0.${1#d}/"
+    fi
+    awk -v first="# bird.conf of $title" '$0 == first { on = 1 } on && /^```/ { exit } on' \
+        "$here/../../docs/many-directors.md" | sed "$own"
+}
+begin_birds() {
+    local name
+    for name in r d1 d2 d3; do
+        bird_conf "$name" > "/run/$name.conf"
+        (($(wc -l < "/run/$name.conf") > 20)) || fail "the guide has no configuration of BIRD for $name"
+        nsenter --net="/run/netns/$name" "$bird" -f -c "/run/$name.conf" -s "/run/$name.ctl" -P "/run/$name.pid" \
+            > "/run/$name.bird" 2>&1 &
+        birds+=("$!")
+    done
+}
+end_birds() {
+    ((${#birds[@]})) || return 0
+    kill "${birds[@]}"
+    wait "${birds[@]}" 2> /dev/null
+    birds=()
+}
+
 end_directors() {
     local n
     end_learning
+    end_birds
     for n in 1 2 3; do
         [[ -z ${daemons[n]:-} ]] || stop "$n"
         ip link set "d${n}brs" up
@@ -198,11 +229,12 @@ end_directors() {
     servers=
 }
 
-# begin: three directors that all announce, and connections that are held.
+# begin [ROUTING]: three directors that all announce, and connections that are held. ROUTING begins what has the router
+# learn.
 begin() {
     begin_serving
     all_start
-    begin_learning
+    "${1:-begin_learning}"
     expect "all directors are announced" spread 1 2 3
     begin_holding
 }
@@ -319,6 +351,32 @@ begin_holding_again() {
     begin_holding
 }
 
+# The guide's worked example.
+case_many_bird() {
+    if [[ ! -x $bird ]]; then
+        echo "   skipped: there is no bird (tests/directors/fetch_bird $build)"
+        return
+    fi
+    begin begin_birds
+    drain 2
+    expect "d2 is not asked any more" spread 1 3
+    all_held "d2 is drained"
+    announce 2
+    expect "d2 is asked again" spread 1 2 3
+    all_held "d2 announces again"
+    ip link set d3brs down
+    expect "d3 is not asked any more" spread 1 2
+    all_held "d3 was lost"
+    ip link set d3brs up
+    expect "d3 is asked again" spread 1 2 3
+    all_held "d3 was added"
+    begin_asking 60
+    stop 1
+    end_asking "d1 ends"
+    spread 2 3 || fail "the router has d1 still"
+    end_holding
+}
+
 case_many_refusals() {
     start 1
     "$director" ask /run/d1.sock cluster 1 "$cluster" 0.0.0.0 > /dev/null
@@ -333,4 +391,5 @@ case_many_refusals() {
     rm -rf /run/d1
 }
 
-many_cases=(many_same_server many_lost_and_added many_maintenance many_servers_change many_refusals)
+many_cases=(many_same_server many_lost_and_added many_maintenance many_servers_change many_bird
+    many_refusals)
