@@ -23,6 +23,11 @@ bool parseAddress(const std::string &text, NetworkAddress &address) {
 
 } // namespace
 
+bool isInterfaceName(const std::string &value) {
+    constexpr char known[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
+    return !value.empty() && value.size() < IFNAMSIZ && value.find_first_not_of(known) == std::string::npos;
+}
+
 std::string applyHighAvailability(AvailabilityChoice &choice, const std::string &value) {
     if (value == "keepalived")
         choice.mode = AvailabilityMode::keepalived;
@@ -45,8 +50,7 @@ std::string applyAdvertInterval(AvailabilityChoice &choice, const std::string &v
 }
 
 std::string applyAddressInterface(AvailabilityChoice &choice, const std::string &value) {
-    constexpr char known[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
-    if (value.empty() || value.size() >= IFNAMSIZ || value.find_first_not_of(known) != std::string::npos)
+    if (!isInterfaceName(value))
         return "--address-interface needs the name of an interface, not '" + value + "'";
     choice.partnership.addressInterface = value;
     return "";

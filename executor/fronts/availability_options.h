@@ -17,6 +17,9 @@ struct AvailabilityChoice {
     PartnershipOptions partnership;
 };
 
+// Letters, digits, '-', '_' and '.', as long as the kernel takes them.
+bool isInterfaceName(const std::string &value);
+
 // Each takes the value of an option. Returns what is wrong with it; empty: nothing.
 std::string applyHighAvailability(AvailabilityChoice &choice, const std::string &value);
 std::string applyAdvertInterval(AvailabilityChoice &choice, const std::string &value);

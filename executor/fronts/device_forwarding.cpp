@@ -17,6 +17,7 @@ namespace rk {
 namespace {
 
 constexpr char kRuntimeFolder[] = "/run/qelxwd";
+constexpr uint16_t kCopyPort = 8848; // of UDP: the kernel's own choice for copies
 constexpr itimerspec kEachSecond = {{1, 0}, {1, 0}};
 
 #ifdef RK_KERNEL_FORWARDING
@@ -45,6 +46,16 @@ void logWords(ExecutorState &state, const std::string &words) {
     logForwarding(state, line);
 }
 
+bool beginCopies(const std::string &interface, ExecutorState &state, DeviceForwarding &forwarding) {
+    const ConnectionCopies copies = kernelCopies();
+    LogText words;
+    forwarding.copiesConnections = copies.start != nullptr && copies.start(interface, kCopyPort, words);
+    if (!forwarding.copiesConnections)
+        forwarding.words = "no copies of connections by " + interface + ": " + words.text;
+    logWords(state, words.text);
+    return forwarding.copiesConnections;
+}
+
 } // namespace
 
 bool changeAnnouncement(DeviceAction action, std::string &words) {
@@ -71,6 +82,10 @@ bool beginDeviceForwarding(const DeviceOptions &options, ExecutorState &state, D
     if (!isBegun)
         forwarding.words = "forwarding no packets: " + forwarding.words;
     logWords(state, forwarding.words);
+    if (isBegun && !options.copyInterface.empty() && !beginCopies(options.copyInterface, state, forwarding)) {
+        endDeviceForwarding(state, forwarding);
+        return false;
+    }
     return isBegun || options.forward == ForwardMode::automatic;
 }
 
@@ -90,6 +105,9 @@ ConnectionCopies kernelCopies() {
 void endDeviceForwarding(ExecutorState &state, DeviceForwarding &forwarding) {
     if (state.forwarding != nullptr)
         endForwarding(state, forwarding.forwarding);
+    if (forwarding.copiesConnections)
+        kernelCopies().stop();
+    forwarding.copiesConnections = false;
 }
 
 int openTicks(const ExecutorState &state) {

@@ -9,6 +9,7 @@ namespace rk {
 
 struct DeviceForwarding {
     Forwarding forwarding;
+    bool copiesConnections = false;
     std::string words; // what the kernel was changed to, why it does not forward, or nothing
 };
 

@@ -22,6 +22,7 @@ enum OptionCode : int {
     kForward,
     kScheduler,
     kAnnounceTable,
+    kCopyConnections,
     kDrain,
     kAnnounce,
     kKeepForwarding,
@@ -40,6 +41,7 @@ constexpr option kOptions[] = {
     {"forward", required_argument, nullptr, kForward},
     {"scheduler", required_argument, nullptr, kScheduler},
     {"announce-table", required_argument, nullptr, kAnnounceTable},
+    {"copy-connections", required_argument, nullptr, kCopyConnections},
     {"drain", no_argument, nullptr, kDrain},
     {"announce", no_argument, nullptr, kAnnounce},
     {"keep-forwarding", no_argument, nullptr, kKeepForwarding},
@@ -89,11 +91,20 @@ void applyAnnounceTable(DeviceOptions &options, const std::string &value) {
         refuse(options, "--announce-table is a number from 1 on, but for 253 to 255, not '" + value + "'");
 }
 
+void applyCopyConnections(DeviceOptions &options, const std::string &value) {
+    options.copyInterface = value;
+    if (!isInterfaceName(value))
+        refuse(options, "--copy-connections needs the name of an interface, not '" + value + "'");
+}
+
 // What does not go together. Where all directors are active there is nobody to take over from.
 void checkTogether(DeviceOptions &options) {
     const bool isHashed = options.scheduler == "mh";
     if (options.announceTable != 0 && !isHashed)
         refuse(options, "--announce-table needs --scheduler mh");
+    if (!options.copyInterface.empty() && !isHashed)
+        refuse(options,
+               "--copy-connections needs --scheduler mh: two directors that watch each other copy by themselves");
     if (isHashed && options.availability.mode == AvailabilityMode::keepalived)
         refuse(options, "--scheduler mh is for directors that are all active: not with --high-availability keepalived");
     if (isHashed)
@@ -145,6 +156,9 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
     case kAnnounceTable:
         applyAnnounceTable(options, optarg);
         break;
+    case kCopyConnections:
+        applyCopyConnections(options, optarg);
+        break;
     case kDrain:
         options.action = DeviceAction::drain;
         break;
@@ -185,7 +199,8 @@ void applyOption(DeviceOptions &options, int found, const std::string &argument)
 const char kDeviceHelp[] =
     R"(usage: qelxwd [--device-name NAME] [--foreground] [--log FILE]
               [--forward kernel|none] [--scheduler NAME]
-              [--announce-table NUMBER] [--keep-forwarding]
+              [--announce-table NUMBER] [--copy-connections INTERFACE]
+              [--keep-forwarding]
               [--high-availability keepalived|none] [--advert-interval SECONDS]
               [--address-interface NAME] [--moving-address ADDRESS[@HOST]]...
        qelxwd --drain | --announce
@@ -211,6 +226,9 @@ server's library finds it in kernel mode.
   --announce-table NUMBER
                        with mh: a route for each address that is forwarded into
                        this table of the kernel's, which a routing daemon learns
+  --copy-connections INTERFACE
+                       with mh: copy connections to the directors in the network of
+                       this interface, and take theirs
   --drain              have the qelxwd that runs announce nothing, and wait until
                        no packet comes
   --announce           have it announce again

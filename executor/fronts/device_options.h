@@ -32,6 +32,7 @@ struct DeviceOptions {
     ForwardMode forward = ForwardMode::automatic;
     std::string scheduler;        // how the kernel picks servers
     uint32_t announceTable = 0;   // the table of routes by which addresses are announced; 0: they are not
+    std::string copyInterface;    // the network of the directors that connections are copied to; empty: they are not
     bool keepsForwarding = false; // what is in force stays so at the end
     AvailabilityChoice availability;
     std::string mistake; // what is wrong with a command line that is refused

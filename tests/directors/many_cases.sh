@@ -4,7 +4,7 @@
 
 flows=150
 servers= learner=
-birds=()
+birds=() options=()
 bird=$(command -v bird || echo "$build/bird/usr/sbin/bird")
 announce_table=100
 
@@ -42,7 +42,7 @@ runs() { "$director" ask "/run/d$1.sock" status > /dev/null 2>&1; }
 start() { # DIRECTOR
     mkdir -p "/run/d$1"
     RUNTIME_DIRECTORY=/run/d$1 nsenter --net="/run/netns/d$1" "$director" serve "d$1" "/run/d$1.sock" \
-        --log "/run/d$1.log" --forward kernel --scheduler mh --announce-table "$announce_table" &
+        --log "/run/d$1.log" --forward kernel --scheduler mh --announce-table "$announce_table" "${options[@]}" &
     daemons[$1]=$!
     within 20 runs "$1" || fail "d$1 does not start"
 }
@@ -243,10 +243,22 @@ between() { (($1 >= $2 && $1 <= $3)); }
 
 # ---- cases
 
+# Whether all directors have the kernel's list of servers in the same order, which decides about its table.
+same_order() {
+    local n first_list list
+    first_list=$(in_ns d1 ipvsadm -Ln | awk '/->/ && /10\./ { print $2 }')
+    [[ $(wc -w <<< "$first_list") -ge 3 ]] || fail "d1 has no list of servers"
+    for n in 2 3; do
+        list=$(in_ns "d$n" ipvsadm -Ln | awk '/->/ && /10\./ { print $2 }')
+        [[ $list == "$first_list" ]] || fail "servers of d$n: $list, of d1: $first_list"
+    done
+}
+
 # Each connection has the server that every director computes for it, whichever it comes to.
 case_many_same_server() {
     begin
     local n
+    same_order
     # Of 150 flows at weights 1, 1 and 2: five standard deviations are 27 and 31.
     between "$(share_of s1 "$first")" 10 65 && between "$(share_of s2 "$first")" 10 65 &&
         between "$(share_of s4 "$first")" 44 106 || fail "shares of 1:1:2 are $first"
@@ -323,6 +335,7 @@ case_many_servers_change() {
         ask "$n" put 1 10.2.0.13 2
     done
     end_asking "s3 was added"
+    same_order
     answered=$("$traffic" ask "$flows" "$cluster" 80 10.1.0.100)
     echo "   with s3: $answered"
     between "$(share_of s3 "$answered")" 22 78 || fail "shares of 1:1:2:2 are $answered"
@@ -341,6 +354,7 @@ case_many_servers_change() {
     declare_on 3 1=1 2=1 3=2 4=2
     ask 3 down 1 10.2.0.12
     announce 3
+    same_order
     end_learning
     ip -n r route replace "$cluster/32" via 10.2.0.3
     all_held "by d3 alone, which came back"
@@ -349,6 +363,34 @@ case_many_servers_change() {
 begin_holding_again() {
     end_holding
     begin_holding
+}
+
+# Servers change, and then a director is lost: where its connections go over, what was computed before counts.
+case_many_copies() {
+    options=(--copy-connections eth0)
+    begin
+    local n i
+    for ((i = 0; i < 4; ++i)); do # so that they are copied
+        all_held "before any change"
+        sleep 1
+    done
+    for n in 1 2 3; do
+        ask "$n" put 1 10.2.0.13 4
+        ask "$n" down 1 10.2.0.14
+    done
+    all_held "s3 was added, s4 takes nothing new"
+    ip link set d3brs down
+    expect "d3 is not asked any more" spread 1 2
+    all_held "d3 was lost"
+    options=()
+    end_holding
+    ip link set d3brs up
+    stop 3
+    options=(--copy-connections nowhere)
+    nsenter --net=/run/netns/d3 "$director" serve d3 /run/d3.sock --log /run/d3.log --forward kernel --scheduler mh \
+        "${options[@]}" 2> /run/said && fail "copies by an interface that is not there"
+    grep -q "no copies of connections by nowhere" /run/said || fail "it does not say why it fails: $(cat /run/said)"
+    options=()
 }
 
 # The guide's worked example.
@@ -391,5 +433,5 @@ case_many_refusals() {
     rm -rf /run/d1
 }
 
-many_cases=(many_same_server many_lost_and_added many_maintenance many_servers_change many_bird
+many_cases=(many_same_server many_lost_and_added many_maintenance many_servers_change many_copies many_bird
     many_refusals)

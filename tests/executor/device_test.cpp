@@ -291,6 +291,10 @@ TEST(DeviceOptionsOf, manyDirectors) {
     EXPECT_EQ(parse({"--scheduler=mh"}).availability.mode, AvailabilityMode::none);
     EXPECT_EQ(parse({"--high-availability=keepalived", "--scheduler=mh"}).mistake,
               "--scheduler mh is for directors that are all active: not with --high-availability keepalived");
+    EXPECT_EQ(parse({"--scheduler=mh", "--copy-connections", "eth0.5"}).copyInterface, "eth0.5");
+    EXPECT_EQ(parse({"--scheduler=mh", "--copy-connections", "eth/0"}).mistake,
+              "--copy-connections needs the name of an interface, not 'eth/0'");
+    EXPECT_TRUE(parse({"--copy-connections=eth0"}).mistake.starts_with("--copy-connections needs --scheduler mh"));
     EXPECT_EQ(parse({"--drain"}).action, DeviceAction::drain);
     EXPECT_EQ(parse({"--announce"}).action, DeviceAction::announce);
 }

@@ -20,6 +20,7 @@ enum class AnnouncementState : uint8_t { announced, draining, drained };
 struct Announcements {
     AnnouncementState state = AnnouncementState::announced;
     std::set<uint32_t> routes; // addresses that are announced, in network byte order
+    std::set<uint32_t> failed; // whose change failed, and was told; it is tried again
     int64_t settledAt = 0;     // in seconds of the steady clock, as the others
     int64_t quietSince = 0;    // since when `packets` is what it is
     uint64_t packets = 0;

@@ -35,10 +35,13 @@ void changeRoute(KernelEngine &engine, uint32_t address, bool isWanted, std::str
     const int error =
         isWanted ? addRoute(engine.routeTalk, table, address) : removeRoute(engine.routeTalk, table, address);
     if (error != 0) {
+        if (!engine.announcements.failed.insert(address).second)
+            return;
         note(words, addressText(address) + (isWanted ? " cannot be announced: " : " cannot be withdrawn: ") +
                         std::strerror(error));
         return;
     }
+    engine.announcements.failed.erase(address);
     if (isWanted)
         engine.announcements.routes.insert(address);
     else
@@ -68,6 +71,8 @@ bool openAnnouncements(KernelEngine &engine, std::string &words) {
         words = "no talking about routes: " + std::string(std::strerror(error));
         return false;
     }
+    if (isDrainWanted(engine.options.journalFolder))
+        engine.announcements.state = AnnouncementState::draining;
     engine.announcements.settledAt = steadySeconds() + kSettleSeconds;
     if (tellAnnouncement(engine.options.journalFolder, engine.announcements.state))
         return true;
