@@ -474,6 +474,109 @@ case_without_keepalived() {
     lacks 1 10.1.0.50 || fail "an address was put up"
 }
 
+# Adverts that somebody in the clients' network makes up, for d1 as if its partner had the highest priority.
+forge() { # SOURCE COUNT
+    local identifier
+    identifier=$(awk '$1 == "interface" { on = $2 == "eth0" } on && $1 == "virtual_router_id" { print $2; exit }' \
+        /run/d1/ha/keepalived.conf)
+    in_ns c "$director" forge "$1" 10.1.0.1 "$identifier" 255 "169.254.75.$identifier" "$2" ||
+        fail "adverts cannot be made up"
+}
+seen() { # ADDRESS: of adverts from there, since the filter was made
+    in_ns d1 nft list counter ip seen "from_${1##*.}" | sed -n 's/.*packets \([0-9]*\) .*/\1/p'
+}
+case_forged_adverts() {
+    both 1
+    in_ns d1 nft -f - << RULES
+add table ip seen
+add counter ip seen from_100
+add chain ip seen in { type filter hook prerouting priority -300; }
+add rule ip seen in ip protocol 112 ip saddr 10.1.0.100 counter name from_100
+RULES
+    local lines
+    lines=$(wc -l < /run/d1.log)
+    forge 10.1.0.100 40
+    (($(seen 10.1.0.100) == 40)) || fail "adverts from another address did not come to d1"
+    only_active 1 || fail "adverts from another address changed who is active"
+    tail -n "+$((lines + 1))" /run/d1.log | grep "standby" && fail "adverts from another address made d1 a standby"
+    # Those with the partner's address are taken for the partner's: the guide says so.
+    forge 10.1.0.2 100 &
+    local forger=$!
+    expect "d1 gives way to adverts with its partner's address" lacks 1 10.1.0.50
+    expect "d2 is active meanwhile" has 2 10.1.0.50
+    wait "$forger"
+    expect "one is active again" one_is_active
+    ask 1 takeover 0 > /dev/null
+    expect "d1 is active" only_active 1
+    # With the filter of the guide, on this path, they are not.
+    sed -n 's/^    d1# nft /nft /p' "$here/../../docs/availability.md" | sed "s/eth2/eth0/g;
+        s/02:00:00:00:00:02/$(in_ns d2 cat /sys/class/net/eth0/address)/" > /run/filter
+    in_ns d1 bash -e /run/filter || fail "a command of the guide for the packet filter"
+    lines=$(wc -l < /run/d1.log)
+    forge 10.1.0.2 100
+    only_active 1 || fail "adverts with the partner's address and another hardware address changed who is active"
+    tail -n "+$((lines + 1))" /run/d1.log | grep "standby" && fail "they made d1 a standby"
+    is 1 "substate 3 peer 2 heartbeats 2 2" || fail "the filter keeps the partner's own adverts away"
+    in_ns d1 nft delete table netdev partner
+    in_ns d1 nft delete table ip seen
+}
+
+# All links of both are lost, and come back.
+case_all_links() {
+    both 1
+    local n
+    for n in 1 2; do
+        cables "$n" down
+    done
+    for n in 1 2; do
+        expect "d$n has failed" is "$n" "state 3 "
+        lacks "$n" 10.1.0.50 || fail "d$n has the address without a link"
+    done
+    for n in 2 1; do
+        cables "$n" up
+    done
+    for n in 1 2; do
+        expect "d$n hears its partner on both paths" is "$n" "substate 3 peer 2 heartbeats 2 2"
+    done
+    expect "one is active again" one_is_active
+    answers 1 || answers 2 || fail "nobody answers"
+}
+one_is_active() { { has 1 10.1.0.50 && lacks 2 10.1.0.50; } || { has 2 10.1.0.50 && lacks 1 10.1.0.50; }; }
+
+# The guide's table of what is lost, by hand on a quiet machine: the median of five, in milliseconds, of the longest time
+# without an answer.
+longest() { # WHAT LOSE [ARGUMENT...]: d1 is active, and "LOSE" takes that from it
+    local what=$1 i all=()
+    shift
+    for ((i = 0; i < 5; ++i)); do
+        both 1
+        expect "d2 has settled" settled 2
+        stream 4
+        sleep 1
+        "$@" > /dev/null
+        wait "$stream"
+        all+=("$(sed 's/.*longest //' /run/stream)")
+        end_directors > /dev/null 2>&1
+    done
+    echo "   $what: $(printf '%s\n' "${all[@]}" | sort -n | sed -n 3p) (${all[*]})"
+    [[ $(printf '%s\n' "${all[@]}" | sort -n | sed -n 3p) =~ ^[0-9]+$ ]] || fail "no figure for $what"
+}
+kill_program() {
+    kill -9 "${daemons[1]}"
+    wait "${daemons[1]}" 2> /dev/null
+    daemons[1]=
+}
+kill_keepalived() { kill -9 $(processes 1); }
+case_figures() {
+    longest "power off" power_off 1
+    longest "a link is down" ip link set d1brc down
+    longest "take-over" ask 2 takeover 0
+    longest "orderly stop" stop 1
+    longest "qelxwd is killed" kill_program
+    longest "keepalived is killed" kill_keepalived
+    longest "one path of two is cut" cut 1 eth2
+}
+
 # Each command of the guide: those of the console by an executor in user space, all others on the director that they
 # name.
 case_guide() {
@@ -618,4 +721,5 @@ held_cases=(copies held_power_off held_clean_stop held_kill held_split_brain)
 main_cases=(power_off_and_return split_brain take_over_and_stop killed)
 all_cases=("${main_cases[@]}" automatic_return_waits left_over paths link_to_clients link_to_servers reach_targets aliases
     clusters_come_and_go paths_come_and_go refusals deletion both_roles beside_another_keepalived
-    manual_return_stays as_the_service without_keepalived guide)
+    manual_return_stays as_the_service without_keepalived
+    forged_adverts all_links guide)

@@ -8,6 +8,8 @@
 //       who answers at port 7777 of the address, or "nobody"
 //   director stream ADDRESS SECONDS
 //       asks every 20 ms; prints "asked N unanswered N longest MILLISECONDS"
+//   director forge SOURCE DESTINATION IDENTIFIER PRIORITY ADDRESS COUNT
+//       adverts that somebody else makes up, 20 a second
 //   director drain, director announce
 //       as qelxwd does with these options
 #include "executor/commands/commands.h"
@@ -16,6 +18,7 @@
 #include "executor/fronts/device_forwarding.h"
 #include "executor/fronts/device_options.h"
 #include "executor/state/logs.h"
+#include "forged_adverts.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -312,6 +315,12 @@ int drainOrAnnounce(const std::string &what) {
     return isDone ? 0 : 1;
 }
 
+int forge(char **arguments) {
+    const ForgedAdvert advert{arguments[0], arguments[1], static_cast<uint8_t>(std::atoi(arguments[2])),
+                              static_cast<uint8_t>(std::atoi(arguments[3])), arguments[4]};
+    return sendForged(advert, std::atoi(arguments[5])) ? 0 : 1;
+}
+
 double seconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -382,6 +391,8 @@ int main(int count, char **arguments) {
         return rk::ask(count - 2, arguments + 2);
     if (what == "who" && count > 2)
         return std::puts(rk::askName(rk::openQuestions(arguments[2]), 1000).c_str()) < 0 ? 1 : 0;
+    if (what == "forge" && count > 7)
+        return rk::forge(arguments + 2);
     if (what == "stream" && count > 3)
         return rk::stream(arguments[2], std::atof(arguments[3]));
     return 2;
