@@ -2,6 +2,9 @@
 #include "executor/fronts/device_options.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -58,6 +61,30 @@ TEST(DeviceProgram, withoutTheKernelsModuleItSaysWhatToDo) {
     expectRun("--foreground", 1, words);
     expectRun("--device-name other > /dev/null", 1, words);
 }
+
+#ifdef RK_KERNEL_FORWARDING
+// As an operator, where one forwards with its files in this folder.
+TEST(DeviceProgram, drainingIsToldByTheExitStatus) {
+    char folder[] = "/tmp/qelxwd_drain.XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    setenv("RUNTIME_DIRECTORY", folder, 1);
+    const std::string nobody = "qelxwd: no qelxwd announces here, as one with --announce-table does (" +
+                               std::string(folder) + "/announcement)\n";
+    expectRun("--drain", 1, nobody);
+    expectRun("--announce", 1, nobody);
+    const auto tell = [&folder](const char *state) {
+        std::ofstream(std::string(folder) + "/announcement") << state << '\n';
+    };
+    tell("drained");
+    expectRun("--drain", 0, "drained: nothing is announced, and no packet came for 5 seconds\n");
+    EXPECT_TRUE(std::filesystem::exists(std::string(folder) + "/drain"));
+    tell("announced");
+    expectRun("--announce", 0, "announcing again\n");
+    EXPECT_FALSE(std::filesystem::exists(std::string(folder) + "/drain"));
+    unsetenv("RUNTIME_DIRECTORY");
+    std::filesystem::remove_all(folder);
+}
+#endif
 
 } // namespace
 } // namespace rk
