@@ -57,6 +57,17 @@ SCRIPT
 expect "the machine's addresses" "$(printf '%s\n' 10.77.0.1/24 10.77.0.50/24 10.77.0.51/24)" "$(addresses | sort -V)"
 expect "the machine's aliases" "$(printf '%s\n' rk0:1 rk0:2)" "$(labels)"
 
+# A whole configuration tells an alias in a comment: it is the machine's.
+expect "an exported alias" "# Without what is this machine's: alias configure 10.77.0.50 --interface rk0 --netmask 255.255.255.0" \
+    "$(play << 'SCRIPT' | grep machine
+cluster add shop --address 10.77.0.50
+cluster add mail --address 10.77.0.60
+config export
+cluster remove shop
+cluster remove mail
+SCRIPT
+)"
+
 # Configured again, an address comes back on its alias.
 expect "an address again" ok "$(play <<< 'alias configure 10.77.0.50')"
 expect "the aliases are the same" "$(printf '%s\n' rk0:1 rk0:2)" "$(labels | sort)"

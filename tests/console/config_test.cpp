@@ -9,7 +9,12 @@
 namespace rk {
 namespace {
 
-constexpr char kHead[] = "# A configuration: 'config apply' and 'source' take it.\n";
+constexpr char kLeftOut[] =
+    "Without what no executor tells: executor set --cookie-expire-interval, rule set --hash-id, rule server add "
+    "--argument, attack set, ha timers, log filter.",
+               kStates[] = "Without what is a state: affinities, connections, counters, statuses of high availability.";
+const std::string kHead =
+    std::string("# A configuration: 'config apply' and 'source' take it.\n# ") + kLeftOut + "\n# " + kStates + "\n";
 
 void write(const std::string &path, const std::string &text) {
     std::ofstream(path) << text;
@@ -144,6 +149,26 @@ std::string randomPort(Random &random, const std::string &port) {
     return text + randomRules(random, port, servers);
 }
 
+std::string randomHighAvailability(Random &random) {
+    std::string text;
+    if (!oneIn(random, 3))
+        text += "ha backup add " + std::to_string(below(random, 3)) + " " + std::to_string(below(random, 2)) + " " +
+                std::to_string(1 + below(random, 3)) + "\n";
+    // Pairs of few addresses: some heartbeats have an end in common with one that stays.
+    for (const char *local : {"10.1.0.1", "10.1.0.2"})
+        for (const char *partner : {"10.1.0.3", "10.1.0.4"})
+            if (oneIn(random, 2))
+                text.append("ha heartbeat add ").append(local).append(" ").append(partner).append("\n");
+    for (int target = 1; target < 5; ++target)
+        if (oneIn(random, 2))
+            text += "ha reach add 10.2.0." + std::to_string(target) +
+                    (oneIn(random, 2) ? " 255.255.255.0 " : " 255.0.0.0 ") + std::to_string(below(random, 3)) + "\n";
+    if (oneIn(random, 2))
+        text += "icmp set " + std::string(oneIn(random, 2) ? "on" : "off") + " 10.2.1." +
+                std::to_string(below(random, 3)) + "\n";
+    return text;
+}
+
 std::string randomConfiguration(Random &random) {
     std::string text = "executor set --fin-timeout " + std::to_string(below(random, 100)) +
                        optionsOf(random, kExecutor) + optionsOf(random, kPortDefaults) + "\n";
@@ -166,12 +191,12 @@ std::string randomConfiguration(Random &random) {
             text += "port set " + name + " " + std::to_string(ports[0]) + " --cross-port " + std::to_string(ports[1]) +
                     "\n";
     }
-    return text;
+    return text + randomHighAvailability(random);
 }
 
 // --- Tests -----------------------------------------------------------------------------------------------------------
 
-// One console plays all rounds: the executor that it has lives as long as it does.
+// As a script and as a document. One console plays all rounds: the executor that it has lives as long as it does.
 TEST(Config, RandomConfigurationsComeBackAsTheyWere) {
     constexpr int kRounds = 15;
     constexpr unsigned kSeed = 20261;
@@ -183,16 +208,18 @@ TEST(Config, RandomConfigurationsComeBackAsTheyWere) {
         const std::string name = folder + std::to_string(round);
         write(name + ".rk", randomConfiguration(random));
         script += "source " + name + ".rk\nconfig export " + name + ".first\nconfig apply " + folder + "empty\n";
-        script +=
-            "config apply " + name + ".first\nconfig export " + name + ".second\nconfig apply " + folder + "empty\n";
+        script += "config apply " + name + ".first\nconfig export " + name + ".second\nconfig export --json " + name +
+                  ".json\nconfig apply " + folder + "empty\nconfig apply " + name + ".json\nconfig export " + name +
+                  ".third\nconfig apply " + folder + "empty\n";
     }
     const ConsoleRun run = runScript(script);
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     for (int round = 0; round < kRounds; ++round) {
         const std::string name = folder + std::to_string(round);
         const std::string first = readFile(name + ".first");
-        EXPECT_GT(first.size(), std::size(kHead));
+        EXPECT_GT(first.size(), kHead.size());
         EXPECT_EQ(first, readFile(name + ".second")) << readFile(name + ".rk");
+        EXPECT_EQ(first, readFile(name + ".third")) << readFile(name + ".json");
     }
 }
 
@@ -243,17 +270,26 @@ TEST(Config, ExportIsAScriptInAnOrderThatWorks) {
                              "rule add shop 80 inner --type address --begin 10.0.0.0 --end 10.0.0.255 --priority 2\n"
                              "rule server add shop 80 inner web2\n"
                              "port add shop 443\n"
-                             "port set shop 80 --cross-port 443\n";
+                             "port set shop 80 --cross-port 443\n"
+                             "ha backup add 1 0 12345\nha heartbeat add 10.1.0.2 10.1.0.3\n"
+                             "ha heartbeat add 10.3.0.2 10.3.0.3\nha reach add 10.1.0.100 255.255.255.0 7\n"
+                             "icmp set on 10.1.0.9\n";
     const ConsoleRun run = runScript(farm + "config export\nconfig export --json\n");
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_NE(run.out.find(kHead + farm), std::string::npos) << run.out;
-    EXPECT_NE(run.out.find("\n{\"max-clusters\":200,\"default-sticky-time\":30,\"clusters\":[{\"cluster\":\"shop\","
+    EXPECT_NE(run.out.find("\n{\"left-out\":[\"" + std::string(kLeftOut) + "\",\"" + kStates +
+                           "\"],\"max-clusters\":200,\"default-sticky-time\":30,\"clusters\":[{\"cluster\":\"shop\","
                            "\"address\":\"10.0.0.10\",\"ports\":[{\"port\":80,\"weight-bound\":50,\"method\":\"nat\","
                            "\"protocol\":\"http\",\"cross-port\":443,\"servers\":[{\"server\":\"web1\",\"listener\":["
                            "\"10.0.0.101,map-port=8080\",\"10.0.0.102\"],\"connect-timeout\":3,\"weight\":5},"
                            "{\"server\":\"web2\",\"cookie-value\":\"it's \\\"x\\\"\",\"down\":true}],\"rules\":["
                            "{\"rule\":\"inner\",\"type\":\"address\",\"begin\":\"10.0.0.0\",\"end\":\"10.0.0.255\","
-                           "\"priority\":2,\"servers\":[\"web2\"]}]},{\"port\":443,\"servers\":[],\"rules\":[]}]}]}\n"),
+                           "\"priority\":2,\"servers\":[\"web2\"]}]},{\"port\":443,\"servers\":[],\"rules\":[]}]}],"
+                           "\"backup\":{\"role\":1,\"strategy\":0,\"port\":12345},"
+                           "\"heartbeats\":[{\"local\":\"10.1.0.2\",\"partner\":\"10.1.0.3\"},"
+                           "{\"local\":\"10.3.0.2\",\"partner\":\"10.3.0.3\"}],"
+                           "\"reach-targets\":[{\"address\":\"10.1.0.100\",\"mask\":\"255.255.255.0\",\"type\":7}],"
+                           "\"icmp\":{\"response\":\"on\",\"address\":\"10.1.0.9\"}}\n"),
               std::string::npos)
         << run.out;
 }
@@ -271,8 +307,9 @@ TEST(Config, ApplyKeepsTraffic) {
                                          " --dry-run\n"
                                          "log tail\nconfig apply " +
                                          wanted + "\nserver list shop 80\n",
-                                     {"--log", log});
-    ASSERT_EQ(run.exitStatus, 0) << run.err;
+                                     {"--log", log, "--keep-going"});
+    ASSERT_EQ(run.exitStatus, 4) << run.err;
+    EXPECT_EQ(run.err, "line 5: config diff: what was compared differs\n");
     const std::string steps = "change port shop 80: max-servers 2 -> 3\nadd server shop 80 three: weight 3\n"
                               "change weights of port shop 80: two 20 -> 4\nremove server shop 80 one\n"
                               "change port shop 80: max-servers 3 -> 2, weight-bound 20 -> 4\n";
@@ -301,6 +338,13 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
         {"cluster add a --address 10.0.0.1 --max-ports many\n", "line 1: --max-ports: 'many' is not a number"},
         {"cluster add 'a\n", "line 1: a quote is not closed: 'a"},
         {"server down --address 10.0.0.1\n", "line 1: a configuration names each object"},
+        {"ha reach change 0 1 1\n", "line 1: 'ha reach change' configures nothing: "},
+        {"ha heartbeat add 10.0.0.300 10.0.0.1\n", "line 1: local: '10.0.0.300' is not an IPv4 address"},
+        {"ha heartbeat add 10.0.0.1 10.0.0.2\nha heartbeat add 10.0.0.1 10.0.0.2\n",
+         "line 2: there is 'ha heartbeat add 10.0.0.1 10.0.0.2' already"},
+        {"ha backup add 0 0 1\nha backup add 1 0 1\n", "line 2: there is 'ha backup add 1 0 1' already, or another"},
+        {"ha reach add 10.0.0.1 255.0.0.0 1\nha backup add 0 0 1\nha backup delete\nha reach delete 10.0.0.1\n",
+         "line 4: there is no such one in the lines before"},
     };
     std::string script;
     for (std::size_t i = 0; i < std::size(rows); ++i) {
@@ -316,7 +360,128 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
                                 rows[i].reason),
                   0U)
             << lines[i];
-    EXPECT_EQ(lines.back(), "line 8: config diff: /no/such: cannot be read: there is no such file");
+    EXPECT_EQ(lines.back(), "line 13: config diff: /no/such: cannot be read: there is no such file");
+}
+
+TEST(Config, DocumentThatIsNoConfigurationIsRefusedWithItsPlace) {
+    const std::string file = makeFolder() + "/farm";
+    struct Row {
+        const char *text;
+        const char *reason;
+    };
+    const Row rows[] = {
+        {"{\"clusters\": [\n{\"cluster\": }]}", "no JSON: it is malformed at line 2 column 13, in clusters[0].cluster"},
+        {"{\"clusters\": [", "no JSON: the document has no end"},
+        {"{} {}", "no JSON: it is malformed at line 1 column 5"},
+        {"{'clusters': []}", "no JSON: it is malformed at line 1 column 3"},
+        {"[]", "a configuration in JSON is an object"},
+        {"{\"clusters\": {}}", "clusters is no array"},
+        {"{\"clusters\": [5]}", "clusters[0] is no object"},
+        {"{\"clusters\": [], \"clusters\": []}", "$.clusters is there twice"},
+        {"{\"nfa\": null}", "$.nfa is null: a setting that has no value is left out"},
+        {"{\"max-clusters\": \"many\"}", "the document: --max-clusters: 'many' is not a number"},
+        {"{\"nfa\": [\"10.0.0.1\"]}", "the document: 'nfa' is no text, number or truth value"},
+        {"{\"help\": \"me\"}", "the document: there is no setting 'help'"},
+        {"{\"clusters\": [{\"address\": \"10.0.0.1\"}]}", "clusters[0]: there is no value 'cluster'"},
+        {"{\"clusters\": [{\"cluster\": \"a\"}]}", "clusters[0]: Missing required option: '--address=ADDRESS'"},
+        {"{\"clusters\": [{\"cluster\": \"a\", \"address\": \"10.0.0.1\", \"ports\": [{\"port\": 80,"
+         " \"servers\": [{\"server\": \"s\", \"wait\": 5}]}]}]}",
+         "clusters[0].ports[0].servers[0]: there is no setting 'wait'"},
+        {"{\"clusters\": [{\"cluster\": \"a\", \"address\": \"10.0.0.1\", \"ports\": [{\"port\": 80,"
+         " \"servers\": [{\"server\": \"s\", \"down\": \"maybe\"}]}]}]}",
+         "clusters[0].ports[0].servers[0].down: is neither true nor false"},
+        {"{\"clusters\": [{\"cluster\": \"a\", \"address\": \"10.0.0.1\", \"ports\": [{\"port\": 80,"
+         " \"rules\": [{\"rule\": \"r\", \"type\": \"always\", \"servers\": [\"s\"]}]}]}]}",
+         "clusters[0].ports[0].rules[0].servers: there is no server 's' in the lines before"},
+        {"{\"heartbeats\": [{\"local\": \"10.0.0.1\"}]}", "heartbeats[0]: there is no value 'partner'"},
+        {"{\"backup\": {\"role\": 1, \"strategy\": 0, \"port\": 70000}}", "backup: port: 70000 is outside 0 to 65535"},
+        {"{\"backup\": {\"role\": 1, \"strategy\": 0, \"port\": 7, \"mode\": 1}}",
+         "backup: there is no setting 'mode'"},
+    };
+    std::string script;
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        write(file + std::to_string(i), rows[i].text);
+        script += "config apply " + file + std::to_string(i) + "\n";
+    }
+    std::string deep(100'000, '[');
+    write(file, R"({"left-out": )" + deep);
+    const ConsoleRun run = runScript(script + "config apply " + file + "\ncluster list --json\n", {"--keep-going"});
+    EXPECT_EQ(run.exitStatus, 2);
+    EXPECT_EQ(run.out, "[]\n");
+    const std::vector<std::string> lines = linesOf(run.err);
+    ASSERT_EQ(lines.size(), std::size(rows) + 1) << run.err;
+    for (std::size_t i = 0; i < std::size(rows); ++i)
+        EXPECT_EQ(lines[i], "line " + std::to_string(i + 1) + ": config apply: " + file + std::to_string(i) + ": " +
+                                rows[i].reason);
+    EXPECT_TRUE(lines.back().ends_with(": a configuration is not that deep")) << lines.back().substr(0, 1000);
+}
+
+// What is between two partners: as little as can be changes, and one step is one change, back and forth.
+TEST(Config, HighAvailabilityChangesByWhatDiffers) {
+    const std::string folder = makeFolder(), wanted = folder + "/wanted", other = folder + "/other";
+    const std::string before = "ha backup add 0 1 9000\nha heartbeat add 10.1.0.1 10.1.0.2\n"
+                               "ha heartbeat add 10.3.0.1 10.1.0.2\nha reach add 10.1.0.100 255.255.255.0 1\n"
+                               "ha reach add 10.1.0.101 255.255.255.0 1\nha reach add 10.1.0.102 255.255.255.0 1\n"
+                               "ha reach change 2 1 2\n";
+    // A heartbeat goes that has both its ends in common with others, a target's type and another one's mask change.
+    write(wanted,
+          "ha backup add 0 1 9000\nha heartbeat add 10.3.0.1 10.1.0.2\nha heartbeat add 10.1.0.1 10.1.0.3\n"
+          "ha reach add 10.1.0.101 255.0.0.0 1\nha reach add 10.1.0.102 255.255.255.0 5\nattack set 1 2 3 4 5 6 "
+          "7 8\n");
+    write(other, "ha backup add 1 0 9000\nha heartbeat add 10.1.0.2 10.1.0.1\nicmp set on 10.1.0.9\n");
+    const ConsoleRun run = runScript(
+        before + "config apply " + wanted + "\nconfig export\nha status --json\nconfig apply " + other +
+            "\nconfig export\nconfig apply --keep-ha " + wanted + "\nconfig diff --keep-ha " + folder + "/none\n",
+        {"--keep-going"});
+    EXPECT_EQ(linesOf(run.err).size(), 1U) << run.err;
+    EXPECT_NE(run.err.find("/none: cannot be read"), std::string::npos) << run.err;
+    const std::string steps = "remove ha reach 10.1.0.101 255.255.255.0 1\nadd ha reach 10.1.0.101 255.0.0.0 1\n"
+                              "change ha reach 10.1.0.102: type 1 -> 5\nadd ha heartbeat 10.1.0.1 10.1.0.3\n"
+                              "remove ha heartbeat 10.1.0.1 10.1.0.2\nremove ha reach 10.1.0.100 255.255.255.0 1\n"
+                              "set attack protection: 1 2 3 4 5 6 7 8\n";
+    EXPECT_NE(run.out.find(steps + kHead + "ha backup add 0 1 9000\n"), std::string::npos) << run.out;
+    for (const char *line : {"\nha heartbeat add 10.3.0.1 10.1.0.2\n", "\nha heartbeat add 10.1.0.1 10.1.0.3\n",
+                             "\nha reach add 10.1.0.102 255.255.255.0 5\n"})
+        EXPECT_EQ(linesWith(run.out, std::string(line).substr(1, std::string(line).size() - 2)).size(), 1U)
+            << line << run.out;
+    // The status that the executor has of a target stays.
+    EXPECT_NE(run.out.find(R"("haAddress":"10.1.0.102","haMask":"255.255.255.0","haType":5,"haAddress_status":2,)"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("remove ha backup 0 1 9000\nadd ha backup 1 0 9000\nadd ha heartbeat 10.1.0.2 10.1.0.1\n"
+                           "change icmp: off 0.0.0.0 -> on 10.1.0.9\n" +
+                           kHead +
+                           "ha backup add 1 0 9000\nha heartbeat add 10.1.0.2 10.1.0.1\nicmp set on 10.1.0.9\n"
+                           "change icmp: on 10.1.0.9 -> off 0.0.0.0\nset attack protection: 1 2 3 4 5 6 7 8\n"),
+              std::string::npos)
+        << run.out;
+}
+
+TEST(Config, BackupThatTheExecutorRefusesLeavesWhatWas) {
+    const std::string file = makeFolder() + "/farm";
+    write(file, "cluster add shop --address 10.0.0.10\nha heartbeat add 10.1.0.5 10.1.0.6\nha backup add 7 0 9000\n");
+    const std::string before = "ha backup add 0 1 9000\nha heartbeat add 10.1.0.1 10.1.0.2\n"
+                               "ha reach add 10.1.0.100 255.255.255.0 1\n";
+    const ConsoleRun run = runScript(before + "! config apply " + file + "\nconfig export\n");
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_TRUE(run.out.ends_with(kHead + before)) << run.out;
+    EXPECT_NE(run.err.find("ha backup 7 0 9000: the executor refused it; the 4 steps before it were undone"),
+              std::string::npos)
+        << run.err;
+}
+
+// A difference has an exit status of its own: 1 is that the executor could not be asked.
+TEST(Config, ComparisonAnswersByItsExitStatus) {
+    const std::string file = makeFolder() + "/farm";
+    write(file, "cluster add shop --address 10.0.0.10\n");
+    const ConsoleRun differs = runCommand({"config", "diff", file});
+    EXPECT_EQ(differs.exitStatus, 4);
+    EXPECT_EQ(differs.out, "add cluster shop: address 10.0.0.10\n");
+    EXPECT_EQ(differs.err, "");
+    const ConsoleRun rows = runScript("config apply " + file + " --dry-run\nconfig apply " + file + "\nconfig diff " +
+                                          file + "\nsystem user stop\n! config diff " + file + "\n",
+                                      {});
+    EXPECT_EQ(rows.exitStatus, 0) << rows.err;
 }
 
 TEST(Config, NamesWithOneKeyAreRefusedBeforeAnythingIsSent) {

@@ -6,15 +6,15 @@ import com.qel.internet.rk.common.CMNAttackListener;
 import com.qel.internet.rk.common.CMNExecutorInterface;
 import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
 import picocli.CommandLine.Model.CommandSpec;
-import picocli.CommandLine.ParseResult;
 
 /** Attack protection. */
 final class AttackCommands {
-    private static final int PARAMETERS = 8;
+    static final int PARAMETERS = 8;
     private static final Identity[] PORT = {
         Identity.argument("CLUSTER_ADDRESS", "Address of the cluster.", Kind.HOST_ORDER_ADDRESS),
         Identity.argument("PORT", "Port number, 0 to 65535.", Kind.UINT16)};
@@ -82,16 +82,16 @@ final class AttackCommands {
         for (int i = 0; i < PARAMETERS; i++) {
             parameters[i] = Identity.argument("P" + (i + 1), "A number that the executor defines.", Kind.UINT16);
         }
-        attack.command("set", "Set the parameters of the attack protection.", typed -> session.finish(Family.SYSTEM,
-                setParameters(session.natives(), parameters, typed)), parameters);
+        attack.command("set", "Set the parameters of the attack protection.", typed -> {
+            int[] values = new int[PARAMETERS];
+            Arrays.setAll(values, i -> parameters[i].number(typed, i));
+            session.finish(Family.SYSTEM, setParameters(session.natives(), values));
+        }, parameters);
         return attack.definition;
     }
 
-    private static int setParameters(CMNExecutorInterface natives, Identity[] parameters, ParseResult typed) {
-        int[] p = new int[PARAMETERS];
-        for (int i = 0; i < PARAMETERS; i++) {
-            p[i] = parameters[i].number(typed, i);
-        }
+    /** Sends the parameters. {@return the status} */
+    static int setParameters(CMNExecutorInterface natives, int[] p) {
         return natives.xDOSAttackNative(p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
     }
 }

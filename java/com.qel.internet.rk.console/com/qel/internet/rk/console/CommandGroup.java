@@ -15,6 +15,12 @@ final class CommandGroup {
         void run(ParseResult typed);
     }
 
+    /** The same, for a command whose exit status says more than whether it succeeded. */
+    interface Question {
+        /** {@return the exit status} */
+        int ask(ParseResult typed);
+    }
+
     private static final String COUNTS = "--counts";
 
     final CommandSpec definition;
@@ -26,6 +32,15 @@ final class CommandGroup {
 
     /** Adds a command. {@return it, for further arguments and options} */
     CommandSpec command(String name, String description, Action action, Identity... arguments) {
+        return command(name, description, (Object) action, arguments);
+    }
+
+    /** The same, for a command that answers by its exit status. */
+    CommandSpec question(String name, String description, Question question, Identity... arguments) {
+        return command(name, description, (Object) question, arguments);
+    }
+
+    private CommandSpec command(String name, String description, Object action, Identity... arguments) {
         CommandSpec command = CommandSpec.wrapWithoutInspection(action).name(name);
         command.usageMessage().description(description);
         for (Identity argument : arguments) {

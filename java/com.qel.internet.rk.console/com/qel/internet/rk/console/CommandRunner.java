@@ -69,6 +69,9 @@ final class CommandRunner {
                 action.run(leaf);
                 return ExitStatus.SUCCESS;
             }
+            if (leaf.commandSpec().userObject() instanceof CommandGroup.Question question) {
+                return answered(question.ask(leaf), line, command);
+            }
             return new CommandLine.RunLast().execute(typed);
         } catch (ParameterException error) {
             return usage(line, command, explain(error));
@@ -79,6 +82,15 @@ final class CommandRunner {
         } finally {
             session.output.finish();
         }
+    }
+
+    /** A script that ends because of an answer says where. {@return the exit status} */
+    private int answered(int exitStatus, int line, CommandLine command) {
+        if (exitStatus == ExitStatus.DIFFERENT && line > 0) {
+            String name = nameWithoutRoot(command.getCommandSpec().qualifiedName());
+            session.output.failure(line, name, null, "what was compared differs");
+        }
+        return exitStatus;
     }
 
     /** Reports a command that cannot be carried out as it stands. {@return the exit status} */

@@ -11,7 +11,9 @@ import picocli.CommandLine.ParseResult;
 /** Whole configurations. */
 final class ConfigCommands {
     private static final String DRY_RUN = "--dry-run";
-    private static final String FILE_HELP = "A script of commands that make the configuration; - for standard input.";
+    private static final String KEEP_HA = "--keep-ha";
+    private static final String FILE_HELP = "A script of commands that make the configuration, or a document that"
+            + " 'config export --json' wrote; - for standard input.";
 
     private ConfigCommands() {
     }
@@ -19,36 +21,57 @@ final class ConfigCommands {
     /** {@return the commands} */
     static CommandSpec create(Session session) {
         CommandGroup config = new CommandGroup("config", "The whole configuration: the executor's settings, clusters,"
-                + " ports, servers, and rules with their servers.");
+                + " ports, servers, rules with their servers, and high availability.");
         CommandSpec export = config.command("export", "Write a script that makes the same configuration on an empty"
                 + " executor: every setting that is not as usual.", typed -> export(session, typed));
         CommandGroup.addOptional(export, Identity.argument(FileNames.NEW_LABEL,
                 "The script to write; standard output when left out.", Kind.TEXT));
         Identity file = Identity.argument(FileNames.LABEL, FILE_HELP, Kind.TEXT);
-        config.command("diff", "Tell what 'config apply' would do.", typed -> apply(session, typed, true), file);
+        CommandSpec diff = config.question("diff", "Tell what 'config apply' would do. The exit status is 0 when nothing"
+                + " differs, and 4 when something does.", typed -> diff(session, typed), file);
         CommandSpec apply = config.command("apply", "Make the configuration that a file says: only what differs is sent,"
                 + " what is new before what goes. When a step is refused, those before it are undone.",
-                typed -> apply(session, typed, typed.hasMatchedOption(DRY_RUN)), file);
+                typed -> apply(session, typed), file);
         apply.addOption(OptionSpec.builder(DRY_RUN).description("Tell what would be done, and do nothing.").build());
+        for (CommandSpec command : List.of(diff, apply)) {
+            command.addOption(OptionSpec.builder(KEEP_HA).description("Leave high availability as it is, whatever the file"
+                    + " says of it: for a file that two partners share.").build());
+        }
         return config.definition;
     }
 
     private static void export(Session session, ParseResult typed) {
         String file = typed.matchedPositionalValue(0, "");
         ConfigNode configuration = ConfigReader.read(session);
+        List<String> leftOut = ConfigLeftOut.of(session, configuration);
         if (!file.isEmpty()) {
-            String text = session.output.json ? session.output.toText(ConfigScript.document(configuration)) + "\n"
-                    : ConfigScript.write(configuration);
+            String text = session.output.json
+                    ? session.output.toText(ConfigDocument.write(configuration, leftOut)) + "\n"
+                    : ConfigScript.write(configuration, leftOut);
             FileNames.write(file, text);
             session.output.done();
         } else if (session.output.json) {
-            session.output.document(ConfigScript.document(configuration));
+            session.output.document(ConfigDocument.write(configuration, leftOut));
         } else {
-            session.output.longText("text", ConfigScript.write(configuration));
+            session.output.longText("text", ConfigScript.write(configuration, leftOut));
         }
     }
 
-    private static void apply(Session session, ParseResult typed, boolean isDry) {
+    private static int diff(Session session, ParseResult typed) {
+        List<ConfigStep> steps = plan(session, typed);
+        tell(session, steps);
+        return steps.isEmpty() ? ExitStatus.SUCCESS : ExitStatus.DIFFERENT;
+    }
+
+    private static void apply(Session session, ParseResult typed) {
+        List<ConfigStep> steps = plan(session, typed);
+        if (!typed.hasMatchedOption(DRY_RUN)) {
+            send(session, steps);
+        }
+        tell(session, steps);
+    }
+
+    private static List<ConfigStep> plan(Session session, ParseResult typed) {
         CommandLine tree = typed.commandSpec().root().commandLine();
         String file = typed.matchedPositionalValue(0, "");
         ConfigNode wanted;
@@ -57,11 +80,14 @@ final class ConfigCommands {
         } catch (UsageError error) {
             throw new UsageError(file + ": " + error.getMessage());
         }
-        List<ConfigStep> steps = ConfigPlan.make(session, ConfigReader.read(session), wanted);
-        if (!isDry) {
-            send(session, steps);
+        ConfigNode current = ConfigReader.read(session);
+        if (typed.hasMatchedOption(KEEP_HA)) {
+            for (ConfigEntry kind : ConfigEntry.HIGH_AVAILABILITY) {
+                wanted.entries(kind).clear();
+                wanted.entries(kind).addAll(current.entries(kind));
+            }
         }
-        tell(session, steps);
+        return ConfigPlan.make(session, current, wanted);
     }
 
     private static void tell(Session session, List<ConfigStep> steps) {

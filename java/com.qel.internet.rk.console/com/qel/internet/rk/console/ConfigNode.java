@@ -2,6 +2,7 @@ package com.qel.internet.rk.console;
 
 import java.util.ArrayList;
 import java.util.Collection;
+import java.util.EnumMap;
 import java.util.HashMap;
 import java.util.LinkedHashMap;
 import java.util.List;
@@ -22,6 +23,7 @@ final class ConfigNode {
     boolean isMarkedDown;
     /** For a rule: its servers, by their names in capitals. */
     final Map<String, String> members = new LinkedHashMap<>();
+    private final Map<ConfigEntry, List<List<String>>> entries = new EnumMap<>(ConfigEntry.class);
     private final Map<Level, Map<String, ConfigNode>> below = new LinkedHashMap<>();
 
     ConfigNode(Level level, ConfigNode above, String name) {
@@ -29,6 +31,11 @@ final class ConfigNode {
         this.above = above;
         this.name = name;
         level.below().forEach(lower -> below.put(lower, new LinkedHashMap<>()));
+    }
+
+    /** {@return for the executor: the values of each entry of a kind, in their order} */
+    List<List<String>> entries(ConfigEntry kind) {
+        return entries.computeIfAbsent(kind, unused -> new ArrayList<>());
     }
 
     /** {@return the objects of a kind below this one, in their order} */

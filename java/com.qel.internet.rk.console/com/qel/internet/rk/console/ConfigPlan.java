@@ -48,6 +48,7 @@ final class ConfigPlan {
     static List<ConfigStep> make(Session session, ConfigNode current, ConfigNode wanted) {
         ConfigPlan plan = new ConfigPlan(session);
         plan.object(current, wanted);
+        plan.steps.addAll(ConfigEntryPlan.make(session, current, wanted));
         return plan.steps;
     }
 
@@ -161,15 +162,7 @@ final class ConfigPlan {
     }
 
     private void call(ConfigNode node, Level.Native method, Object object) {
-        check(node, node.level.family(), method.call(session.natives(), object));
-    }
-
-    private static void check(ConfigNode node, Family family, int status) {
-        try {
-            Refusal.check(family, status);
-        } catch (Refusal refusal) {
-            throw new Refusal(refusal.status, node.words() + ": " + refusal.meaning);
-        }
+        ConfigReader.check(node.words(), node.level.family(), method.call(session.natives(), object));
     }
 
     private void mark(ConfigNode server, boolean down) {
@@ -383,10 +376,10 @@ final class ConfigPlan {
     }
 
     private void member(ConfigNode rule, String server, boolean isAdded) {
-        Runnable add = () -> check(rule, Family.RULE, session.natives().addServertoRuleNative(rule.object(session),
-                server(server), 0));
-        Runnable remove = () -> check(rule, Family.RULE, session.natives().removeServerfromRuleNative(
-                rule.object(session), server(server), 0));
+        Runnable add = () -> ConfigReader.check(rule.words(), Family.RULE,
+                session.natives().addServertoRuleNative(rule.object(session), server(server), 0));
+        Runnable remove = () -> ConfigReader.check(rule.words(), Family.RULE,
+                session.natives().removeServerfromRuleNative(rule.object(session), server(server), 0));
         steps.add(new ConfigStep((isAdded ? "put server " : "take server ") + server + (isAdded ? " into " : " out of ")
                 + rule.words(), isAdded ? add : remove, isAdded ? remove : add));
     }
@@ -444,7 +437,8 @@ final class ConfigPlan {
             weights.iWeight[i] = number(server, WEIGHT);
             weights.bFixedWeight[i] = (byte) (server.values.get(FIXED).equals("on") ? 1 : 0);
         }
-        check(port, Family.WEIGHTS, session.natives().setServerWeightsNative(weights, servers.size()));
+        ConfigReader.check(port.words(), Family.WEIGHTS,
+                session.natives().setServerWeightsNative(weights, servers.size()));
         return weights;
     }
 

@@ -14,6 +14,7 @@ import picocli.CommandLine.ParseResult;
 final class ConfigScript {
     private static final String CROSS_PORT = "--cross-port";
     private static final String HEAD = "# A configuration: 'config apply' and 'source' take it.";
+    private static final String DELETE = "delete";
     private static final Pattern PLAIN = Pattern.compile("[A-Za-z0-9_./:@%+,=][A-Za-z0-9_./:@%+,=-]*");
     private static final Pattern BREAK = Pattern.compile("[\\n\\r\\x00]");
     private static final List<Level> LEVELS = List.of(ExecutorCommands.LEVEL, ClusterCommands.LEVEL,
@@ -24,13 +25,21 @@ final class ConfigScript {
 
     // --- Writing ---
 
-    /** {@return the commands that make a configuration on an empty executor, a line each} */
-    static String write(ConfigNode executor) {
+    /**
+     * {@return the commands that make a configuration on an empty executor, a line each}
+     *
+     * @param leftOut what is not in it, for people
+     */
+    static String write(ConfigNode executor, List<String> leftOut) {
         StringBuilder text = new StringBuilder(HEAD).append('\n');
+        leftOut.forEach(line -> text.append("# ").append(line).append('\n'));
         if (!executor.changed().isEmpty()) {
             line(text, executor, "set", executor.changed());
         }
         executor.below(ClusterCommands.LEVEL).forEach(cluster -> write(text, cluster));
+        for (ConfigEntry kind : ConfigEntry.values()) {
+            executor.entries(kind).forEach(values -> text.append(kind.line(values)).append('\n'));
+        }
         return text.toString();
     }
 
@@ -98,58 +107,53 @@ final class ConfigScript {
         return text.contains("'") ? '"' + text.replace("\\", "\\\\").replace("\"", "\\\"") + '"' : "'" + text + "'";
     }
 
-    /** {@return a configuration as a document of maps and lists, with the same settings as the script} */
-    static Map<String, Object> document(ConfigNode node) {
-        Map<String, Object> document = new LinkedHashMap<>();
-        if (node.above != null) {
-            document.put(node.level.word(), documentValue(node.level.own().kind(), node.name));
-        }
-        node.changed().forEach((option, value) -> document.put(option.substring(2),
-                documentValue(node.level.property(option).kind(), value)));
-        if (node.level == ServerCommands.LEVEL && node.isDown()) {
-            document.put("down", true);
-        }
-        if (node.level == RuleCommands.LEVEL) {
-            document.put("servers", new ArrayList<>(node.members.values()));
-        }
-        for (Level lower : node.level.below()) {
-            document.put(lower.word() + "s", node.below(lower).stream().map(ConfigScript::document).toList());
-        }
-        return document;
-    }
-
-    private static Object documentValue(Kind kind, String value) {
-        if (kind == Kind.LISTENERS) {
-            return List.of(value.split("\n"));
-        }
-        return !kind.isText() && Kind.isNumber(value) ? Kind.LONG.parse(value, 0) : value;
-    }
-
     // --- Understanding ---
 
     /**
-     * Understands a script that makes a configuration.
+     * A command of a configuration.
+     *
+     * @param where its place, for people
+     * @param words the command
+     */
+    record Command(String where, List<String> words) {
+    }
+
+    /**
+     * Understands a file that makes a configuration: a script, or a document in JSON.
      *
      * @param tree the commands
      * @return the configuration that it makes on an empty executor
-     * @throws UsageError with the line that is no command, or one that configures nothing
+     * @throws UsageError with the place of what is no command, or of one that configures nothing
      */
     static ConfigNode read(CommandLine tree, List<String> lines) {
         ConfigNode executor = new ConfigNode(ExecutorCommands.LEVEL, null, "");
         executor.begin(Map.of());
-        for (int i = 0; i < lines.size(); i++) {
+        for (Command command : ConfigDocument.isDocument(lines) ? ConfigDocument.commands(lines) : commands(lines)) {
             try {
-                List<String> words = CommandLineSplitter.split(lines.get(i));
-                if (!words.isEmpty()) {
-                    take(executor, CommandRunner.leaf(CommandRunner.parse(tree, words)));
-                }
+                take(executor, CommandRunner.leaf(CommandRunner.parse(tree, command.words)));
             } catch (ParameterException error) {
-                throw new UsageError("line " + (i + 1) + ": " + CommandRunner.explain(error));
+                throw new UsageError(command.where + ": " + CommandRunner.explain(error));
             } catch (UsageError error) {
-                throw new UsageError("line " + (i + 1) + ": " + error.getMessage());
+                throw new UsageError(command.where + ": " + error.getMessage());
             }
         }
         return executor;
+    }
+
+    private static List<Command> commands(List<String> lines) {
+        List<Command> commands = new ArrayList<>();
+        for (int i = 0; i < lines.size(); i++) {
+            String where = "line " + (i + 1);
+            try {
+                List<String> words = CommandLineSplitter.split(lines.get(i));
+                if (!words.isEmpty()) {
+                    commands.add(new Command(where, words));
+                }
+            } catch (UsageError error) {
+                throw new UsageError(where + ": " + error.getMessage());
+            }
+        }
+        return commands;
     }
 
     private static void take(ConfigNode executor, ParseResult typed) {
@@ -160,6 +164,17 @@ final class ConfigScript {
         if (family.equals("rule server") && !verb.equals("list")) {
             takeMember(find(executor, RuleCommands.LEVEL, typed, 3), typed, verb);
             return;
+        }
+        for (ConfigEntry kind : ConfigEntry.values()) {
+            boolean isDelete = verb.equals(DELETE) && ConfigEntry.HIGH_AVAILABILITY.contains(kind);
+            if (family.equals(kind.family) && (verb.equals(kind.verb) || isDelete)) {
+                if (isDelete) {
+                    delete(executor, kind, typed);
+                } else {
+                    add(executor, kind, typed);
+                }
+                return;
+            }
         }
         Level level = LEVELS.stream().filter(kind -> kind.word().equals(family)).findFirst().orElse(null);
         int names = level == null ? 0 : level.identities().length;
@@ -173,10 +188,45 @@ final class ConfigScript {
             case "down" -> find(executor, level, typed, names).isMarkedDown = true;
             case "up" -> find(executor, level, typed, names).isMarkedDown = false;
             default -> throw new UsageError("'" + command + "' configures nothing: a configuration is made of 'executor"
-                    + " set', of adding, setting and removing clusters, ports, servers and rules, and of 'server down'");
+                    + " set', of adding, setting and removing clusters, ports, servers and rules, of 'server down', of"
+                    + " 'ha backup', 'ha heartbeat' and 'ha reach', of 'icmp set' and 'attack set'");
         }
         if (typed.hasMatchedOption("--argument")) {
             throw new UsageError("--argument cannot be read back, so that a configuration cannot have it");
+        }
+    }
+
+    /** Of those that are one at most, a command that sets takes the place of the one before. */
+    private static void add(ConfigNode executor, ConfigEntry kind, ParseResult typed) {
+        List<String> words = new ArrayList<>();
+        for (int i = 0; i < kind.size(); i++) {
+            words.add(typed.matchedPositionalValue(i, ""));
+        }
+        List<String> values = kind.understand(words);
+        List<List<String>> entries = executor.entries(kind);
+        if (kind.verb.equals("set")) {
+            entries.clear();
+        } else if (entries.stream().anyMatch(entry -> kind.key(entry).equals(kind.key(values)))) {
+            throw new UsageError("there is '" + kind.line(values) + "' already, or another one in its place");
+        }
+        if (!values.equals(kind.usual())) {
+            entries.add(values);
+        }
+    }
+
+    /** A backup takes the rest along, as in the executor that comes with the library. */
+    private static void delete(ConfigNode executor, ConfigEntry kind, ParseResult typed) {
+        boolean isThere;
+        if (kind == ConfigEntry.BACKUP) {
+            isThere = !executor.entries(kind).isEmpty();
+            ConfigEntry.HIGH_AVAILABILITY.forEach(other -> executor.entries(other).clear());
+        } else {
+            String address = ConfigEntry.address(typed.matchedPositionalValue(0, ""));
+            int ends = kind == ConfigEntry.HEARTBEAT ? 2 : 1;
+            isThere = executor.entries(kind).removeIf(values -> values.subList(0, ends).contains(address));
+        }
+        if (!isThere) {
+            throw new UsageError("there is no such one in the lines before");
         }
     }
 

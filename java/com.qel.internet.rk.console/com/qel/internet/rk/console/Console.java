@@ -30,7 +30,8 @@ import picocli.CommandLine.ParseResult;
             "With --user the executor runs inside the console itself: what you configure lasts as long as the console"
                 + " runs. Use a script, or type, to work on one state with several commands.",
             "",
-            "Exit status: 0 success; 1 the executor or the library refused; 2 bad usage; 3 no usable native library."})
+            "Exit status: 0 success; 1 the executor or the library refused; 2 bad usage; 3 no usable native library; 4 what"
+                + " 'config diff' compared differs."})
 final class Console {
     static final String NAME = "rk-console";
 

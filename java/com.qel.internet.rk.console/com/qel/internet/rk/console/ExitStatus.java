@@ -9,6 +9,8 @@ final class ExitStatus {
     static final int USAGE = 2;
     /** The native library cannot be loaded, or lacks a method. */
     static final int NO_LIBRARY = 3;
+    /** What was compared differs. */
+    static final int DIFFERENT = 4;
 
     private ExitStatus() {
     }

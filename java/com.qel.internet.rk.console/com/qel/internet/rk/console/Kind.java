@@ -110,11 +110,6 @@ enum Kind {
         };
     }
 
-    /** {@return whether the value is what was typed, whatever it looks like} */
-    boolean isText() {
-        return this == TEXT;
-    }
-
     /** {@return whether a text looks like a number} */
     static boolean isNumber(String text) {
         return NUMBER.matcher(text).matches();
@@ -133,6 +128,12 @@ enum Kind {
             case RULE_BOUND -> value instanceof String address ? typedAddress(address) : value.toString();
             default -> plain(value).toString();
         };
+    }
+
+    /** {@return a value as it is typed, for JSON: a Number for what is one} */
+    Object document(String typed) {
+        boolean isNumber = this != TEXT && this != TYPE_OF_SERVICE && isNumber(typed);
+        return isNumber ? LONG.parse(typed, 0) : typed;
     }
 
     /** {@return the value as programs read it: a Number, or a String} */
