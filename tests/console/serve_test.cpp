@@ -1,6 +1,7 @@
 // Metrics, and the page in a browser.
 #include "console_process.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <atomic>
 #include <csignal>
@@ -97,7 +98,9 @@ void interrupt(TerminalSession &session) {
 // Takes a text of OpenMetrics apart: samples by name and labels. Each family is described before its samples, which are
 // together, and only there; counters end with _total; labels are escaped; the end is marked.
 std::map<std::string, double> parseOpenMetrics(const std::string &text) {
-    const std::regex type("# TYPE ([a-z_][a-z0-9_]*) (gauge|counter)"), help("# HELP ([a-z_][a-z0-9_]*) [^\\\\]+"),
+    // A sample of one family must not look like one of another.
+    const std::regex reserved(".*_(total|created|count|sum|bucket|info|gcount|gsum)"),
+        type("# TYPE ([a-z_][a-z0-9_]*) (gauge|counter)"), help("# HELP ([a-z_][a-z0-9_]*) [^\\\\]+"),
         sample(R"(([a-z_][a-z0-9_]*)(\{[a-z]+="([^"\\]|\\["\\n])*"(,[a-z]+="([^"\\]|\\["\\n])*")*\})? (-?[0-9]+))");
     std::map<std::string, double> samples;
     std::set<std::string> families;
@@ -110,10 +113,12 @@ std::map<std::string, double> parseOpenMetrics(const std::string &text) {
             family = match[1];
             kind = match[2];
             EXPECT_TRUE(families.insert(family).second) << "again: " << lines[i];
+            EXPECT_FALSE(std::regex_match(family, reserved)) << lines[i];
         } else if (std::regex_match(lines[i], match, help)) {
             EXPECT_EQ(match[1], family) << lines[i];
         } else if (std::regex_match(lines[i], match, sample)) {
             EXPECT_EQ(match[1], family + (kind == "counter" ? "_total" : "")) << lines[i];
+            EXPECT_TRUE(kind == "gauge" || std::stod(match[6]) >= 0) << lines[i];
             EXPECT_TRUE(samples.emplace(match[1].str() + match[2].str(), std::stod(match[6])).second) << lines[i];
         } else {
             ADD_FAILURE() << "not OpenMetrics: " << lines[i];
@@ -180,6 +185,44 @@ TEST(Metrics, DashboardAsksForWhatThereIs) {
 // --- The server
 // -------------------------------------------------------------------------------------------------------
 
+// Who asks gets the form that it says it takes: OpenMetrics, with the same samples, or the older one.
+void expectMetricsAsAccepted(int port) {
+    struct Row {
+        const char *accept;
+        bool isOpen;
+    };
+    const Row rows[] = {
+        {"", false},
+        {"Accept: */*\r\n", false},
+        {"Accept: text/plain;version=0.0.4\r\n", false},
+        {"Accept: application/openmetrics-text\r\n", true},
+        {"Accept: Application/OpenMetrics-Text; version=1.0.0\r\n", true},
+        {"Accept: application/openmetrics-text;version=1.0.0;q=0.5,application/openmetrics-text;version=0.0.1;q=0.4,"
+         "text/plain;version=0.0.4;q=0.3,*/*;q=0.2\r\n",
+         true},
+        {"Accept: application/openmetrics-text;q=0.2, text/plain;q=0.9\r\n", true},
+        {"Accept: text/plain\r\nAccept: application/openmetrics-text\r\n", true},
+        {"Accept: application/openmetrics-text;q=0, text/plain\r\n", false},
+        {"Accept: application/openmetrics-text; q=0.000, text/plain\r\n", false},
+        {"Accept: application/openmetrics-text-of-another-kind\r\n", false},
+    };
+    for (const Row &row : rows) {
+        const std::string answer = get(port, "/metrics", row.accept), body = bodyOf(answer);
+        const char *type = row.isOpen ? "application/openmetrics-text; version=1.0.0; charset=utf-8"
+                                      : "text/plain; version=0.0.4; charset=utf-8";
+        EXPECT_TRUE(answer.find("\nContent-type: " + std::string(type) + "\r\n") != std::string::npos ||
+                    answer.find("\nContent-Type: " + std::string(type) + "\r\n") != std::string::npos)
+            << row.accept << answer;
+        // The family of a counter is named without _total in the one form and with it in the other.
+        EXPECT_EQ(body.ends_with("\n# EOF\n"), row.isOpen) << row.accept;
+        EXPECT_EQ(body.find("# TYPE rk_rule_fired counter\n") != std::string::npos, row.isOpen) << row.accept;
+        EXPECT_EQ(body.find("# TYPE rk_rule_fired_total counter\n") != std::string::npos, !row.isOpen) << row.accept;
+        if (row.isOpen) {
+            EXPECT_EQ(parseOpenMetrics(body).at("rk_executor_up"), 1);
+        }
+    }
+}
+
 TEST(Serve, AnswersForThePageAndForMonitoring) {
     TerminalSession session = openServing(kFarm);
     const int port = portOf(session);
@@ -197,13 +240,7 @@ TEST(Serve, AnswersForThePageAndForMonitoring) {
                   "\"weight\":0,\"active\":0,\"connections\":0,"),
         std::string::npos)
         << farm;
-    const std::string open = get(port, "/metrics", "Accept: application/openmetrics-text; version=1.0.0\r\n");
-    EXPECT_NE(open.find("application/openmetrics-text; version=1.0.0"), std::string::npos) << open;
-    EXPECT_EQ(parseOpenMetrics(bodyOf(open)).at("rk_executor_up"), 1);
-    const std::string plain = get(port, "/metrics");
-    EXPECT_NE(plain.find("text/plain; version=0.0.4"), std::string::npos) << plain;
-    EXPECT_NE(plain.find("# TYPE rk_rule_fired_total counter\n"), std::string::npos) << plain;
-
+    expectMetricsAsAccepted(port);
     EXPECT_EQ(get(port, "/", "", "POST").find("HTTP/1.1 405 "), 0U);
     EXPECT_EQ(get(port, "/../../etc/passwd").find("HTTP/1.1 404 "), 0U);
     EXPECT_EQ(get(port, "/cluster").find("HTTP/1.1 404 "), 0U);
@@ -284,25 +321,134 @@ TEST(Serve, TerminationEndsItInOrder) {
     EXPECT_EQ(session.seen.find("Exception"), std::string::npos) << session.seen;
 }
 
-// The page in a browser: what stands in it when its script has run.
-TEST(Serve, PageShowsTheFarmInABrowser) {
-    if (!fs::exists("/usr/bin/chromium"))
-        GTEST_SKIP() << "there is no Chromium here (Debian package chromium)";
+// --- The page in a browser
+// -------------------------------------------------------------------------------------------
+
+constexpr char kBrowser[] = "/usr/bin/chromium";
+constexpr char kChart[] = "/usr/share/javascript/chart.js/chart.min.js";
+
+// What has the focus, and whether that can be seen.
+constexpr char kFocused[] = "(document.activeElement.textContent || document.activeElement.id) + ' ' + "
+                            "getComputedStyle(document.activeElement).outlineStyle + ' ' + "
+                            "getComputedStyle(document.activeElement).outlineWidth";
+// Names as the table has them.
+constexpr char kNames[] = "[...document.querySelectorAll('#farm .name')].map((cell) => cell.textContent).join()";
+constexpr char kSorted[] = "[...document.querySelectorAll('[aria-sort]')].map((heading) => heading.textContent + ' ' + "
+                           "heading.getAttribute('aria-sort') + ' ' + "
+                           "getComputedStyle(heading.firstChild, '::after').content).join()";
+// The page has asked again since, and drawn its table anew.
+constexpr char kDrawnAgain[] = "wait (window.before = window.before || rates.get('').length) < rates.get('').length\n"
+                               "print (window.before = 0)\n";
+
+std::string print(const char *expression) {
+    return std::string("print ") + expression + "\n";
+}
+
+std::string press(const char *key, int times = 1) {
+    std::string steps;
+    for (int i = 0; i < times; ++i)
+        steps += std::string("key ") + key + "\n";
+    return steps;
+}
+
+// Opens the page of a farm, goes these steps on it (DriveBrowser.java), and returns what they print.
+std::vector<std::string> browse(const std::string &steps) {
     TerminalSession session = openServing(kFarm);
-    const int port = portOf(session);
     const std::string folder = makeFolder();
-    const std::string browser =
-        "timeout 120 /usr/bin/chromium --headless --no-sandbox --disable-gpu --user-data-dir=" + folder +
-        " --virtual-time-budget=3000 --dump-dom http://127.0.0.1:" + std::to_string(port) + "/ > " + folder +
-        "/dom 2> " + folder + "/errors";
-    EXPECT_EQ(std::system(browser.c_str()), 0) << readFile(folder + "/errors");
-    const std::string dom = readFile(folder + "/dom");
-    for (const char *part :
-         {"1 cluster, 2 servers, 1 down, 0 active connections", ">web1</button></td><td class=\"down\">down</td>",
-          "<td class=\"up\">up</td>", ">odd \"name\" \\</button>", ">rule all</button>", "aria-pressed=\"false\""})
-        EXPECT_NE(dom.find(part), std::string::npos) << part << " in " << dom;
-    EXPECT_NE(dom.find("id=\"failure\" role=\"alert\" hidden"), std::string::npos) << dom;
+    std::ofstream(folder + "/steps") << "open http://127.0.0.1:" << portOf(session)
+                                     << "/\nwait rates.has('') && rates.get('').length > 1\n"
+                                     << steps;
+    const std::string driver = std::string("timeout 300 " BROWSER_DRIVER " ") + kBrowser + " " + folder + " < " +
+                               folder + "/steps > " + folder + "/printed 2> " + folder + "/failure";
+    EXPECT_EQ(std::system(driver.c_str()), 0) << readFile(folder + "/failure") << readFile(folder + "/errors");
     interrupt(session);
+    return linesOf(readFile(folder + "/printed"));
+}
+
+TEST(Serve, PageIsUsedWithKeysInABrowser) {
+    if (!fs::exists(kBrowser))
+        GTEST_SKIP() << "there is no Chromium here (Debian package chromium)";
+    std::string steps = print("document.getElementById('summary').textContent") +
+                        print("document.getElementById('failure').hidden") +
+                        print("document.querySelector('td.down').textContent");
+    std::vector<std::string> expected = {"1 cluster, 2 servers, 1 down, 0 active connections", "true", "down"};
+
+    // The focus goes from the filter over the headings to the names, and can be seen everywhere.
+    for (const char *element : {"filter", "Name", "State", "Weight", "Active", "Connections", "Per second", "shop",
+                                "80", "web1", "odd \"name\" \\", "rule all"}) {
+        steps += press("Tab") + print(kFocused);
+        expected.push_back(std::string(element) + " solid 2px");
+    }
+    // A name is chosen by a key, and keeps the focus when the table is drawn anew.
+    steps += press("Enter") + kDrawnAgain + print(kFocused) +
+             print("document.activeElement.getAttribute('aria-pressed')") +
+             print("document.getElementById('plot-title').textContent") + press("Space") +
+             print("document.activeElement.getAttribute('aria-pressed')");
+    for (const char *line : {"0", "rule all solid 2px", "true", "shop 80 all: connections per second", "false"})
+        expected.emplace_back(line);
+
+    // Sorted by weight: from the highest, from the lowest, and as the farm is.
+    steps += "print document.querySelectorAll('th button')[2].focus()\n";
+    expected.emplace_back("undefined");
+    for (const char *key : {"Enter", "Space", "Enter"})
+        steps += press(key) + print(kSorted) + print(kNames);
+    const std::string farm = R"(shop,80,web1,odd "name" \,rule all)";
+    for (const char *line : {"Weight descending \" \xE2\x96\xBC\"", R"(odd "name" \,web1,shop,80,rule all)",
+                             "Weight ascending \" \xE2\x96\xB2\"", R"(shop,80,rule all,web1,odd "name" \)",
+                             "Weight descending \" \xE2\x96\xBC\"", R"(odd "name" \,web1,shop,80,rule all)"})
+        expected.emplace_back(line);
+    // The name's heading: from A on, from the end, and as the farm is.
+    steps += "print document.querySelectorAll('th button')[0].focus()\n";
+    expected.emplace_back("undefined");
+    steps += press("Enter") + print("document.querySelector('[aria-sort]').getAttribute('aria-sort')") +
+             press("Enter") + print("document.querySelector('[aria-sort]').getAttribute('aria-sort')") +
+             press("Enter") + print(kSorted) + print(kNames);
+    for (const std::string &line : {std::string("ascending"), std::string("descending"), std::string(), farm})
+        expected.push_back(line);
+
+    // Filtered by what is typed, by name and by state; Escape shows all.
+    steps += "print document.getElementById('filter').focus()\ntype WEB\n" + print(kNames) +
+             print("document.getElementById('shown').textContent") + kDrawnAgain + print(kNames) + press("Escape") +
+             "type down\n" + print(kNames) + press("Escape") + print(kNames);
+    for (const std::string &line : {std::string("undefined"), std::string("web1"), std::string("1 of 5"),
+                                    std::string("0"), std::string("web1"), std::string("web1"), farm})
+        expected.push_back(line);
+    EXPECT_EQ(browse(steps), expected);
+}
+
+// Pixels of the plot that have the colour of its line, within what smooth edges make of it, and others that are drawn.
+constexpr char kPixels[] = R"js((() => {
+  const canvas = document.getElementById('chart');
+  const data = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data;
+  const colour = getComputedStyle(document.documentElement).getPropertyValue('--accent').trim();
+  const wanted = [1, 3, 5].map((at) => parseInt(colour.substr(at, 2), 16));
+  let line = 0, drawn = 0;
+  for (let at = 0; at < data.length; at += 4) {
+    drawn += data[at + 3] > 0 ? 1 : 0;
+    line += data[at + 3] > 200 && wanted.every((value, part) => Math.abs(data[at + part] - value) < 24) ? 1 : 0;
+  }
+  return colour + ' ' + (line > canvas.width / 2) + ' ' + (drawn > 2 * line);
+})())js";
+
+std::string pixels() {
+    std::string line = kPixels;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return print(line.c_str());
+}
+
+// The plot is drawn by the Chart.js that is installed: its line goes over the plot, and scales stand around it.
+TEST(Serve, PlotIsDrawn) {
+    if (!fs::exists(kBrowser))
+        GTEST_SKIP() << "there is no Chromium here (Debian package chromium)";
+    if (!fs::exists(kChart))
+        GTEST_SKIP() << "there is no Chart.js here (Debian package libjs-chart.js)";
+    const std::string hidden = print("document.getElementById('no-chart').hidden");
+    const std::string steps = pixels() + hidden + "dark\n" + kDrawnAgain + pixels() +
+                              "block *chart.js\nprint location.reload()\n"
+                              "wait typeof Chart === 'undefined' && rates.has('')\n" +
+                              hidden + pixels();
+    EXPECT_EQ(browse(steps), (std::vector<std::string>{"#0b63c5 true true", "true", "0", "#7ab4ff true true",
+                                                       "undefined", "false", "#7ab4ff false false"}));
 }
 
 // --- A farm that forwards

@@ -108,7 +108,7 @@ final class FarmSample {
             rule.PortNumber = port.PortNumber;
             rule.RuleName = name;
             Refusal.check(Family.RULE, session.natives().getRuleReportNative(rule));
-            put(lines.size(), line("rule", cluster, number, name, rule.NumServers + " servers", -1,
+            put(lines.size(), line("rule", cluster, number, name, rule.NumServers + (rule.NumServers == 1 ? " server" : " servers"), -1,
                     rule.ActiveConnections, rule.TimesFired, rule.iBytesPerSecond));
         }
         return port.ActiveConnections;

@@ -10,8 +10,10 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.MessageDigest;
+import java.util.Arrays;
 import java.util.Base64;
 import java.util.List;
+import java.util.Locale;
 
 /** Answers requests for the page, for what it shows, and for the metrics. */
 final class Page implements HttpHandler {
@@ -73,14 +75,25 @@ final class Page implements HttpHandler {
                 send(exchange, text == null ? UNAVAILABLE : OK, "application/json", text == null ? "{}" : text);
             }
             case "/metrics" -> {
-                String accepted = exchange.getRequestHeaders().getFirst("Accept");
-                boolean isOpen = accepted != null && accepted.contains(OPEN_METRICS);
+                boolean isOpen = takesOpenMetrics(exchange.getRequestHeaders().getOrDefault("Accept", List.of()));
                 String text = farm.metrics(isOpen);
                 send(exchange, text == null ? UNAVAILABLE : OK,
                         isOpen ? OPEN_METRICS + "; version=1.0.0" : "text/plain; version=0.0.4", text == null ? "" : text);
             }
             default -> send(exchange, NOT_FOUND, "text/plain", "there is no such page\n");
         }
+    }
+
+    /** {@return whether one of the accepted types is OpenMetrics, with a quality above 0} */
+    private static boolean takesOpenMetrics(List<String> accepted) {
+        for (String type : String.join(",", accepted).toLowerCase(Locale.ROOT).split(",")) {
+            List<String> parts = Arrays.stream(type.split(";")).map(String::strip).toList();
+            boolean isRefused = parts.stream().anyMatch(part -> part.matches("q\\s*=\\s*0(\\.0*)?"));
+            if (parts.get(0).equals(OPEN_METRICS) && !isRefused) {
+                return true;
+            }
+        }
+        return false;
     }
 
     private static void sendChart(HttpExchange exchange) throws IOException {
