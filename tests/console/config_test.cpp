@@ -338,6 +338,7 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
         {"cluster add a --address 10.0.0.1 --max-ports many\n", "line 1: --max-ports: 'many' is not a number"},
         {"cluster add 'a\n", "line 1: a quote is not closed: 'a"},
         {"server down --address 10.0.0.1\n", "line 1: a configuration names each object"},
+        {"cluster add a --help\n", "line 1: 'cluster add' with a wish for help configures nothing"},
         {"ha reach change 0 1 1\n", "line 1: 'ha reach change' configures nothing: "},
         {"ha heartbeat add 10.0.0.300 10.0.0.1\n", "line 1: local: '10.0.0.300' is not an IPv4 address"},
         {"ha heartbeat add 10.0.0.1 10.0.0.2\nha heartbeat add 10.0.0.1 10.0.0.2\n",
@@ -360,7 +361,7 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
                                 rows[i].reason),
                   0U)
             << lines[i];
-    EXPECT_EQ(lines.back(), "line 13: config diff: /no/such: cannot be read: there is no such file");
+    EXPECT_EQ(lines.back(), "line 14: config diff: /no/such: cannot be read: there is no such file");
 }
 
 TEST(Config, DocumentThatIsNoConfigurationIsRefusedWithItsPlace) {
@@ -453,6 +454,24 @@ TEST(Config, HighAvailabilityChangesByWhatDiffers) {
                            kHead +
                            "ha backup add 1 0 9000\nha heartbeat add 10.1.0.2 10.1.0.1\nicmp set on 10.1.0.9\n"
                            "change icmp: on 10.1.0.9 -> off 0.0.0.0\nset attack protection: 1 2 3 4 5 6 7 8\n"),
+              std::string::npos)
+        << run.out;
+}
+
+// There are 32 at most: where there is no room for what comes beside what goes, that goes first.
+TEST(Config, FullListOfReachTargetsIsExchanged) {
+    const std::string file = makeFolder() + "/farm";
+    std::string before, after;
+    for (int target = 1; target <= 33; ++target) {
+        const std::string line = "ha reach add 10.2.0." + std::to_string(target) + " 255.255.255.0 1\n";
+        before += target <= 32 ? line : "";
+        after += target >= 2 ? line : "";
+    }
+    write(file, after);
+    const ConsoleRun run = runScript(before + "config apply " + file + "\nconfig export\n");
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_NE(run.out.find("remove ha reach 10.2.0.1 255.255.255.0 1\nadd ha reach 10.2.0.33 255.255.255.0 1\n" +
+                           kHead + after),
               std::string::npos)
         << run.out;
 }

@@ -158,6 +158,9 @@ final class ConfigScript {
 
     private static void take(ConfigNode executor, ParseResult typed) {
         String command = typed.commandSpec().qualifiedName().replaceFirst("^\\S+ ", "");
+        if (typed.isUsageHelpRequested()) {
+            throw new UsageError("'" + command + "' with a wish for help configures nothing");
+        }
         int last = command.lastIndexOf(' ');
         String family = last < 0 ? command : command.substring(0, last);
         String verb = command.substring(last + 1);

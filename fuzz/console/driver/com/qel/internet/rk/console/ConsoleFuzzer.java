@@ -24,7 +24,7 @@ import picocli.CommandLine;
 /**
  * Runs command lines that mostly make sense, on native methods that answer anything. A line is a finding when it throws
  * what is no usage error, hangs, ends with a status that does not fit, prints what is no JSON where JSON is wanted, or
- * changes something after a refusal.
+ * changes something after a refusal. Configurations are read and written beside it ({@link ConfigChecker}).
  *
  * <p>{@code ConsoleFuzzer SECONDS SEED FINDINGS SCRIPT...} makes lines from those of the scripts;
  * {@code ConsoleFuzzer replay FILE...} runs the lines of the files, each as it would be with several answers.
@@ -33,6 +33,7 @@ final class ConsoleFuzzer {
     private static final long LONGEST_NANOS = 10_000_000_000L;
     private static final int ANSWERS_PER_REPLAY = 50;
     private static final int MOST_FINDINGS = 20;
+    private static final int LINES_PER_CONFIGURATION = 8;
 
     /** Where the fuzzer itself prints: help goes to standard output, which is turned off. */
     private final PrintStream report = System.out;
@@ -60,6 +61,7 @@ final class ConsoleFuzzer {
     }
 
     public static void main(String[] arguments) throws IOException {
+        System.setProperty("jdk.net.hosts.file", "/dev/null"); // no name in a line is looked up anywhere
         ConsoleFuzzer fuzzer = new ConsoleFuzzer();
         if (arguments.length >= 2 && arguments[0].equals("replay")) {
             System.exit(fuzzer.replay(arguments));
@@ -112,6 +114,7 @@ final class ConsoleFuzzer {
             scripts.add(Path.of(arguments[i]));
         }
         LineMaker lines = new LineMaker(new Random(seed), tree, scripts);
+        ConfigChecker configurations = new ConfigChecker(tree, session.output, new Random(seed));
         watch(folder);
         Set<String> seen = new TreeSet<>();
         long begun = System.nanoTime();
@@ -120,6 +123,15 @@ final class ConsoleFuzzer {
             String wrong = wrongWith(line, seed + executions);
             if (wrong != null && seen.add(wrong.replaceAll("\\d+", "N"))) {
                 keep(folder, line, wrong);
+            }
+            if (executions % LINES_PER_CONFIGURATION == 0) {
+                String configuring = lines.makeConfiguring();
+                running.set(new Running(configuring, System.nanoTime()));
+                wrong = configurations.wrongWith(configuring);
+                running.set(null);
+                if (wrong != null && seen.add(wrong.replaceAll("\\d+", "N"))) {
+                    keep(folder, configuring, wrong);
+                }
             }
         }
         double seconds = (System.nanoTime() - begun) / 1e9;

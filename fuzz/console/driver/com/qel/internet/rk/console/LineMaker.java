@@ -27,6 +27,9 @@ final class LineMaker {
     /** Commands that name files, which lines made at random must not touch, and commands that only a key ends. */
     private static final Set<String> LEFT_OUT = Set.of("config", "source", "serve", "top", "watch");
 
+    private static final Set<String> CONFIGURING = Set.of("executor", "cluster", "port", "server", "rule", "ha", "icmp",
+            "attack");
+
     private final Random random;
     private final List<String> known = new ArrayList<>();
     private final List<CommandSpec> commands = new ArrayList<>();
@@ -51,6 +54,16 @@ final class LineMaker {
         while (true) {
             String line = makeAny();
             if (!isLeftOut(line)) {
+                return line;
+            }
+        }
+    }
+
+    /** {@return a line that may be one of a configuration} */
+    String makeConfiguring() {
+        while (true) {
+            String line = makeAny();
+            if (CONFIGURING.contains(line.split(" ", 2)[0])) {
                 return line;
             }
         }
