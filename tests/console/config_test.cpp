@@ -323,7 +323,8 @@ TEST(Config, ApplyKeepsTraffic) {
     EXPECT_EQ(linesWith(readFile(log), " writeServerWeights ").size(), 1U);
 }
 
-TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
+// A script with its line, a document in JSON with its place.
+TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsPlace) {
     const std::string file = makeFolder() + "/farm";
     struct Row {
         const char *text;
@@ -332,7 +333,7 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
     const Row rows[] = {
         {"\nlog tail\n", "line 2: 'log tail' configures nothing: "},
         {"cluster add shop\n", "line 1: Missing required option: '--address=ADDRESS'"},
-        {"port add shop 80\n", "line 1: there is no cluster 'shop' in the lines before"},
+        {"port add shop 80\n", "line 1: there is no cluster 'shop' before this"},
         {"cluster add a --address 10.0.0.1\ncluster add A --address 10.0.0.2\n",
          "line 2: there is a cluster 'A' already"},
         {"cluster add a --address 10.0.0.1 --max-ports many\n", "line 1: --max-ports: 'many' is not a number"},
@@ -345,32 +346,7 @@ TEST(Config, FileThatIsNoConfigurationIsRefusedWithItsLine) {
          "line 2: there is 'ha heartbeat add 10.0.0.1 10.0.0.2' already"},
         {"ha backup add 0 0 1\nha backup add 1 0 1\n", "line 2: there is 'ha backup add 1 0 1' already, or another"},
         {"ha reach add 10.0.0.1 255.0.0.0 1\nha backup add 0 0 1\nha backup delete\nha reach delete 10.0.0.1\n",
-         "line 4: there is no such one in the lines before"},
-    };
-    std::string script;
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        write(file + std::to_string(i), rows[i].text);
-        script += "config apply " + file + std::to_string(i) + "\n";
-    }
-    const ConsoleRun run = runScript(script + "config diff /no/such\n", {"--keep-going"});
-    EXPECT_EQ(run.exitStatus, 2);
-    const std::vector<std::string> lines = linesOf(run.err);
-    ASSERT_EQ(lines.size(), std::size(rows) + 1) << run.err;
-    for (std::size_t i = 0; i < std::size(rows); ++i)
-        EXPECT_EQ(lines[i].find("line " + std::to_string(i + 1) + ": config apply: " + file + std::to_string(i) + ": " +
-                                rows[i].reason),
-                  0U)
-            << lines[i];
-    EXPECT_EQ(lines.back(), "line 14: config diff: /no/such: cannot be read: there is no such file");
-}
-
-TEST(Config, DocumentThatIsNoConfigurationIsRefusedWithItsPlace) {
-    const std::string file = makeFolder() + "/farm";
-    struct Row {
-        const char *text;
-        const char *reason;
-    };
-    const Row rows[] = {
+         "line 4: there is no such one before this"},
         {"{\"clusters\": [\n{\"cluster\": }]}", "no JSON: it is malformed at line 2 column 13, in clusters[0].cluster"},
         {"{\"clusters\": [", "no JSON: the document has no end"},
         {"{} {}", "no JSON: it is malformed at line 1 column 5"},
@@ -393,7 +369,7 @@ TEST(Config, DocumentThatIsNoConfigurationIsRefusedWithItsPlace) {
          "clusters[0].ports[0].servers[0].down: is neither true nor false"},
         {"{\"clusters\": [{\"cluster\": \"a\", \"address\": \"10.0.0.1\", \"ports\": [{\"port\": 80,"
          " \"rules\": [{\"rule\": \"r\", \"type\": \"always\", \"servers\": [\"s\"]}]}]}]}",
-         "clusters[0].ports[0].rules[0].servers: there is no server 's' in the lines before"},
+         "clusters[0].ports[0].rules[0].servers: there is no server 's' before this"},
         {"{\"heartbeats\": [{\"local\": \"10.0.0.1\"}]}", "heartbeats[0]: there is no value 'partner'"},
         {"{\"backup\": {\"role\": 1, \"strategy\": 0, \"port\": 70000}}", "backup: port: 70000 is outside 0 to 65535"},
         {"{\"backup\": {\"role\": 1, \"strategy\": 0, \"port\": 7, \"mode\": 1}}",
@@ -404,17 +380,21 @@ TEST(Config, DocumentThatIsNoConfigurationIsRefusedWithItsPlace) {
         write(file + std::to_string(i), rows[i].text);
         script += "config apply " + file + std::to_string(i) + "\n";
     }
-    std::string deep(100'000, '[');
-    write(file, R"({"left-out": )" + deep);
-    const ConsoleRun run = runScript(script + "config apply " + file + "\ncluster list --json\n", {"--keep-going"});
+    write(file, R"({"left-out": )" + std::string(100'000, '['));
+    const ConsoleRun run =
+        runScript(script + "config apply " + file + "\nconfig diff /no/such\ncluster list --json\n", {"--keep-going"});
     EXPECT_EQ(run.exitStatus, 2);
     EXPECT_EQ(run.out, "[]\n");
     const std::vector<std::string> lines = linesOf(run.err);
-    ASSERT_EQ(lines.size(), std::size(rows) + 1) << run.err;
+    ASSERT_EQ(lines.size(), std::size(rows) + 2) << run.err;
     for (std::size_t i = 0; i < std::size(rows); ++i)
-        EXPECT_EQ(lines[i], "line " + std::to_string(i + 1) + ": config apply: " + file + std::to_string(i) + ": " +
-                                rows[i].reason);
-    EXPECT_TRUE(lines.back().ends_with(": a configuration is not that deep")) << lines.back().substr(0, 1000);
+        EXPECT_EQ(lines[i].find("line " + std::to_string(i + 1) + ": config apply: " + file + std::to_string(i) + ": " +
+                                rows[i].reason),
+                  0U)
+            << lines[i];
+    EXPECT_TRUE(lines[std::size(rows)].ends_with(": a configuration is not that deep"));
+    EXPECT_TRUE(lines.back().ends_with(": config diff: /no/such: cannot be read: there is no such file"))
+        << lines.back();
 }
 
 // What is between two partners: as little as can be changes, and one step is one change, back and forth.
@@ -458,35 +438,35 @@ TEST(Config, HighAvailabilityChangesByWhatDiffers) {
         << run.out;
 }
 
-// There are 32 at most: where there is no room for what comes beside what goes, that goes first.
-TEST(Config, FullListOfReachTargetsIsExchanged) {
-    const std::string file = makeFolder() + "/farm";
-    std::string before, after;
+// There are 32 reach targets at most: where there is no room for what comes beside what goes, that goes first. And a
+// backup that the executor refuses, of which the library says nothing, leaves what was.
+TEST(Config, HighAvailabilityIsExchangedAsAWholeOrStays) {
+    const std::string folder = makeFolder(), exchanged = folder + "/exchanged", refused = folder + "/refused";
+    const std::string pair = "ha backup add 0 1 9000\nha heartbeat add 10.1.0.1 10.1.0.2\n";
+    std::string before = pair, after = pair;
     for (int target = 1; target <= 33; ++target) {
         const std::string line = "ha reach add 10.2.0." + std::to_string(target) + " 255.255.255.0 1\n";
         before += target <= 32 ? line : "";
         after += target >= 2 ? line : "";
     }
-    write(file, after);
-    const ConsoleRun run = runScript(before + "config apply " + file + "\nconfig export\n");
+    write(exchanged, after);
+    write(refused,
+          "cluster add shop --address 10.0.0.10\nha heartbeat add 10.1.0.5 10.1.0.6\nha backup add 7 0 9000\n");
+    const ConsoleRun run = runScript(before + "config apply " + exchanged + "\nconfig export\n! config apply " +
+                                     refused + "\nconfig export\n");
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_NE(run.out.find("remove ha reach 10.2.0.1 255.255.255.0 1\nadd ha reach 10.2.0.33 255.255.255.0 1\n" +
-                           kHead + after),
+                           kHead + after + kHead),
               std::string::npos)
         << run.out;
-}
-
-TEST(Config, BackupThatTheExecutorRefusesLeavesWhatWas) {
-    const std::string file = makeFolder() + "/farm";
-    write(file, "cluster add shop --address 10.0.0.10\nha heartbeat add 10.1.0.5 10.1.0.6\nha backup add 7 0 9000\n");
-    const std::string before = "ha backup add 0 1 9000\nha heartbeat add 10.1.0.1 10.1.0.2\n"
-                               "ha reach add 10.1.0.100 255.255.255.0 1\n";
-    const ConsoleRun run = runScript(before + "! config apply " + file + "\nconfig export\n");
-    EXPECT_EQ(run.exitStatus, 0) << run.err;
-    EXPECT_TRUE(run.out.ends_with(kHead + before)) << run.out;
-    EXPECT_NE(run.err.find("ha backup 7 0 9000: the executor refused it; the 4 steps before it were undone"),
+    // A cluster, a heartbeat, 32 targets and the backup went or came before.
+    EXPECT_NE(run.err.find("ha backup 7 0 9000: the executor refused it; the 35 steps before it were undone"),
               std::string::npos)
         << run.err;
+    std::vector<std::string> left = linesOf(run.out.substr(run.out.rfind(kHead) + kHead.size())), had = linesOf(after);
+    std::sort(left.begin(), left.end());
+    std::sort(had.begin(), had.end());
+    EXPECT_EQ(left, had);
 }
 
 // A difference has an exit status of its own: 1 is that the executor could not be asked.

@@ -229,7 +229,7 @@ final class ConfigScript {
             isThere = executor.entries(kind).removeIf(values -> values.subList(0, ends).contains(address));
         }
         if (!isThere) {
-            throw new UsageError("there is no such one in the lines before");
+            throw new UsageError("there is no such one before this");
         }
     }
 
@@ -243,7 +243,7 @@ final class ConfigScript {
                     .filter(kind -> kind.own().label().equals(identity.label())).findFirst().orElseThrow();
             ConfigNode child = at.child(lower, name);
             if (child == null) {
-                throw new UsageError("there is no " + lower.word() + " '" + name + "' in the lines before");
+                throw new UsageError("there is no " + lower.word() + " '" + name + "' before this");
             }
             at = child;
         }
@@ -275,7 +275,7 @@ final class ConfigScript {
         String name = name(ServerCommands.LEVEL.own(), typed, 3);
         ConfigNode server = rule.above.child(ServerCommands.LEVEL, name);
         if (server == null) {
-            throw new UsageError("there is no server '" + name + "' in the lines before");
+            throw new UsageError("there is no server '" + name + "' before this");
         }
         if (verb.equals("add")) {
             rule.members.put(KnownNames.inCapitals(name), server.name);
