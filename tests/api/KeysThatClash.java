@@ -40,6 +40,7 @@ final class KeysThatClash {
         Check.expect("servers", port.servers(), List.of(server, port.server("other")));
         Check.expect("case does not count", executor.cluster("SRV105").status().ports(), 1);
         Check.expect("equal", executor.cluster("SRV105"), cluster);
+        port.changeWeights(List.of(new WeightChange(server, 0)));
         server.remove();
         Check.expectRefusal("a weight of none", -11, "UNKNOWN_SERVER",
                 () -> port.changeWeights(List.of(new WeightChange(server, 5))));

@@ -168,6 +168,12 @@ final class Refusals {
         Server elsewhere = web.port(81).server("s");
         refused("weight of another port's server", () -> port.changeWeights(List.of(new WeightChange(elsewhere, 1))));
         refused("member of another port", () -> port.rule("r").addServer(elsewhere));
+        web.port(81).add(PortSettings.none());
+        elsewhere.add(ServerSettings.none());
+        web.port(81).changeWeights(List.of(new WeightChange(elsewhere, 1)));
+        refused("weight of another port's server that is known",
+                () -> port.changeWeights(List.of(new WeightChange(elsewhere, 1))));
+        web.port(81).remove();
     }
 
     private static void ofSomeServers(Port port) {

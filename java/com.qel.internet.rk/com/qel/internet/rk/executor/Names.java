@@ -41,6 +41,9 @@ final class Names {
     /** Goes on each time that a name may be known no more: names that were known before are looked up again. */
     private long time;
 
+    /** What the servers that are known at this time have in common, by their places. */
+    private final Map<String, Object> marks = new HashMap<>();
+
     Names(Channel channel, CMNExecutorInterface natives) {
         this.channel = channel;
         this.natives = natives;
@@ -52,7 +55,7 @@ final class Names {
      * @throws ExecutorException when it would, or when the names cannot be listed
      */
     void requireOwnKey(Name name) {
-        if (name.lastKnown == time) {
+        if (isKnown(name)) {
             return; // and so is a server's cluster
         }
         if (name.isServer()) {
@@ -84,9 +87,19 @@ final class Names {
         }
     }
 
-    /** {@return the time: what was known at it is known as long as it stays} */
-    long time() {
-        return time;
+    /** {@return whether the executor is known to have it} */
+    boolean isKnown(Name name) {
+        return name.lastKnown == time;
+    }
+
+    /** {@return what stands for the servers of a place that are known: another one when they may be known no more} */
+    Object markOf(String place) {
+        return marks.computeIfAbsent(place, newPlace -> new Object());
+    }
+
+    private void goOn() {
+        time++;
+        marks.clear();
     }
 
     /** Lists the names of a name's place. {@return another one with the same key; null when there is none} */
@@ -108,7 +121,7 @@ final class Names {
 
     /** Keeps that an object was removed, and what hung below it. */
     void removed(Name name) {
-        time++;
+        goOn();
         known.getOrDefault(name.place(), new HashSet<>()).remove(name.capitals());
         if (!name.isServer()) {
             known.keySet().removeIf(place -> place.startsWith(name.capitals() + " "));
@@ -117,7 +130,7 @@ final class Names {
 
     /** Keeps that a port was removed, and its servers with it. */
     void removedPort(Name cluster, int port) {
-        time++;
+        goOn();
         known.remove(Name.placeOf(cluster, port));
     }
 
@@ -156,7 +169,7 @@ final class Names {
     }
 
     private void keep(String place, Collection<String> names) {
-        time++;
+        goOn();
         known.put(place, names.stream().map(Name::inCapitals).collect(Collectors.toCollection(HashSet::new)));
     }
 

@@ -7,6 +7,7 @@ import com.qel.internet.rk.common.CMNStatus.Family;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collection;
+import java.util.Collections;
 import java.util.List;
 import java.util.function.ToIntBiFunction;
 
@@ -172,7 +173,7 @@ public final class Port {
             channel.check(this, Family.WEIGHTS, natives.getServerWeightsNative(weights, count));
             ServerWeight[] rows = new ServerWeight[count];
             Arrays.setAll(rows, i -> ServerWeight.of(weights, i));
-            return List.of(rows);
+            return Collections.unmodifiableList(Arrays.asList(rows));
         });
     }
 
@@ -187,25 +188,38 @@ public final class Port {
         WeightChange[] all = changes.toArray(WeightChange[]::new);
         CMNServerWeights weights = weights(all.length);
         channel.together(natives -> {
+            Names names = channel.names();
+            Object mark = names.markOf(place);
             for (int i = 0; i < all.length; i++) {
-                all[i].server().requireOf(this);
-                all[i].server().requireOwnKey(channel.names());
+                if (!all[i].server().hasMark(mark)) {
+                    all[i].server().requireOf(this);
+                    all[i].server().requireOwnKey(names);
+                    mark = names.markOf(place);
+                }
                 all[i].putInto(weights, i);
             }
             channel.check(this, Family.WEIGHTS, natives.setServerWeightsNative(weights, all.length));
             return null;
         });
+        int results = 0;
+        for (int result : weights.iRC) {
+            results |= result;
+        }
+        if (results != 0) {
+            throw refusalOf(all, weights.iRC);
+        }
+    }
+
+    private static ExecutorException refusalOf(WeightChange[] changes, int[] results) {
         List<Server> refused = new ArrayList<>();
         int reason = 0; // of the first
-        for (int i = 0; i < all.length; i++) {
-            if (weights.iRC[i] != 0) {
-                reason = refused.isEmpty() ? weights.iRC[i] : reason;
-                refused.add(all[i].server());
+        for (int i = 0; i < changes.length; i++) {
+            if (results[i] != 0) {
+                reason = refused.isEmpty() ? results[i] : reason;
+                refused.add(changes[i].server());
             }
         }
-        if (reason != 0) {
-            throw new ExecutorException("weights of " + refused, Family.REASON, reason);
-        }
+        return new ExecutorException("weights of " + refused, Family.REASON, reason);
     }
 
     /** {@return the clients that stay with servers of this port} */

@@ -15,14 +15,12 @@ public final class Server {
 
     // What a change of a thousand weights looks at, without going on to each name.
     private final int key;
-    private final String place;
-    private long lastKnown = Names.NEVER;
+    private Object mark;
 
     Server(Channel channel, Name name) {
         this.channel = channel;
         this.name = name;
         this.key = name.key();
-        this.place = name.place();
     }
 
     /** {@return the identifier} */
@@ -129,17 +127,25 @@ public final class Server {
      * @throws IllegalArgumentException when it is none
      */
     void requireOf(Port port) {
-        if (!port.has(channel, place)) {
+        if (!port.has(channel, name.place())) {
             throw new IllegalArgumentException(this + " is no server of " + port);
         }
     }
 
-    /** Goes on only when the executor would not take another server for this one; for who has the lock. */
+    /**
+     * Goes on only when the executor would not take another server for this one, which has its port's mark then as long
+     * as it is known; for who has the lock.
+     */
     void requireOwnKey(Names names) {
-        if (lastKnown != names.time()) {
-            names.requireOwnKey(name);
-            lastKnown = name.lastKnown; // one that is not there may have another's key as soon as that is added
+        names.requireOwnKey(name);
+        if (names.isKnown(name)) { // one that is not there may have another's key as soon as that is added
+            mark = names.markOf(name.place());
         }
+    }
+
+    /** {@return whether this is one of the servers that a mark stands for: {@link Names#markOf}} */
+    boolean hasMark(Object other) {
+        return mark == other;
     }
 
     Name identity() {

@@ -37,10 +37,15 @@ public record WeightChange(Server server, int weight, boolean fixed, boolean dow
         this(server, weight, false, false);
     }
 
+    /** Puts the values into new arrays, where nothing is set yet. */
     void putInto(CMNServerWeights weights, int index) {
         weights.iServerIdKey[index] = server.key();
         weights.iWeight[index] = weight;
-        weights.bFixedWeight[index] = (byte) (fixed ? 1 : 0);
-        weights.ucQuiescedDown[index] = down ? 1 : 0;
+        if (fixed) {
+            weights.bFixedWeight[index] = 1;
+        }
+        if (down) {
+            weights.ucQuiescedDown[index] = 1;
+        }
     }
 }
