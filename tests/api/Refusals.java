@@ -5,6 +5,7 @@ import com.qel.internet.rk.executor.AffinityRecord;
 import com.qel.internet.rk.executor.Cluster;
 import com.qel.internet.rk.executor.ClusterSettings;
 import com.qel.internet.rk.executor.ConnectionEnds;
+import com.qel.internet.rk.executor.ConnectionRecord;
 import com.qel.internet.rk.executor.Executor;
 import com.qel.internet.rk.executor.ExecutorSettings;
 import com.qel.internet.rk.executor.IcmpResponse;
@@ -101,9 +102,15 @@ final class Refusals {
         executor.diagnostics().allocateConnection(ends, 1);
         Check.expect("half-open", executor.diagnostics().halfOpenConnections().get(0).client(), ipv4("10.9.0.1"));
         Check.expect("attacking", executor.diagnostics().attackingAddresses(ipv4("10.0.0.5"), 80).get(0).value(), 1);
+        ConnectionRecord connection = executor.diagnostics().connections().get(0);
+        Check.expect("ends", connection.ends(), ends);
+        Check.expect("state", connection.state(), 1);
+        Check.expect("states of TCP", connection.previousState() + " " + connection.currentState(), "LISTN SNRCV");
+        Check.expect("age", connection.age().isNegative(), false);
         Check.expectRefusal("connection twice", -112, "CONNECTION_EXISTS",
                 () -> executor.diagnostics().allocateConnection(ends, 1));
         executor.diagnostics().deallocateConnection(ends);
+        Check.expect("no connection", executor.diagnostics().connections(), List.of());
         Check.expect("none is half-open", executor.diagnostics().halfOpenConnections(), List.of());
         server.remove();
     }

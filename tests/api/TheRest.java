@@ -7,6 +7,7 @@ import com.qel.internet.rk.executor.Executor;
 import com.qel.internet.rk.executor.Heartbeat;
 import com.qel.internet.rk.executor.HighAvailability;
 import com.qel.internet.rk.executor.IcmpResponse;
+import com.qel.internet.rk.executor.InterfaceRecord;
 import com.qel.internet.rk.executor.Port;
 import com.qel.internet.rk.executor.PortSettings;
 import com.qel.internet.rk.executor.ReachTarget;
@@ -116,6 +117,10 @@ final class TheRest {
                 Optional.of(ipv4("127.0.0.1")));
         Check.expect("no interface", executor.aliases().interfaceOnSubnet(ipv4("203.0.113.1")), Optional.empty());
         Check.expect("no alias", executor.aliases().of(ipv4("203.0.113.1")), Optional.empty());
+        InterfaceRecord loopback = executor.aliases().interfaces().stream()
+                .filter(each -> each.address().equals(ipv4("127.0.0.1"))).findFirst().orElseThrow();
+        Check.expect("loopback", loopback.name() + " " + loopback.hardwareAddress(), "lo 00:00:00:00:00:00");
+        Check.expect("its mask", loopback.mask(), ipv4("255.0.0.0"));
         Check.expectPart("interfaces", executor.diagnostics().dumpInterfaces(), "Interface List Info.");
     }
 }

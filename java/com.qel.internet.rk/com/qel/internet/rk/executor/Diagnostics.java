@@ -100,7 +100,7 @@ public final class Diagnostics {
     }
 
     /**
-     * Prints the network interfaces as the executor knows them.
+     * Prints the network interfaces as the executor knows them; {@link Aliases#interfaces} lists them.
      *
      * @return the text, behind that of the counters
      * @throws ExecutorException when the executor refuses, or there is no memory for the text
@@ -122,6 +122,16 @@ public final class Diagnostics {
     public String dumpConnections(boolean withRecords) {
         return channel.together(natives -> withoutWarning(channel.requireText("connections",
                 natives.getConnectionInfoNative(0, 0, 0, 0, 0, 0, withRecords ? 1 : 0))));
+    }
+
+    /**
+     * Lists all connections. The library writes its warning to the process's standard output.
+     *
+     * @return the connections, at most 1599
+     * @throws ExecutorException when the executor refuses, or there is no memory for the list
+     */
+    public List<ConnectionRecord> connections() {
+        return ConnectionRecord.parse(dumpConnections(true));
     }
 
     /**
