@@ -587,6 +587,10 @@ case_guide() {
             fail "a command of the guide: $(tail -n 2 /run/console)"
         }
     done
+    sed -n "s/^    rk-console //p" "$here/../../docs/many-directors.md" > /run/console
+    (($(wc -l < /run/console) == 4)) || fail "the guide of many directors has other commands"
+    "$build/bin/rk-console" --echo --script /run/console > /run/said 2>&1 ||
+        fail "a command of the guide of many directors: $(tail -n 2 /run/said)"
     sed -n "s/^    d1# nft /nft /p" "$guide" > /run/filter
     (($(wc -l < /run/filter) == 3)) || fail "the guide has other commands for the packet filter"
     in_ns d1 bash -e /run/filter || fail "a command of the guide for the packet filter"
@@ -703,6 +707,31 @@ case_held_split_brain() {
     all_held
     end_serving
 }
+
+# How long a connection takes to get to the standby, in milliseconds; the guide tells.
+copied() { (($(in_ns d2 grep -c ESTABLISHED /proc/net/ip_vs_conn) >= $1)); } # COUNT
+case_held_lag() {
+    both 1
+    "$traffic" serve 80 > /run/serving &
+    servers=$!
+    within 20 grep -q serving /run/serving || fail "no servers"
+    local i began all=()
+    for ((i = 1; i <= 5; ++i)); do
+        coproc holder { "$traffic" converse 6 10.1.0.50 80; }
+        read -r -t 20 -u "${holder[0]}" line
+        all_held
+        began=$(date +%s%3N)
+        expect "six connections are copied" copied 6
+        all+=("$(($(date +%s%3N) - began))")
+        exec {holder[1]}>&-
+        wait "$holder_PID" 2> /dev/null
+        within 60 none_copied || fail "copies of connections that have ended stay"
+    done
+    echo "   milliseconds from the last packet to the copy: ${all[*]}"
+    kill "$servers"
+    wait "$servers" 2> /dev/null
+}
+none_copied() { ! copied 1; }
 
 case_copies() {
     both 1

@@ -399,6 +399,10 @@ case_many_bird() {
         echo "   skipped: there is no bird (tests/directors/fetch_bird $build)"
         return
     fi
+    # The options of the program are taken as they stand there.
+    [[ $(sed -n 's/^    qelxwd \(.*\) --log .*/\1/p' "$here/../../docs/many-directors.md") == \
+        "--forward kernel --scheduler mh --announce-table $announce_table" ]] ||
+        fail "the guide starts the program otherwise than these cases do"
     begin begin_birds
     drain 2
     expect "d2 is not asked any more" spread 1 3
