@@ -240,6 +240,7 @@ TEST(Serve, AnswersForThePageAndForMonitoring) {
                   "\"weight\":0,\"active\":0,\"connections\":0,"),
         std::string::npos)
         << farm;
+    EXPECT_NE(farm.find("\"name\":\"all\",\"state\":\"1 server\","), std::string::npos) << farm;
     expectMetricsAsAccepted(port);
     EXPECT_EQ(get(port, "/", "", "POST").find("HTTP/1.1 405 "), 0U);
     EXPECT_EQ(get(port, "/../../etc/passwd").find("HTTP/1.1 404 "), 0U);
