@@ -26,14 +26,14 @@ enum class ForwardMode : uint8_t {
 
 struct DeviceOptions {
     DeviceAction action = DeviceAction::serve;
-    std::string deviceName; // below /dev
-    bool isForeground = false;
-    std::string logFile; // empty: no log
     ForwardMode forward = ForwardMode::automatic;
-    std::string scheduler;        // how the kernel picks servers
-    uint32_t announceTable = 0;   // the table of routes by which addresses are announced; 0: they are not
-    std::string copyInterface;    // the network of the directors that connections are copied to; empty: they are not
+    bool isForeground = false;
     bool keepsForwarding = false; // what is in force stays so at the end
+    uint32_t announceTable = 0;   // the table of routes by which addresses are announced; 0: they are not
+    std::string deviceName;       // below /dev
+    std::string logFile;          // empty: no log
+    std::string scheduler;        // how the kernel picks servers
+    std::string copyInterface;    // the network of the directors that connections are copied to; empty: they are not
     AvailabilityChoice availability;
     std::string mistake; // what is wrong with a command line that is refused
 };
