@@ -3,6 +3,7 @@ import com.google.gson.JsonObject;
 import java.io.BufferedReader;
 import java.io.IOException;
 import java.io.InputStreamReader;
+import java.io.PrintStream;
 import java.net.URI;
 import java.net.http.HttpClient;
 import java.net.http.WebSocket;
@@ -33,6 +34,7 @@ import java.util.concurrent.TimeUnit;
  */
 final class DriveBrowser {
     private static final long LONGEST_SECONDS = 60;
+    private static final PrintStream OUT = new PrintStream(System.out, true, StandardCharsets.UTF_8);
 
     /** A key: what the browser is told of it. */
     private record Key(String name, int code, String text) {
@@ -149,7 +151,7 @@ final class DriveBrowser {
                 }
             }
             case "wait" -> waitFor(words[1]);
-            case "print" -> System.out.println(evaluate(words[1]));
+            case "print" -> OUT.println(evaluate(words[1]));
             case "picture" -> Files.write(Path.of(words[1]), Base64.getDecoder()
                     .decode(command("Page.captureScreenshot", Map.of("format", "png")).get("data").getAsString()));
             default -> throw new IOException("no step: " + step);

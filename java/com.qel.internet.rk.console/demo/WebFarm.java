@@ -35,6 +35,7 @@ final class WebFarm {
     private static final int BAR = 40;
     private static final int ASKED_BEFORE = 30; // requests on each side of a change
 
+    private static final String BLOCK = "\u2588"; // the file is read with the machine's own letters: it has ASCII alone
     private static final PrintStream OUT = new PrintStream(System.out, true, StandardCharsets.UTF_8);
 
     private final Map<String, Integer> sent = new TreeMap<>(); // requests by the server that answered
@@ -242,7 +243,7 @@ final class WebFarm {
         OUT.println("    " + all + " requests" + whose);
         shares.forEach((server, count) -> {
             int length = Math.max(1, Math.round((float) BAR * count / all));
-            OUT.printf("      %s %-" + BAR + "s %4d%n", server, "█".repeat(length), count);
+            OUT.printf("      %s %-" + BAR + "s %4d%n", server, BLOCK.repeat(length), count);
         });
     }
 
