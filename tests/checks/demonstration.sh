@@ -4,6 +4,7 @@ set -euo pipefail
 source_root=$1
 build=$2
 java=$3
+export LC_ALL=C # as on a machine that was told no language
 folder=$(mktemp -d)
 serving=
 finish() {
