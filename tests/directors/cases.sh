@@ -2,21 +2,6 @@
 
 # ---- words
 
-fail() {
-    echo "   FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# within SECONDS COMMAND...: until it succeeds.
-within() {
-    local end=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.05
-    done
-}
-
 # expect WHAT COMMAND...: it is to be true soon.
 expect() {
     local what=$1

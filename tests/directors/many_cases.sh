@@ -8,21 +8,6 @@ birds=() options=()
 bird=$(command -v bird || echo "$build/bird/usr/sbin/bird")
 announce_table=100
 
-fail() {
-    echo "   FAILED: $*"
-    failures=$((failures + 1))
-}
-
-# within SECONDS COMMAND...: until it succeeds.
-within() {
-    local end=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.1
-    done
-}
-
 # expect WHAT COMMAND...: it is to be true soon.
 expect() {
     local what=$1
