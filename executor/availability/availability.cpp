@@ -80,12 +80,15 @@ void startElections(Director &director, Moment now, std::string &words) {
     scheduleRestart(director, now);
 }
 
-void takeNotices(Director &director, Moment now, std::string &words) {
+void readNotices(Director &director) {
     char part[4096];
     ssize_t size = 0;
-    std::string &unread = director.unreadNotices;
     while ((size = read(director.notices, part, sizeof part)) > 0)
-        unread.append(part, static_cast<std::size_t>(size));
+        director.unreadNotices.append(part, static_cast<std::size_t>(size));
+}
+
+void takeNotices(Director &director, Moment now, std::string &words) {
+    std::string &unread = director.unreadNotices;
     for (std::size_t end = 0; (end = unread.find('\n')) != std::string::npos; unread.erase(0, end + 1)) {
         const std::optional<Notice> notice = parseNotice(std::string_view(unread).substr(0, end));
         if (notice && director.child.minder != 0)
@@ -97,6 +100,7 @@ void takeNotices(Director &director, Moment now, std::string &words) {
 void loseKeepalived(Director &director, Moment now, std::string &words) {
     const std::string mistake = mistakeIn(director.child.said);
     stopKeepalived(director.child);
+    readNotices(director);
     takeNotices(director, now, words); // of the one that has gone: they say nothing any more
     loseElections(director.elections, words);
     say(words, "keepalived has ended (" + mistake + "), and is started anew");
@@ -424,7 +428,8 @@ void serveAvailability(Director &director, ExecutorState &state) {
         std::string words;
         uint64_t ticks = 0;
         const Moment now = currentMoment();
-        takeLogLines(director, now, words); // first: why comes before what
+        readNotices(director); // before the log, which has the reasons of all that is read then
+        takeLogLines(director, now, words);
         takeNotices(director, now, words);
         takeChanges(director.addresses.talk);
         takeAnswers(director.reachability);

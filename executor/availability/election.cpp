@@ -20,6 +20,11 @@ Moment electionTime(const Elections &elections) {
     return Moment{4} * elections.advertMilliseconds + kSpare;
 }
 
+bool isActive(const Elections &elections) {
+    return std::any_of(elections.elections.begin(), elections.elections.end(),
+                       [](const ElectionState &each) { return each.place == Place::active; });
+}
+
 // What an election is called for an operator: nothing while there is only one.
 std::string prefixOf(const Elections &elections, std::size_t election) {
     if (elections.elections.size() == 1)
@@ -33,11 +38,14 @@ template <std::size_t count> void announce(Elections &elections, const Moment (&
         elections.announcements.push_back(now + each);
 }
 
+bool isFresh(const Elections &elections, const ElectionState &state, Moment now) {
+    return now - state.omenAt <= electionTime(elections);
+}
+
 std::string whyActive(const Elections &elections, const ElectionState &state, Moment now) {
     if (state.boostedUntil > now)
         return "taken over by command";
-    const bool isFresh = now - state.omenAt <= electionTime(elections);
-    switch (isFresh ? state.omen : Omen::none) {
+    switch (isFresh(elections, state, now) ? state.omen : Omen::none) {
     case Omen::silence:
         return "nothing came from the partner for three adverts";
     case Omen::gaveWay:
@@ -54,6 +62,7 @@ void becomeActive(Elections &elections, std::size_t election, Moment now, std::s
     say(words, prefixOf(elections, election) + "active: " + whyActive(elections, state, now) + " (" +
                    heardOn(elections) + ")");
     state.place = Place::active;
+    state.takenAt = isFresh(elections, state, now) && state.omen == Omen::higher ? now : 0;
     if (state.boostedUntil > now) {
         state.isTakenOver = true;
         state.boostedUntil = now + kTakenOverTime;
@@ -62,18 +71,25 @@ void becomeActive(Elections &elections, std::size_t election, Moment now, std::s
     announce(elections, kAfterElection, now);
 }
 
-void leaveActive(Elections &elections, std::size_t election, Place place, std::string &words) {
+// Unheard by each other, two directors are active until one hears the other one again.
+std::string whyStandby(const Elections &elections, const ElectionState &state, Moment now) {
+    if (pathsUp(elections) > 0)
+        return "standby: the partner is active (";
+    if (state.omen == Omen::lower && isFresh(elections, state, now))
+        return "standby: two directors were active, and the partner has the higher priority (";
+    return "standby (";
+}
+
+void leaveActive(Elections &elections, std::size_t election, Place place, Moment now, std::string &words) {
     ElectionState &state = elections.elections[election];
-    const bool isActiveElsewhere =
-        std::any_of(elections.elections.begin(), elections.elections.end(),
-                    [&state](const ElectionState &each) { return &each != &state && each.place == Place::active; });
-    const char *const why = pathsUp(elections) > 0 ? "standby: the partner is active (" : "standby (";
-    say(words, prefixOf(elections, election) + (place == Place::failed ? kNoLink : why + heardOn(elections) + ")"));
+    say(words, prefixOf(elections, election) +
+                   (place == Place::failed ? kNoLink : whyStandby(elections, state, now) + heardOn(elections) + ")"));
     state.place = place;
     state.isTakenOver = false;
+    state.takenAt = 0;
     state.twoActiveSince = 0;
     state.twoActiveUntil = 0;
-    if (!isActiveElsewhere)
+    if (!isActive(elections))
         elections.announcements.clear();
 }
 
@@ -84,7 +100,7 @@ void enterPlace(Elections &elections, std::size_t election, Place place, Moment 
     if (place == Place::active) {
         becomeActive(elections, election, now, words);
     } else if (state.place == Place::active) {
-        leaveActive(elections, election, place, words);
+        leaveActive(elections, election, place, now, words);
     } else {
         const bool isTold = place == Place::failed || state.place == Place::failed || state.place == Place::none;
         state.place = place;
@@ -133,6 +149,10 @@ void hearTwoActive(Elections &elections, std::size_t election, Moment now, std::
     ElectionState &state = elections.elections[election];
     if (state.place != Place::active)
         return;
+    announce(elections, kAfterTwoWereActive, now);
+    const bool isTakeOver = state.takenAt != 0 && now - state.takenAt < electionTime(elections);
+    if (isTakeOver)
+        return;
     if (state.twoActiveSince == 0) {
         state.twoActiveSince = now;
         std::string silence;
@@ -142,7 +162,14 @@ void hearTwoActive(Elections &elections, std::size_t election, Moment now, std::
                        ", is to give way; the addresses are announced again");
     }
     state.twoActiveUntil = now + electionTime(elections);
-    announce(elections, kAfterTwoWereActive, now);
+}
+
+// A partner that was active meanwhile, and gave way before it could be heard, has left its neighbours astray.
+void hearAgain(Elections &elections, Moment now, std::string &words) {
+    if (now - elections.silentSince > kSpare)
+        say(words, "the partner was silent for " + std::to_string((now - elections.silentSince) / 1000) + " s");
+    if (isActive(elections))
+        announce(elections, kAfterTwoWereActive, now);
 }
 
 void hearPath(Elections &elections, std::size_t path, bool isUp, Moment now, std::string &words) {
@@ -151,8 +178,8 @@ void hearPath(Elections &elections, std::size_t path, bool isUp, Moment now, std
     elections.paths[path].isUp = isUp;
     if (pathsUp(elections) == 0)
         elections.silentSince = now;
-    else if (isUp && pathsUp(elections) == 1 && elections.silentSince != 0 && now - elections.silentSince > kSpare)
-        say(words, "the partner was silent for " + std::to_string((now - elections.silentSince) / 1000) + " s");
+    else if (isUp && pathsUp(elections) == 1 && elections.silentSince != 0)
+        hearAgain(elections, now, words);
     for (std::size_t election = 0; isUp && election < elections.elections.size(); ++election) {
         if (elections.elections[election].isNewcomer && elections.elections[election].told != Place::none)
             endHold(elections, election, now, words);

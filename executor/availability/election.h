@@ -16,6 +16,7 @@ struct ElectionState {
     Place place = Place::none;
     Moment boostedUntil = 0;   // a take-over that was ordered: raised so far that it is won
     bool isTakenOver = false;  // active by order: it stays so
+    Moment takenAt = 0;        // from a partner that was heard, and may be active a moment longer; 0: it was not
     Moment twoActiveSince = 0; // two directors are active; 0: not that this one knew
     Moment twoActiveUntil = 0; // unless it is told again
     Moment heldUntil = 0;      // until then the place as active is not given up: keepalived begins anew

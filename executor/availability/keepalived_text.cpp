@@ -32,7 +32,8 @@ void appendGlobals(std::string &text, const std::string &folder) {
     line(text, "  vrrp_notify_fifo %s", noticesFile(folder).c_str());
     line(text, "  vrrp_garp_lower_prio_repeat 1"); // it tells of lower priorities only when it would announce
     line(text, "  vrrp_garp_lower_prio_delay 0");
-    line(text, "  max_auto_priority 50"); // adverts have to leave in time on a busy machine
+    line(text, "  vrrp_higher_prio_send_advert true"); // who gives way says so, or the one that stays never knows
+    line(text, "  max_auto_priority 50");              // adverts have to leave in time on a busy machine
     line(text, "}");
 }
 

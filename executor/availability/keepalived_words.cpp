@@ -53,6 +53,7 @@ constexpr OmenWords kOmens[] = {
     {"Receive advertisement timeout", Omen::silence},
     {"Backup received priority 0 advertisement", Omen::gaveWay},
     {"received lower priority", Omen::higher},
+    {"Master received advert", Omen::lower},
 };
 
 // Takes the first line off a text.

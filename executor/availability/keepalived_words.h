@@ -12,7 +12,7 @@ enum class NoticeKind : uint8_t {
     election,  // this director's place in an election
     twoActive, // active here, and a partner with a lower priority says that it is, too
     path,      // the partner answers on a path, or no longer
-    omen,      // why this director is about to be active
+    omen,      // why this director is about to change its place
 };
 
 enum class Omen : uint8_t {
@@ -20,6 +20,7 @@ enum class Omen : uint8_t {
     silence, // three adverts are missing
     gaveWay, // the partner said that it leaves
     higher,  // the partner's priority is lower
+    lower,   // active, it heard an active partner whose priority is higher
 };
 
 enum class Place : uint8_t {

@@ -111,6 +111,61 @@ TEST(Election, afterTwoWereActiveTheOneThatStaysAnnouncesAgain) {
     EXPECT_NE(director.takeWords().find("two directors are active"), std::string::npos);
 }
 
+// The partner gave way before anything of it was heard: its neighbours would send to it still.
+TEST(Election, whoeverIsActiveAnnouncesAgainWhenTheSilenceEnds) {
+    Director director(partnership(2));
+    director.hears(Place::active);
+    director.announcements();
+    director.hearsPath(0, true);
+    director.hearsPath(1, true);
+    director.hearsPath(0, false);
+    director.hearsPath(0, true);
+    EXPECT_EQ(director.announcements(), Moments{}) << "it was heard on the other path, and before that never";
+    director.hearsPath(0, false);
+    director.hearsPath(1, false);
+    EXPECT_EQ(director.announcements(), Moments{});
+    director.waits(500);
+    director.hearsPath(1, true);
+    EXPECT_EQ(director.announcements(), (Moments{0, 500, 1000, 2000, 5000}));
+    director.hearsPath(0, true);
+    EXPECT_EQ(director.announcements(), Moments{});
+
+    Director standby(partnership(1));
+    standby.hears(Place::standby);
+    standby.hearsPath(0, true);
+    standby.hearsPath(0, false);
+    standby.hearsPath(0, true);
+    EXPECT_EQ(standby.announcements(), Moments{});
+}
+
+// The partner's last advert comes when it has heard who is active now.
+TEST(Election, whoeverTakesOverIsNotOneOfTwo) {
+    Director director(partnership(1));
+    director.hears(Place::standby);
+    director.hearsPath(0, true);
+    orderTakeOver(director.elections, director.now, director.words);
+    director.hearsOmen(Omen::higher);
+    director.hearsOmen(Omen::silence);
+    director.hears(Place::active);
+    director.announcements();
+    director.takeWords();
+    director.waits(100);
+    director.hearsTwoActive();
+    EXPECT_EQ(director.elections.elections[0].twoActiveSince, 0);
+    EXPECT_EQ(director.takeWords(), "");
+    EXPECT_EQ(director.announcements(), (Moments{0, 500, 1000, 2000, 5000})) << "it costs nothing";
+    director.waits(4 * kAdvert + 900);
+    director.hearsTwoActive(); // it does not give way
+    EXPECT_NE(director.elections.elections[0].twoActiveSince, 0);
+
+    Director unheard(partnership(1));
+    unheard.hearsPath(0, true); // which is known to be silent only after the election
+    unheard.hearsOmen(Omen::silence);
+    unheard.hears(Place::active);
+    unheard.hearsTwoActive();
+    EXPECT_NE(unheard.elections.elections[0].twoActiveSince, 0) << "nothing is taken over from who is not heard";
+}
+
 TEST(Election, aStandbyIsNotOneOfTwo) {
     Director director(partnership(1));
     director.hears(Place::standby);
@@ -372,6 +427,29 @@ TEST(Election, wordsForTheNight) {
     EXPECT_EQ(director.takeWords(), "standby: the partner is active (heard on 1 of 2 paths)");
     director.hears(Place::failed);
     EXPECT_EQ(director.takeWords(), "failed: an interface that is watched has no link");
+}
+
+TEST(Election, whyItIsAStandbyAgain) {
+    for (const bool isHeard : {false, true}) {
+        Director director(partnership(1));
+        director.hearsPath(0, isHeard);
+        director.hears(Place::active);
+        director.hearsOmen(Omen::lower);
+        director.takeWords();
+        director.hears(Place::standby);
+        EXPECT_EQ(director.takeWords(),
+                  isHeard
+                      ? "standby: the partner is active (heard on 1 of 1 path)"
+                      : "standby: two directors were active, and the partner has the higher priority (heard on 0 of "
+                        "1 path)");
+    }
+    Director late(partnership(1));
+    late.hears(Place::active);
+    late.hearsOmen(Omen::lower);
+    late.waits(60'000);
+    late.takeWords();
+    late.hears(Place::standby);
+    EXPECT_EQ(late.takeWords(), "standby (heard on 0 of 1 path)");
 }
 
 TEST(Election, whyItIsActive) {

@@ -111,6 +111,7 @@ TEST(KeepalivedText, whatIsNotInIt) {
         EXPECT_EQ(text.find(unwanted), std::string::npos) << unwanted;
     EXPECT_NE(text.find("  vrrp_notify_fifo /run/x/notices\n"), std::string::npos);
     EXPECT_NE(text.find("  vrrp_version 3\n"), std::string::npos);
+    EXPECT_NE(text.find("  vrrp_higher_prio_send_advert true\n"), std::string::npos);
 }
 
 TEST(KeepalivedText, adverts) {

@@ -60,7 +60,7 @@ TEST(KeepalivedWords, pathsGoUpAndDown) {
         EXPECT_FALSE(parseLogLine(line)) << line;
 }
 
-TEST(KeepalivedWords, omensTellWhyADirectorBecomesActive) {
+TEST(KeepalivedWords, omensTellWhyADirectorChangesItsPlace) {
     struct Case {
         const char *line;
         int election;
@@ -69,7 +69,10 @@ TEST(KeepalivedWords, omensTellWhyADirectorBecomesActive) {
     for (const Case &each :
          {Case{"Sat Nov 21 19:59:39 2026: (ha0_12) Receive advertisement timeout", 0, Omen::silence},
           Case{"Sat Nov 21 19:59:36 2026: (ha1_12) Backup received priority 0 advertisement", 1, Omen::gaveWay},
-          Case{"(ha0_12) received lower priority (60) advert from 10.1.0.2 - discarding", 0, Omen::higher}}) {
+          Case{"(ha0_12) received lower priority (60) advert from 10.1.0.2 - discarding", 0, Omen::higher},
+          Case{"(ha0_12) Master received advert from 10.1.0.1 with higher priority 160, ours 150", 0, Omen::lower},
+          Case{"(ha1_12) Master received advert from 10.1.0.1 with same priority 150 but higher IP address than ours",
+               1, Omen::lower}}) {
         const std::optional<Notice> notice = parseLogLine(each.line);
         ASSERT_TRUE(notice) << each.line;
         EXPECT_EQ(notice->kind, NoticeKind::omen);
