@@ -58,8 +58,9 @@ template <typename Item> int kindOf(const Change<Item> &change) {
     return change.after != nullptr ? 1 : 2;
 }
 
+// For what of it never changes.
 template <typename Item> const Item &itemOf(const Change<Item> &change) {
-    return change.after != nullptr ? *change.after : *change.before;
+    return change.before != nullptr ? *change.before : *change.after;
 }
 
 template <typename Item, typename Place> void sortBy(std::vector<Item> &items, Place placeOf) {

@@ -3,8 +3,22 @@
 # (The tests themselves would take many minutes, nearly all of it in GoogleTest's macros.)
 set -euo pipefail
 cd "$1"
-# A precompiled header has all of its declarations checked again with each source.
 commands=$(mktemp -d)
 trap 'rm -rf "$commands"' EXIT
-sed -E 's/ -Xclang -include(-pch)? -Xclang [^ ]+//g' "$2/compile_commands.json" > "$commands/compile_commands.json"
-run-clang-tidy -quiet -j 2 -p "$commands" "$PWD/(library|executor|tests/harness)/" 2> /dev/null
+# Each source once, not as the fuzzers compile it again; and without a precompiled header, all of which would be checked
+# with each source.
+python3 - "$2/compile_commands.json" > "$commands/compile_commands.json" << 'END'
+import json, re, sys
+commands = [each for each in json.load(open(sys.argv[1])) if " -o fuzz/" not in each["command"]]
+for each in commands:
+    each["command"] = re.sub(r" -Xclang -include(-pch)? -Xclang \S+", "", each["command"])
+json.dump(commands, sys.stdout)
+END
+tidy() {
+    run-clang-tidy -quiet -j 2 -p "$commands" "$@" 2> /dev/null
+}
+tidy "$PWD/(library|tests/harness)/"
+# The executor, which has no pointers of a Java VM, is made of the standard library: to walk through that again for each
+# path would double the time.
+tidy -extra-arg=-Xclang -extra-arg=-analyzer-config -extra-arg=-Xclang -extra-arg=c++-stdlib-inlining=false \
+    "$PWD/executor/"
