@@ -621,74 +621,43 @@ case_guide() {
 # serving: servers, a director that forwards, and six connections that are held.
 serving() {
     both "$1"
-    "$traffic" serve 80 > /run/serving &
-    servers=$!
-    within 20 grep -q serving /run/serving || fail "no servers"
-    coproc holder { "$traffic" converse 6 10.1.0.50 80; }
-    read -r -t 20 -u "${holder[0]}" line
+    begin_serving s1 s2 s3
+    hold 6 10.1.0.50
     for ((i = 0; i < 4; ++i)); do # so that they are copied
         held > /dev/null
         sleep 1
     done
 }
-held() { # over how many of the connections a server answers
-    local line=
-    echo >&"${holder[1]}"
-    read -r -t 40 -u "${holder[0]}" line
-    echo "$line"
-}
-all_held() {
-    local line
-    line=$(held)
-    [[ $line == "s1=6" ]] || fail "held connections: $line"
-}
-end_serving() {
-    exec {holder[1]}>&-
-    kill "$servers"
-    wait "$servers" 2> /dev/null
-}
 
 case_held_power_off() {
     serving 1
-    all_held
+    all_held s1=6 "at first"
     power_off 1
     expect "d2 takes over" has 2 10.1.0.50
-    all_held
+    all_held s1=6 "d1 was lost"
     # Back, and settled: those that are in use have been copied.
     cables 1 up
     start 1
     declare_all 1 0 1
     expect "d1 hears its partner" is 1 "state 2 substate 3"
     expect "d1 has settled" settled 1
-    all_held
+    all_held s1=6 "d1 is back"
     ask 1 takeover 0 > /dev/null
     expect "d1 is active" only_active 1
-    all_held
+    all_held s1=6 "d1 took over"
+    end_holding
     end_serving
 }
 
 # The addresses go before what they lead to: else this machine itself would reset what is held.
 case_held_clean_stop() {
     serving 0
-    local asked=40 line
-    exec 8>&"${holder[1]}" # the descriptors of a coprocess are not there in a subshell
-    (for ((i = 0; i < asked; ++i)); do
-        echo
-        sleep 0.1
-    done >&8) &
-    local asker=$!
+    begin_asking 40 0.1
     sleep 0.5
     stop 1
     expect "d2 takes over" has 2 10.1.0.50
-    wait "$asker"
-    for ((i = 0; i < asked; ++i)); do
-        read -r -t 40 -u "${holder[0]}" line
-        [[ $line == "s1=6" ]] || {
-            fail "held connections: $line"
-            break
-        }
-    done
-    exec 8>&-
+    end_asking s1=6 "d1 ends"
+    end_holding
     end_serving
 }
 
@@ -697,11 +666,12 @@ case_held_kill() {
     kill -9 "${daemons[1]}"
     wait "${daemons[1]}" 2> /dev/null
     expect "d2 takes over" has 2 10.1.0.50
-    all_held
+    all_held s1=6 "qelxwd of d1 was killed"
     start 1
     declare_all 1 0 1
     expect "d1 is a standby" is 1 "state 2 substate 3"
-    all_held
+    all_held s1=6 "d1 is back"
+    end_holding
     end_serving
 }
 
@@ -709,11 +679,12 @@ case_held_split_brain() {
     serving 1
     cut_all
     expect "both are active" has 2 10.1.0.50
-    all_held
+    all_held s1=6 "both are active"
     heal 1 2
     expect "one is active again" only_active 1
     sleep 1
-    all_held
+    all_held s1=6 "one is active again"
+    end_holding
     end_serving
 }
 
@@ -721,24 +692,19 @@ case_held_split_brain() {
 copied() { (($(in_ns d2 grep -c ESTABLISHED /proc/net/ip_vs_conn) >= $1)); } # COUNT
 case_held_lag() {
     both 1
-    "$traffic" serve 80 > /run/serving &
-    servers=$!
-    within 20 grep -q serving /run/serving || fail "no servers"
+    begin_serving s1 s2 s3
     local i began all=()
     for ((i = 1; i <= 5; ++i)); do
-        coproc holder { "$traffic" converse 6 10.1.0.50 80; }
-        read -r -t 20 -u "${holder[0]}" line
-        all_held
+        hold 6 10.1.0.50
+        all_held s1=6 "at first"
         began=$(date +%s%3N)
         expect "six connections are copied" copied 6
         all+=("$(($(date +%s%3N) - began))")
-        exec {holder[1]}>&-
-        wait "$holder_PID" 2> /dev/null
+        end_holding
         within 60 none_copied || fail "copies of connections that have ended stay"
     done
     echo "   milliseconds from the last packet to the copy: ${all[*]}"
-    kill "$servers"
-    wait "$servers" 2> /dev/null
+    end_serving
 }
 none_copied() { ! copied 1; }
 

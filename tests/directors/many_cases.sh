@@ -108,23 +108,11 @@ spread() {
     [[ $(ip -n r route show "$cluster" | grep -o '10\.2\.0\.[0-9]*' | sort | tr '\n' ' ') == "$wanted" ]]
 }
 
-begin_serving() {
-    SERVERS="s1 s2 s3 s4" "$traffic" serve 80 > /run/serving &
-    servers=$!
-    within 30 grep -q serving /run/serving || fail "no servers"
-}
 begin_holding() {
-    coproc holder { "$traffic" converse "$flows" "$cluster" 80; }
-    read -r -t 60 -u "${holder[0]}" line
+    hold "$flows" "$cluster"
     first=$(held)
     echo "   held: $first"
     [[ $(count_of "$first") == "$flows" ]] || fail "of $flows connections: $first"
-}
-held() { # over how many of the connections which server answers
-    local line=
-    echo >&"${holder[1]}"
-    read -r -t 60 -u "${holder[0]}" line
-    echo "$line"
 }
 count_of() { # "s1=3 s2=4": of all servers
     local each sum=0
@@ -138,37 +126,6 @@ share_of() { # SERVER "s1=3 s2=4"
     for each in $2; do
         [[ $each != "$1="* ]] || echo "${each#*=}"
     done
-}
-all_held() { # WHEN
-    local line
-    line=$(held)
-    [[ $line == "$first" ]] || fail "$1, of the held connections: $line"
-}
-# Asks all the time, beside what follows, and then whether all were answered each time.
-begin_asking() { # TIMES
-    asked=$1
-    exec 8>&"${holder[1]}" # the descriptors of a coprocess are not there in a subshell
-    (for ((i = 0; i < asked; ++i)); do
-        echo
-        sleep 0.2
-    done >&8) &
-    asker=$!
-}
-end_asking() {
-    local line
-    wait "$asker"
-    for ((i = 0; i < asked; ++i)); do
-        read -r -t 60 -u "${holder[0]}" line
-        [[ $line == "$first" ]] || {
-            fail "$1, of the held connections: $line"
-            break
-        }
-    done
-    exec 8>&-
-}
-end_holding() {
-    exec {holder[1]}>&-
-    wait "$holder_PID" 2> /dev/null
 }
 
 # The guide's configuration of BIRD for d1, as that of another director, or for the router.
@@ -209,15 +166,14 @@ end_directors() {
         ip -n "d$n" route flush table "$announce_table" 2> /dev/null
     done
     ip -n r route del "$cluster/32" 2> /dev/null
-    [[ -z ${servers:-} ]] || kill "$servers"
-    wait "$servers" 2> /dev/null
+    [[ -z ${servers:-} ]] || end_serving
     servers=
 }
 
 # begin [ROUTING]: three directors that all announce, and connections that are held. ROUTING begins what has the router
 # learn.
 begin() {
-    begin_serving
+    begin_serving s1 s2 s3 s4
     all_start
     "${1:-begin_learning}"
     expect "all directors are announced" spread 1 2 3
@@ -250,7 +206,7 @@ case_many_same_server() {
     end_learning
     for n in 1 2 3; do
         ip -n r route replace "$cluster/32" via "10.2.0.$n"
-        all_held "by d$n alone"
+        all_held "$first" "by d$n alone"
     done
     end_holding
 }
@@ -262,7 +218,7 @@ case_many_lost_and_added() {
     daemons[2]=
     ip link set d2brs down
     expect "d2 is not asked any more" spread 1 3
-    all_held "d2 was lost"
+    all_held "$first" "d2 was lost"
     # It comes back as a machine that was switched on, and is announced when it has a configuration.
     ip -n d2 route flush table "$announce_table"
     in_ns d2 ipvsadm -C
@@ -273,15 +229,19 @@ case_many_lost_and_added() {
     declare_on 2 4=2 1=1 2=1
     announces 2 && fail "d2 is announced before what is declared has settled"
     expect "d2 is asked again" spread 1 2 3
-    all_held "d2 was added"
+    all_held "$first" "d2 was added"
     said 2 "10.9.0.1 is announced" || fail "d2 does not say that it announces"
+    lose_and_add_d3
+    end_holding
+}
+
+lose_and_add_d3() {
     ip link set d3brs down
     expect "d3 is not asked any more" spread 1 2
-    all_held "d3 was lost"
+    all_held "$first" "d3 was lost"
     ip link set d3brs up
     expect "d3 is asked again" spread 1 2 3
-    all_held "d3 was added"
-    end_holding
+    all_held "$first" "d3 was added"
 }
 
 # Each in turn is drained, ended, begun anew.
@@ -293,21 +253,21 @@ case_many_maintenance() {
         # shellcheck disable=SC2086
         expect "d$n is not asked any more" spread ${others[n]}
         said "$n" "draining; 10.9.0.1 is withdrawn" || fail "d$n does not say that it drains"
-        all_held "d$n is drained"
+        all_held "$first" "d$n is drained"
         stop "$n"
-        all_held "d$n has ended"
+        all_held "$first" "d$n has ended"
         start "$n"
         declare_on "$n" 2=1 1=1 4=2
         sleep 7
         announces "$n" && fail "d$n announces, though it was drained"
         announce "$n"
         expect "d$n is asked again" spread 1 2 3
-        all_held "d$n is back"
+        all_held "$first" "d$n is back"
     done
     # An orderly end withdraws by itself.
-    begin_asking 60
+    begin_asking 60 0.2
     stop 3
-    end_asking "d3 ends"
+    end_asking "$first" "d3 ends"
     end_holding
 }
 
@@ -315,11 +275,11 @@ case_many_maintenance() {
 case_many_servers_change() {
     begin
     local n
-    begin_asking 30
+    begin_asking 30 0.2
     for n in 1 2 3; do
         ask "$n" put 1 10.2.0.13 2
     done
-    end_asking "s3 was added"
+    end_asking "$first" "s3 was added"
     same_order
     answered=$("$traffic" ask "$flows" "$cluster" 80 10.1.0.100)
     echo "   with s3: $answered"
@@ -327,7 +287,7 @@ case_many_servers_change() {
     for n in 1 2 3; do
         ask "$n" down 1 10.2.0.12
     done
-    all_held "s2 takes nothing new"
+    all_held "$first" "s2 takes nothing new"
     answered=$("$traffic" ask "$flows" "$cluster" 80 10.1.0.100)
     echo "   without s2: $answered"
     [[ $(count_of "$answered") == "$flows" && -z $(share_of s2 "$answered") ]] || fail "without s2: $answered"
@@ -342,7 +302,7 @@ case_many_servers_change() {
     same_order
     end_learning
     ip -n r route replace "$cluster/32" via 10.2.0.3
-    all_held "by d3 alone, which came back"
+    all_held "$first" "by d3 alone, which came back"
     end_holding
 }
 begin_holding_again() {
@@ -356,17 +316,17 @@ case_many_copies() {
     begin
     local n i
     for ((i = 0; i < 4; ++i)); do # so that they are copied
-        all_held "before any change"
+        all_held "$first" "before any change"
         sleep 1
     done
     for n in 1 2 3; do
         ask "$n" put 1 10.2.0.13 4
         ask "$n" down 1 10.2.0.14
     done
-    all_held "s3 was added, s4 takes nothing new"
+    all_held "$first" "s3 was added, s4 takes nothing new"
     ip link set d3brs down
     expect "d3 is not asked any more" spread 1 2
-    all_held "d3 was lost"
+    all_held "$first" "d3 was lost"
     options=()
     end_holding
     ip link set d3brs up
@@ -391,19 +351,14 @@ case_many_bird() {
     begin begin_birds
     drain 2
     expect "d2 is not asked any more" spread 1 3
-    all_held "d2 is drained"
+    all_held "$first" "d2 is drained"
     announce 2
     expect "d2 is asked again" spread 1 2 3
-    all_held "d2 announces again"
-    ip link set d3brs down
-    expect "d3 is not asked any more" spread 1 2
-    all_held "d3 was lost"
-    ip link set d3brs up
-    expect "d3 is asked again" spread 1 2 3
-    all_held "d3 was added"
-    begin_asking 60
+    all_held "$first" "d2 announces again"
+    lose_and_add_d3
+    begin_asking 60 0.2
     stop 1
-    end_asking "d1 ends"
+    end_asking "$first" "d1 ends"
     spread 2 3 || fail "the router has d1 still"
     end_holding
 }
