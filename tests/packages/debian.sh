@@ -20,12 +20,18 @@ unpack_debian() {
 
 # in_debian ROOT NETWORK [NAME=VALUE...] COMMAND...: runs a command in there, as root. NETWORK is --net for one of its own
 # that leads nowhere, or empty for this machine's. Nothing of it is left when it is done: mounts and processes end with
-# their namespaces.
+# their namespaces. The folder becomes the root of its mounts, as below a mere chroot the kernel makes no user namespaces.
 in_debian() {
     local root=$1 network=$2
     shift 2
     # shellcheck disable=SC2086
-    unshare --mount --pid --fork --mount-proc="$root/proc" $network \
-        chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
+    unshare --mount --pid --fork --propagation private $network \
+        bash -euc 'mount --bind "$1" "$1"
+            cd "$1"
+            pivot_root . mnt
+            mount -t proc proc /proc
+            umount -l /mnt
+            exec /usr/bin/env -i "${@:2}"' bash "$root" \
+        PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
         DEBIAN_FRONTEND=noninteractive http_proxy="${http_proxy:-}" "$@"
 }
