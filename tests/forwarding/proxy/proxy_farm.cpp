@@ -89,7 +89,10 @@ void ProxyFarm::SetUp() {
     startFarm(state, cluster.c_str());
     LogText words;
     ASSERT_TRUE(openProxyEngine(forwarding.engine, words)) << words.text;
-    ASSERT_TRUE(beginForwarding(state, forwarding, words)) << words.text;
+    const bool hasBegun = beginForwarding(state, forwarding, words);
+    if (!hasBegun)
+        forwarding.engine.close(forwarding.engine.own);
+    ASSERT_TRUE(hasBegun) << words.text;
 }
 
 void ProxyFarm::TearDown() {
