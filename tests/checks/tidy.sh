@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# clang-tidy has nothing to say of what is shipped, and of what the tests share: tidy.sh SOURCE_FOLDER BUILD_FOLDER
+# clang-tidy has nothing to say of what is shipped, and of what the tests share: tidy.sh SOURCE_FOLDER BUILD_FOLDER [deep]
 # (The tests themselves would take many minutes, nearly all of it in GoogleTest's macros.)
 set -euo pipefail
 cd "$1"
@@ -17,8 +17,16 @@ END
 tidy() {
     run-clang-tidy -quiet -j 2 -p "$commands" "$@" 2> /dev/null
 }
+# analyser OPTION...: as clang-tidy hands them on.
+analyser() {
+    local option
+    for option; do
+        depth+=(-extra-arg=-Xclang -extra-arg=-analyzer-config -extra-arg=-Xclang -extra-arg="$option")
+    done
+}
 tidy "$PWD/(library|tests/harness)/"
 # The executor, which has no pointers of a Java VM, is made of the standard library: to walk through that again for each
-# path would double the time.
-tidy -extra-arg=-Xclang -extra-arg=-analyzer-config -extra-arg=-Xclang -extra-arg=c++-stdlib-inlining=false \
-    "$PWD/executor/"
+# path, and along each path of the longest procedures, would take three times as long. That is for hands: deep.
+depth=()
+[[ ${3:-} == deep ]] || analyser c++-stdlib-inlining=false max-nodes=75000
+tidy "${depth[@]}" "$PWD/executor/"
