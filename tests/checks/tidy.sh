@@ -26,7 +26,7 @@ analyser() {
 }
 tidy "$PWD/(library|tests/harness)/"
 # The executor, which has no pointers of a Java VM, is made of the standard library: to walk through that again for each
-# path, and along each path of the longest procedures, would take three times as long. That is for hands: deep.
+# path, and along each path of the longest procedures, takes more than twice as long. That is done by hand: deep.
 depth=()
 [[ ${3:-} == deep ]] || analyser c++-stdlib-inlining=false max-nodes=75000
 tidy "${depth[@]}" "$PWD/executor/"
