@@ -112,6 +112,31 @@ TEST(KernelJournal, whatMakesNoSenseIsPassedOver) {
     EXPECT_FALSE(contents.timeouts);
 }
 
+// What finds the ports again that a name in the journal belongs to.
+TEST(KernelNames, tellTheirPorts) {
+    PoolId id{plans::endpoint("10.9.0.1", 8080), Transport::udp, std::nullopt};
+    const auto expectPools = [&id](const std::string &name, std::optional<uint16_t> port) {
+        const std::optional<NamedPools> named = poolsNamed(name);
+        ASSERT_TRUE(named) << name;
+        EXPECT_EQ(named->transport, id.transport) << name;
+        EXPECT_EQ(named->address, id.port.address) << name;
+        EXPECT_EQ(named->port, port) << name;
+    };
+    for (const Transport transport : {Transport::udp, Transport::tcp}) {
+        id.transport = transport;
+        id.rule.reset();
+        expectPools(nameOf(id), 8080);
+        expectPools(boundNameOf(id, 7), 8080);
+        expectPools(groupNameOf(id, 80), std::nullopt);
+        id.rule = ": group \n";
+        expectPools(nameOf(id), 8080);
+    }
+    for (const char *name :
+         {"", " ", "tcp", "tcp ", "tcp 10.9.0.1", "tcp 10.9.0.1 grou", "tcp 10.9.0.1:", "tcp 10.9.0.1:x",
+          "tcp 10.9.0.1:65536", "sctp 10.9.0.1:80", "tcp 10.9.0:80", "unknown 1275068417"})
+        EXPECT_FALSE(poolsNamed(name)) << name;
+}
+
 class Folder : public testing::Test {
 protected:
     void SetUp() override {

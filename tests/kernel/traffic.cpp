@@ -2,8 +2,10 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sched.h>
@@ -21,6 +23,7 @@ namespace {
 constexpr int kWaiting = 512; // connections that a server has not accepted yet
 constexpr char kFreshPortFile[] = "/run/kernel_traffic_port";
 constexpr uint16_t kFirstFreshPort = 10'000;
+constexpr char kLost[] = "lost";
 
 [[noreturn]] void fail(const std::string &what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
@@ -163,10 +166,10 @@ void setPatience(int handle, int milliseconds) {
     setsockopt(handle, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time);
 }
 
-const char *wordFor(int error) {
+std::string wordFor(int error) {
     if (error == ECONNREFUSED || error == EHOSTUNREACH)
         return "refused";
-    return error == ECONNRESET || error == EPIPE ? "reset" : "lost";
+    return error == ECONNRESET || error == EPIPE ? "reset" : kLost;
 }
 
 std::string clientOf(const Request &request, int index) {
@@ -180,6 +183,26 @@ uint16_t clientPortOf(const Request &request, int index) {
                                  index % (request.lastClientPort - request.firstClientPort + 1));
 }
 
+// What the director knows of the connection from a port of a client: its line in the kernel's table.
+std::string knownOf(uint16_t clientPort) {
+    char entry[16] = "";
+    std::snprintf(entry, sizeof entry, " %04X ", static_cast<unsigned int>(clientPort));
+    std::ifstream table("/proc/1/net/ip_vs_conn");
+    for (std::string line; std::getline(table, line);)
+        if (line.find(entry) != std::string::npos)
+            return line;
+    return "not known any more";
+}
+
+// For the log, as a connection that is lost is seldom expected.
+void tellOfLost(int handle, const char *what) {
+    sockaddr_in own{};
+    socklen_t size = sizeof own;
+    getsockname(handle, reinterpret_cast<sockaddr *>(&own), &size);
+    std::fprintf(stderr, "%s to %s; in the director's table: %s\n", what, textOf(own).c_str(),
+                 knownOf(ntohs(own.sin_port)).c_str());
+}
+
 // A socket that is connected, or -1 and errno.
 int connected(const Request &request, int type, int index) {
     const int handle = bound(type, clientOf(request, index), clientPortOf(request, index));
@@ -190,6 +213,8 @@ int connected(const Request &request, int type, int index) {
     if (connect(handle, reinterpret_cast<const sockaddr *>(&cluster), sizeof cluster) == 0)
         return handle;
     const int error = errno;
+    if (wordFor(error) == kLost)
+        tellOfLost(handle, "no connection");
     close(handle);
     errno = error;
     return -1;
@@ -212,6 +237,8 @@ std::string answerTo(const Request &request, int index) {
     if (handle == -1)
         return wordFor(errno);
     const std::string answer = exchanged(handle, "?\n");
+    if (answer == kLost)
+        tellOfLost(handle, "no answer");
     close(handle);
     return answer;
 }

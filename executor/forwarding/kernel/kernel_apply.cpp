@@ -17,6 +17,7 @@ constexpr char kExpireNoDestination[] = "net/ipv4/vs/expire_nodest_conn";
 // What one change of the plan asks of the kernel.
 struct Work {
     IpvsChanges services;
+    FinishingServices finishing;
     std::string marks; // the transaction
     bool translatesSource = false;
     IpvsTimeouts timeouts;
@@ -39,12 +40,20 @@ bool isAlone(const Plan &plan, const Pool &pool) {
     return pool.settings.group == 0 && !hasClients(plan, pool.id.port);
 }
 
+// Whether pools and servers stay as many as they are.
+bool isInPlace(const PlanChange &change) {
+    return change.newPools.empty() && change.removedPools.empty() &&
+           std::ranges::none_of(change.servers, [](const ServerChange &server) {
+               return server.server.before == nullptr || server.server.after == nullptr;
+           });
+}
+
 // Whether each thing that changed changes its own services alone. Groups and bound clients make services of several
-// things.
-bool isLocal(const Plan &plan, const PlanChange &change) {
+// things, and what finishes may have any server of its port.
+bool isLocal(const KernelEngine &engine, const Plan &plan, const PlanChange &change) {
     const auto alone = [&plan](const Pool *pool) { return isAlone(plan, *pool); };
-    return change.clients.empty() && std::ranges::all_of(change.newPools, alone) &&
-           std::ranges::all_of(change.removedPools, alone) &&
+    return (engine.finishing.empty() || isInPlace(change)) && change.clients.empty() &&
+           std::ranges::all_of(change.newPools, alone) && std::ranges::all_of(change.removedPools, alone) &&
            std::ranges::all_of(
                change.changedPools,
                [&](const PoolSettingsChange &pool) { return pool.before->group == 0 && isAlone(plan, *pool.pool); }) &&
@@ -69,8 +78,27 @@ void changePool(KernelEngine &engine, const Plan &plan, const PoolSettingsChange
             wantServer(changes, engine.applied, key, server, settings);
 }
 
-IpvsChanges localChanges(KernelEngine &engine, const Plan &plan, const PlanChange &change) {
-    IpvsChanges changes;
+// The service of a pool that is gone.
+void retirePool(KernelEngine &engine, const Plan &plan, const Pool &pool, Difference &difference) {
+    const IpvsServiceKey key = serviceOf(plan, pool, engine.journalled.marks);
+    const auto row = engine.applied.find(key);
+    if (row == engine.applied.end())
+        return;
+    const Finish finish = finishOf(engine, plan, key);
+    if (!finish.heir) {
+        dropService(difference.changes, engine.applied, key);
+        return;
+    }
+    difference.finishing.emplace(key, *finish.heir);
+    for (const auto &[server, settings] : row->second.servers)
+        if (!finish.servers.contains(server))
+            dropServer(difference.changes, engine.applied, key, server);
+}
+
+Difference localDifference(KernelEngine &engine, const Plan &plan, const PlanChange &change) {
+    Difference difference;
+    difference.finishing = engine.finishing;
+    IpvsChanges &changes = difference.changes;
     std::set<const Pool *> doneWithServers;
     for (const Pool *pool : change.newPools)
         wantPool(engine, plan, *pool, changes);
@@ -89,9 +117,9 @@ IpvsChanges localChanges(KernelEngine &engine, const Plan &plan, const PlanChang
                        serverSettings(changed.pool->settings, *after, engine.options.scheduler));
     }
     for (const Pool *pool : change.removedPools)
-        dropService(changes, engine.applied, serviceOf(plan, *pool, engine.journalled.marks));
+        retirePool(engine, plan, *pool, difference);
     sortChanges(changes);
-    return changes;
+    return difference;
 }
 
 bool hasSource(const PoolServer *server) {
@@ -216,7 +244,7 @@ bool setTimeouts(KernelEngine &engine, const IpvsTimeouts &timeouts, std::string
     return true;
 }
 
-bool doWork(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
+bool doWork(KernelEngine &engine, Work &work, DoneWork &done, std::string &mistake) {
     if (!areNewServicesFree(engine, work.services, mistake) || !writeJournal(engine, work.services, mistake))
         return false;
     if (work.translatesSource && !engine.isSourceTranslated) {
@@ -232,6 +260,8 @@ bool doWork(KernelEngine &engine, const Work &work, DoneWork &done, std::string 
         done.areMarksChanged = true;
     }
     withdrawUnserved(engine, work.unserved);
+    if (!engine.isAdopting) // else marks may lead to them still
+        std::ranges::move(dropIdle(engine, work.finishing), std::back_inserter(work.services.after));
     return carryOut(engine.ipvs, work.services.after, engine.applied, done.services, mistake) &&
            setTimeouts(engine, work.timeouts, mistake);
 }
@@ -247,18 +277,21 @@ void undoWork(KernelEngine &engine, const std::string &marksBefore, DoneWork &do
 }
 
 // Reads the counters of what is about to go.
-void readBeforeRemoval(KernelEngine &engine, const IpvsChanges &changes) {
+void readBeforeRemoval(KernelEngine &engine, const Work &work) {
     std::set<IpvsServiceKey> services;
-    for (const std::vector<IpvsChange> *list : {&changes.before, &changes.after})
+    for (const std::vector<IpvsChange> *list : {&work.services.before, &work.services.after})
         for (const IpvsChange &change : *list)
             if (change.what == IpvsOrder::remove)
                 services.insert(change.service);
+    for (const auto &[key, heir] : work.finishing)
+        services.insert(key);
     readLastCounts(engine, services);
 }
 
-Work workFor(KernelEngine &engine, const Plan &plan, IpvsChanges services, bool areMarksConcerned) {
+Work workFor(KernelEngine &engine, const Plan &plan, Difference difference, bool areMarksConcerned) {
     Work work;
-    work.services = std::move(services);
+    work.services = std::move(difference.changes);
+    work.finishing = std::move(difference.finishing);
     if (isHashed(engine.options.scheduler))
         keepOrder(work.services, engine.applied);
     // While things of the run before are in force, so is their table: their rules would not be there.
@@ -277,7 +310,7 @@ void keepConnections(const KernelEngine &engine, bool isKept) {
     changeSetting(engine.options.settingsFolder, kExpireNoDestination, isKept ? "0" : "1", unused, note);
 }
 
-bool doOrUndo(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
+bool doOrUndo(KernelEngine &engine, Work &work, DoneWork &done, std::string &mistake) {
     const std::string marksBefore = engine.marks;
     const bool isReordering = !work.services.reordered.empty();
     if (isReordering)
@@ -312,9 +345,22 @@ bool isNew(const IpvsChange &change) {
     return change.what == IpvsOrder::add;
 }
 
-bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
-             std::string &mistake) {
-    readBeforeRemoval(engine, work.services);
+// Keeps what finishes now, and whose its connections are.
+void followFinishing(KernelEngine &engine, const Plan &plan, const FinishingServices &finishing,
+                     std::vector<EndedCounts> &ended) {
+    FinishingServices before = std::move(engine.finishing);
+    engine.finishing.clear();
+    for (const auto &[key, heir] : finishing)
+        if (engine.applied.contains(key))
+            engine.finishing.emplace(key, heir);
+    before.insert(engine.finishing.begin(), engine.finishing.end());
+    for (const auto &[key, heir] : before)
+        if (engine.applied.contains(key))
+            handOverCounts(engine, plan, key, ended);
+}
+
+bool tryWork(KernelEngine &engine, const Plan &plan, Work work, std::vector<EndedCounts> &ended, std::string &mistake) {
+    readBeforeRemoval(engine, work);
     DoneWork done;
     const bool isDone = doOrUndo(engine, work, done, mistake);
     // What a manager declares step by step is not announced half done.
@@ -323,6 +369,8 @@ bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vect
     if (isDone && isHashed(engine.options.scheduler))
         noteCoarseShares(engine, done.services);
     followCounts(engine, plan, done.services, ended);
+    if (isDone)
+        followFinishing(engine, plan, work.finishing, ended);
     keepFormerWays(engine, done.services);
     std::string ignored; // it does no harm when it stays
     if (isDone && !work.translatesSource && engine.isSourceTranslated)
@@ -332,9 +380,8 @@ bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vect
     return isDone;
 }
 
-IpvsChanges fullDifference(KernelEngine &engine, const Plan &plan) {
-    return differenceOf(engine.applied, servicesOf(plan, engine.options.scheduler, engine.journalled.marks),
-                        engine.isAdopting);
+Difference fullDifference(KernelEngine &engine, const Plan &plan) {
+    return differenceTo(engine, plan, engine.isAdopting);
 }
 
 void ownAllMarks(KernelEngine &engine, const Plan &plan) {
@@ -381,15 +428,16 @@ bool areMarksInForce(KernelEngine &engine) {
 
 bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
                    std::string &mistake) {
-    const bool isLocalChange = isLocal(plan, change);
-    IpvsChanges changes = isLocalChange ? localChanges(engine, plan, change) : fullDifference(engine, plan);
+    const bool isLocalChange = isLocal(engine, plan, change);
+    Difference difference = isLocalChange ? localDifference(engine, plan, change) : fullDifference(engine, plan);
     if (isLocalChange)
         for (const Pool *pool : change.newPools)
             ownMarks(engine, plan, *pool);
     else
         ownAllMarks(engine, plan);
-    const Work work = workFor(engine, plan, std::move(changes), concernsMarks(change, isLocalChange));
-    bool isDone = tryWork(engine, plan, work, ended, mistake);
+    bool isDone =
+        tryWork(engine, plan, workFor(engine, plan, std::move(difference), concernsMarks(change, isLocalChange)), ended,
+                mistake);
     if (!isDone && hasLost(engine, ended)) { // others have been here: from what there is
         std::string again;
         isDone = tryWork(engine, plan, workFor(engine, plan, fullDifference(engine, plan), true), ended, again);
@@ -401,10 +449,10 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
     ownAllMarks(engine, plan);
-    const Work work = workFor(engine, plan, fullDifference(engine, plan), true);
+    Work work = workFor(engine, plan, fullDifference(engine, plan), true);
     const std::size_t count = work.services.before.size() + work.services.after.size();
     std::string mistake;
-    engine.isInLine = tryWork(engine, plan, work, ended, mistake);
+    engine.isInLine = tryWork(engine, plan, std::move(work), ended, mistake);
     if (!engine.isInLine) {
         words = "the kernel is not as it is to be: " + mistake;
         return false;
@@ -413,6 +461,17 @@ bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts
     if (count > 0)
         words = "the kernel was brought in line: changes " + std::to_string(count);
     return true;
+}
+
+void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
+    std::erase_if(engine.finishing, [&engine](const auto &service) { return !engine.applied.contains(service.first); });
+    if (engine.finishing.empty())
+        return;
+    Difference nothing;
+    nothing.finishing = engine.finishing;
+    std::string mistake;
+    if (!tryWork(engine, plan, workFor(engine, plan, std::move(nothing), false), ended, mistake))
+        words = "a service that is not needed any more stays: " + mistake;
 }
 
 int listOwnServices(const KernelEngine &engine, IpvsTable &table) {

@@ -3,8 +3,6 @@
 #include "executor/forwarding/kernel/kernel_state.h"
 #include "executor/forwarding/kernel/pool_services.h"
 
-#include <cstring>
-
 namespace rk {
 
 namespace {
@@ -51,9 +49,7 @@ uint32_t keyIn(const Plan &plan, const PoolId &id, const IpvsServerKey &server) 
     const auto pool = plan.pools.find(id);
     if (pool == plan.pools.end())
         return 0;
-    Endpoint endpoint;
-    endpoint.address.family = AddressFamily::ipv4;
-    std::memcpy(endpoint.address.bytes.data(), &server.address, sizeof server.address);
+    Endpoint endpoint{addressOf(server.address), 0};
     for (const uint16_t port : {server.port, id.port.port}) {
         endpoint.port = port;
         const auto found = pool->second.keyOfEndpoint.find(endpoint);
@@ -64,16 +60,12 @@ uint32_t keyIn(const Plan &plan, const PoolId &id, const IpvsServerKey &server) 
 }
 
 PoolId poolOf(const KernelEngine &engine, const IpvsServiceKey &key) {
-    PoolId id;
-    if (key.mark != 0) {
-        const auto found = engine.poolOfMark.find(key.mark);
-        return found == engine.poolOfMark.end() ? id : found->second;
-    }
-    id.port.address.family = AddressFamily::ipv4;
-    std::memcpy(id.port.address.bytes.data(), &key.address, sizeof key.address);
-    id.port.port = key.port;
-    id.transport = key.transport == transportNumber(Transport::udp) ? Transport::udp : Transport::tcp;
-    return id;
+    if (const auto finishing = engine.finishing.find(key); finishing != engine.finishing.end())
+        return finishing->second;
+    if (key.mark == 0)
+        return poolAt(key);
+    const auto found = engine.poolOfMark.find(key.mark);
+    return found == engine.poolOfMark.end() ? PoolId{} : found->second;
 }
 
 CountedService &beginService(KernelEngine &engine, const IpvsServiceKey &key) {
@@ -226,6 +218,23 @@ void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<Ipvs
             endService(engine, change.service, ended);
     }
     readResumed(engine, resumed);
+}
+
+void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key,
+                    std::vector<EndedCounts> &ended) {
+    const auto counted = engine.counted.find(key);
+    if (counted != engine.counted.end() && counted->second.pool == poolOf(engine, key))
+        return;
+    readCounts(engine, key);
+    endService(engine, key, ended);
+    CountedService &service = beginService(engine, key);
+    for (const auto &[server, settings] : engine.applied.at(key).servers)
+        service.servers[server].key = keyIn(plan, service.pool, server);
+    if (!readCounts(engine, key))
+        return;
+    service.totals.start = service.totals.last;
+    for (auto &[server, ofServer] : service.servers)
+        ofServer.totals.start = ofServer.totals.last;
 }
 
 void endLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {

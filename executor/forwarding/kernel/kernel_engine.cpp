@@ -207,9 +207,8 @@ bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vec
 bool isAdoptionOver(KernelEngine &engine, const Plan &plan) {
     if (steadySeconds() >= engine.adoptingUntil)
         return true;
-    const IpvsTable wanted = servicesOf(plan, engine.options.scheduler, engine.journalled.marks);
-    const IpvsChanges difference = differenceOf(engine.applied, wanted, false);
-    return difference.before.empty() && difference.after.empty();
+    const IpvsChanges changes = differenceTo(engine, plan, false).changes;
+    return changes.before.empty() && changes.after.empty();
 }
 
 void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText &words) {
@@ -223,6 +222,9 @@ void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText 
     } else if (isRelisting) {
         engine.relistAt = steadySeconds() + kRelistSeconds;
         relist(engine, plan, ended, said);
+        std::string more;
+        endFinished(engine, plan, ended, more);
+        appendWords(said, more);
     }
     renewRoutes(engine);
     std::string more;

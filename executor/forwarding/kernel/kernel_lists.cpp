@@ -5,7 +5,6 @@
 #include "executor/state/values.h"
 
 #include <arpa/inet.h>
-#include <cstring>
 #include <tuple>
 
 namespace rk {
@@ -60,16 +59,8 @@ uint32_t passedOf(uint32_t patience, uint32_t expires) {
     return expires < patience ? patience - expires : 0;
 }
 
-Address addressOf(uint32_t hostOrder) {
-    Address address;
-    address.family = AddressFamily::ipv4;
-    const uint32_t word = htonl(hostOrder);
-    std::memcpy(address.bytes.data(), &word, sizeof word);
-    return address;
-}
-
 Endpoint endpointOf(uint32_t hostOrder, uint16_t port) {
-    return {addressOf(hostOrder), port};
+    return {addressOf(htonl(hostOrder)), port};
 }
 
 bool readTable(const KernelEngine &engine, std::vector<KernelConnection> &connections) {
@@ -183,7 +174,7 @@ bool listKernelClients(const KernelEngine &engine, const Plan &plan, const PortI
             countActive(counts, mask, table);
         StickyClient client;
         client.pool = pool->id;
-        client.client = addressOf(entry.clientAddress);
+        client.client = addressOf(htonl(entry.clientAddress));
         client.serverKey = *server;
         client.active =
             counts[mask][{entry.clientAddress & mask, ntohl(wordOf(pool->id.port.address)), entry.serverAddress}];

@@ -36,6 +36,9 @@ struct CountedService {
     int64_t readAt = 0; // when `last` was read, in seconds of the steady clock; 0: not yet
 };
 
+// Services that no new connection comes to, and the ports' own pools that their last connections belong to.
+using FinishingServices = std::map<IpvsServiceKey, PoolId>;
+
 struct KernelEngine {
     KernelEngineOptions options;
     NetlinkFamily ipvs;
@@ -47,6 +50,7 @@ struct KernelEngine {
 
     IpvsTable applied;               // the services that are ours, as the kernel has them
     std::set<IpvsServiceKey> coarse; // services whose weights the log was told of
+    FinishingServices finishing;     // some of them
     std::map<IpvsServiceKey, CountedService> counted;
     std::map<PoolId, std::set<IpvsServiceKey>> servicesOfPool;
     std::map<uint32_t, PoolId> poolOfMark;
@@ -85,11 +89,34 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 // Makes everything as the plan wants it, whatever the kernel has. `words` tell what had to be done.
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
 
+// Takes away the services whose last connection is over. `words` as above, when the kernel refuses.
+void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
+
 // Looks at what the kernel has of ours, and brings back what is missing. `words` as above.
 void relist(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
 
 // Reads what the kernel has of ours. 0 or the kernel's errno value.
 int listOwnServices(const KernelEngine &engine, IpvsTable &table);
+
+// --- finishing_services.cpp ------------------------------------------------------------------------------------------
+
+// How a service ends that is not wanted any more.
+struct Finish {
+    std::optional<PoolId> heir; // whose its last connections are; none: it ends at once
+    IpvsServers servers;        // those that the port has still
+};
+Finish finishOf(const KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key);
+
+// What leads from what the kernel has to what the plan wants, and which services are not wanted, and finish. With
+// `isKeepingSurplus`, all that is not wanted stays as it is.
+struct Difference {
+    IpvsChanges changes;
+    FinishingServices finishing;
+};
+Difference differenceTo(KernelEngine &engine, const Plan &plan, bool isKeepingSurplus);
+
+// The removal of those that have no connection.
+std::vector<IpvsChange> dropIdle(const KernelEngine &engine, const FinishingServices &finishing);
 
 // --- kernel_counts.cpp -----------------------------------------------------------------------------------------------
 
@@ -102,6 +129,10 @@ void readLastCounts(KernelEngine &engine, const std::set<IpvsServiceKey> &keys);
 // Ends and begins counting for what was done. `plan` tells whose the servers are.
 void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<IpvsChange> &done,
                   std::vector<EndedCounts> &ended);
+
+// Counts for another pool from now on, when a service has begun to finish or is wanted again. What was counted goes to
+// `ended`, as above.
+void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key, std::vector<EndedCounts> &ended);
 
 // Ends counting for what others have taken away: services and servers that are not in `applied`.
 void endLost(KernelEngine &engine, std::vector<EndedCounts> &ended);

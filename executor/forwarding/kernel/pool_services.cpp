@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <charconv>
 #include <cstring>
 #include <linux/ip_vs.h>
 
@@ -93,6 +94,13 @@ uint32_t wordOf(const Address &address) {
     return word;
 }
 
+Address addressOf(uint32_t word) {
+    Address address;
+    address.family = AddressFamily::ipv4;
+    std::memcpy(address.bytes.data(), &word, sizeof word);
+    return address;
+}
+
 std::string dottedText(const Address &address) {
     const uint32_t word = wordOf(address);
     char text[INET_ADDRSTRLEN] = "";
@@ -119,6 +127,28 @@ std::string boundNameOf(const PoolId &pool, uint32_t serverKey) {
     return nameOf(pool) + text;
 }
 
+std::optional<NamedPools> poolsNamed(std::string_view name) {
+    const std::size_t blank = std::min(name.find(' '), name.size());
+    const std::string_view transport = name.substr(0, blank);
+    const std::string_view place = name.substr(std::min(blank + 1, name.size()));
+    const std::size_t dottedLength = std::min(place.find_first_of(": "), place.size());
+    const std::string dotted(place.substr(0, dottedLength));
+    const std::string_view behind = place.substr(dottedLength);
+    NamedPools pools;
+    pools.transport = transport == "udp" ? Transport::udp : Transport::tcp;
+    pools.address.family = AddressFamily::ipv4;
+    if ((transport != "tcp" && transport != "udp") ||
+        inet_pton(AF_INET, dotted.c_str(), pools.address.bytes.data()) != 1)
+        return std::nullopt;
+    if (behind.starts_with(" group "))
+        return pools;
+    uint16_t port = 0;
+    if (!behind.starts_with(":") || std::from_chars(behind.begin() + 1, behind.end(), port).ec != std::errc())
+        return std::nullopt;
+    pools.port = port;
+    return pools;
+}
+
 bool isSharingGroup(const Plan &plan, const Pool &pool) {
     if (pool.settings.group == 0 || pool.id.rule || pool.id.port.port == 0 || !isUnmapped(pool))
         return false;
@@ -141,6 +171,11 @@ IpvsServiceKey serviceOf(const Plan &plan, const Pool &pool, MarkNumbers &marks)
     key.address = wordOf(pool.id.port.address);
     key.port = pool.id.port.port;
     return key;
+}
+
+PoolId poolAt(const IpvsServiceKey &key) {
+    const Transport transport = key.transport == transportNumber(Transport::udp) ? Transport::udp : Transport::tcp;
+    return {{addressOf(key.address), key.port}, transport, std::nullopt};
 }
 
 IpvsServiceKey boundServiceOf(const Pool &pool, uint32_t serverKey, MarkNumbers &marks) {

@@ -13,8 +13,9 @@ namespace rk {
 inline constexpr uint32_t kLongestKernelTime =
     2'147'483; // seconds; the kernel counts ticks in 32 bits, up to 1000 a second
 
-// An IPv4 address in network byte order, 0 for none.
+// An IPv4 address in network byte order, 0 for none; and back.
 uint32_t wordOf(const Address &address);
+Address addressOf(uint32_t word);
 
 // The same in words: "10.0.0.1".
 std::string dottedText(const Address &address);
@@ -27,6 +28,15 @@ std::string nameOf(const PoolId &pool);
 std::string groupNameOf(const PoolId &pool, uint16_t group);
 std::string boundNameOf(const PoolId &pool, uint32_t serverKey);
 
+// Which ports' own pools a service of such a name belongs to: that of one port, or all of an address that a group may
+// have. None: the name is none of these.
+struct NamedPools {
+    Transport transport = Transport::tcp;
+    Address address;
+    std::optional<uint16_t> port; // none: any
+};
+std::optional<NamedPools> poolsNamed(std::string_view name);
+
 // Whether a pool is balanced together with the others of its group, by a mark: it has to have the servers of the port
 // that the group crosses to, and all of these take connections at the port that the client asked for.
 bool isSharingGroup(const Plan &plan, const Pool &pool);
@@ -36,6 +46,9 @@ const Pool &leaderOf(const Plan &plan, const Pool &pool);
 
 // Where connections to the pool are balanced. A pool without an address and port of its own gets a mark.
 IpvsServiceKey serviceOf(const Plan &plan, const Pool &pool, MarkNumbers &marks);
+
+// The other way for the service of an address: which port's own pool it is.
+PoolId poolAt(const IpvsServiceKey &key);
 
 // Where the connections of clients are balanced that are bound to a server of a port's own pool.
 IpvsServiceKey boundServiceOf(const Pool &pool, uint32_t serverKey, MarkNumbers &marks);
