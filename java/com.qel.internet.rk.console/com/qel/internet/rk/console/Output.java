@@ -30,7 +30,11 @@ final class Output {
     private final PrintStream out;
     private final PrintStream err;
     private final NativeOutput nativeOutput;
-    private final Gson gson = new GsonBuilder().disableHtmlEscaping().serializeNulls().create();
+
+    /** Is not there before something is written as JSON, as it makes the console start later. */
+    private static final class Json {
+        static final Gson WRITER = new GsonBuilder().disableHtmlEscaping().serializeNulls().create();
+    }
 
     Output(PrintStream out, PrintStream err, NativeOutput nativeOutput) {
         this.out = out;
@@ -108,7 +112,7 @@ final class Output {
 
     /** {@return a document as JSON} */
     String toText(Object document) {
-        return gson.toJson(toJson(document));
+        return Json.WRITER.toJson(toJson(document));
     }
 
     /** Says something to people, above a table. Programs find it in the table's numbers. */
@@ -298,7 +302,7 @@ final class Output {
             if (line > 0 && script != null) {
                 object.addProperty("script", script);
             }
-            err.println(gson.toJson(object));
+            err.println(Json.WRITER.toJson(object));
         } else {
             String text = (line > 0 && script != null ? script + ", " : "") + (line > 0 ? "line " + line + ": " : "")
                     + (command.isEmpty() ? "" : command + ": ") + (status == null ? "" : "status " + status + ": ")
@@ -314,7 +318,7 @@ final class Output {
     }
 
     private void print(JsonElement document) {
-        sayLine(gson.toJson(document));
+        sayLine(Json.WRITER.toJson(document));
     }
 
     private static JsonObject member(String name, Object value) {
