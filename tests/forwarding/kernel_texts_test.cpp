@@ -115,20 +115,29 @@ TEST(KernelJournal, whatMakesNoSenseIsPassedOver) {
 // What finds the ports again that a name in the journal belongs to.
 TEST(KernelNames, tellTheirPorts) {
     PoolId id{plans::endpoint("10.9.0.1", 8080), Transport::udp, std::nullopt};
-    const auto expectPools = [&id](const std::string &name, std::optional<uint16_t> port) {
+    const auto expectPools = [&id](const std::string &name, uint16_t port, bool isGroup = false) {
         const std::optional<NamedPools> named = poolsNamed(name);
         ASSERT_TRUE(named) << name;
         EXPECT_EQ(named->transport, id.transport) << name;
         EXPECT_EQ(named->address, id.port.address) << name;
         EXPECT_EQ(named->port, port) << name;
+        EXPECT_EQ(named->isGroup, isGroup) << name;
     };
     for (const Transport transport : {Transport::udp, Transport::tcp}) {
         id.transport = transport;
         id.rule.reset();
         expectPools(nameOf(id), 8080);
         expectPools(boundNameOf(id, 7), 8080);
-        expectPools(groupNameOf(id, 80), std::nullopt);
-        id.rule = ": group \n";
+        expectPools(groupNameOf(id, 80), 80, true);
+        EXPECT_TRUE(poolsNamed(groupNameOf(id, 80))->ports.empty());
+        const std::string finishing = finishingNameOf(groupNameOf(id, 80), kFirstMark, {80, 443});
+        expectPools(finishing, 80, true);
+        EXPECT_EQ(poolsNamed(finishing)->ports, (std::set<uint16_t>{80, 443}));
+        EXPECT_TRUE(isFinishingName(finishing));
+        EXPECT_FALSE(isFinishingName(groupNameOf(id, 80)));
+        expectPools(finishingNameOf(boundNameOf(id, 7), kFirstMark, {}), 8080);
+        id.rule = " finishing : group \n";
+        EXPECT_FALSE(isFinishingName(nameOf(id)));
         expectPools(nameOf(id), 8080);
     }
     for (const char *name :

@@ -10,27 +10,40 @@ namespace rk {
 
 namespace {
 
-// The ports' own pools that go on with the connections of a service, if they have its servers.
+std::string_view nameOfMark(const KernelEngine &engine, uint32_t mark) {
+    const auto found = engine.journalled.marks.nameOf.find(mark);
+    return found == engine.journalled.marks.nameOf.end() ? std::string_view() : found->second;
+}
+
+std::optional<NamedPools> poolsOf(const KernelEngine &engine, const IpvsServiceKey &key) {
+    if (key.mark != 0)
+        return poolsNamed(nameOfMark(engine, key.mark));
+    const PoolId id = poolAt(key);
+    return NamedPools{id.transport, id.port.address, id.port.port, false, {}};
+}
+
+void appendPool(const Plan &plan, const PoolId &id, std::vector<const Pool *> &pools) {
+    const auto found = plan.pools.find(id);
+    if (found != plan.pools.end())
+        pools.push_back(&found->second);
+}
+
+// The ports' own pools that go on with the connections of a service, if they have its servers. Of a group these are its
+// ports, that which they cross to first; which they were may not be known of an earlier run, then it may be any.
 std::vector<const Pool *> heirsOf(const KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key) {
-    std::optional<NamedPools> named;
-    if (key.mark == 0) {
-        const PoolId id = poolAt(key);
-        named = NamedPools{id.transport, id.port.address, id.port.port};
-    } else if (const auto name = engine.journalled.marks.nameOf.find(key.mark);
-               name != engine.journalled.marks.nameOf.end()) {
-        named = poolsNamed(name->second);
-    }
     std::vector<const Pool *> heirs;
+    const std::optional<NamedPools> named = poolsOf(engine, key);
     if (!named)
         return heirs;
-    const PoolId first{{named->address, named->port.value_or(0)}, named->transport, std::nullopt};
-    for (auto row = plan.pools.lower_bound(first); row != plan.pools.end() && row->first.port.address == named->address;
-         ++row) {
-        if (named->port && row->first.port.port != *named->port)
-            break;
-        if (!row->first.rule && row->first.transport == named->transport)
-            heirs.push_back(&row->second);
-    }
+    appendPool(plan, {{named->address, named->port}, named->transport, std::nullopt}, heirs);
+    if (!named->isGroup)
+        return heirs;
+    const auto known = engine.portsOfGroup.find(key.mark);
+    const std::set<uint16_t> &ports = known == engine.portsOfGroup.end() ? named->ports : known->second;
+    for (auto row = plan.ports.lower_bound({named->address, 0});
+         row != plan.ports.end() && row->first.address == named->address; ++row)
+        if (row->first.port != named->port && (ports.empty() || ports.contains(row->first.port)))
+            appendPool(plan, {row->first, named->transport, std::nullopt}, heirs);
     return heirs;
 }
 
@@ -66,17 +79,11 @@ Finish finishOf(const KernelEngine &engine, const Plan &plan, const IpvsServiceK
     return finish;
 }
 
-Difference differenceTo(KernelEngine &engine, const Plan &plan, bool isKeepingSurplus) {
+Difference differenceTo(KernelEngine &engine, const Plan &plan) {
     Difference difference;
     IpvsTable wanted = servicesOf(plan, engine.options.scheduler, engine.journalled.marks);
-    if (isKeepingSurplus) {
-        difference.finishing = engine.finishing;
-        std::erase_if(difference.finishing, [&](const auto &service) { return wanted.contains(service.first); });
-        difference.changes = differenceOf(engine.applied, wanted, true);
-        return difference;
-    }
     for (const auto &[key, state] : engine.applied) {
-        if (wanted.contains(key))
+        if (engine.isAdopting || wanted.contains(key))
             continue;
         Finish finish = finishOf(engine, plan, key);
         if (!finish.heir)
@@ -84,11 +91,44 @@ Difference differenceTo(KernelEngine &engine, const Plan &plan, bool isKeepingSu
         difference.finishing.emplace(key, *finish.heir);
         wanted[key] = {state.settings, std::move(finish.servers)};
     }
-    difference.changes = differenceOf(engine.applied, wanted, false);
+    difference.changes = differenceOf(engine.applied, wanted, engine.isAdopting);
     return difference;
 }
 
-std::vector<IpvsChange> dropIdle(const KernelEngine &engine, const FinishingServices &finishing) {
+bool isDeclaredAgain(KernelEngine &engine, const Plan &plan) {
+    IpvsTable wanted = servicesOf(plan, engine.options.scheduler, engine.journalled.marks);
+    for (const auto &[key, state] : engine.applied) {
+        if (wanted.contains(key))
+            continue;
+        // A port that is declared has a service of its own or crosses.
+        const bool isFinishing =
+            key.mark == 0 ? plan.pools.contains(poolAt(key)) : isFinishingName(nameOfMark(engine, key.mark));
+        if (!isFinishing)
+            return false;
+        wanted[key] = state;
+    }
+    const IpvsChanges changes = differenceOf(engine.applied, wanted, false);
+    return changes.before.empty() && changes.after.empty();
+}
+
+void nameFinishing(KernelEngine &engine, const FinishingServices &finishing) {
+    MarkNumbers &marks = engine.journalled.marks;
+    std::string lines;
+    for (const auto &[key, heir] : finishing) {
+        const std::string name(nameOfMark(engine, key.mark));
+        if (key.mark == 0 || isFinishingName(name))
+            continue;
+        const auto ports = engine.portsOfGroup.find(key.mark);
+        const std::string newName =
+            finishingNameOf(name, key.mark, ports == engine.portsOfGroup.end() ? std::set<uint16_t>{} : ports->second);
+        releaseMark(marks, key.mark);
+        keepMark(marks, newName, key.mark);
+        lines += markNameLine(key.mark, newName);
+    }
+    appendToJournal(engine.journal, lines); // else the next run waits for what is no more
+}
+
+std::vector<IpvsChange> removalsOfIdle(const KernelEngine &engine, const FinishingServices &finishing) {
     IpvsChanges changes;
     for (const auto &[key, heir] : finishing)
         if (isIdle(engine, key))

@@ -17,8 +17,9 @@ constexpr char kExpireNoDestination[] = "net/ipv4/vs/expire_nodest_conn";
 // What one change of the plan asks of the kernel.
 struct Work {
     IpvsChanges services;
-    FinishingServices finishing;
-    std::string marks; // the transaction
+    FinishingServices finishing; // all that are to finish then
+    FinishingServices lookedAt;  // those of them that go at once when they have no connection
+    std::string marks;           // the transaction
     bool translatesSource = false;
     IpvsTimeouts timeouts;
     std::set<uint32_t> unserved; // addresses to be withdrawn
@@ -40,11 +41,15 @@ bool isAlone(const Plan &plan, const Pool &pool) {
     return pool.settings.group == 0 && !hasClients(plan, pool.id.port);
 }
 
-// Whether pools and servers stay as many as they are.
-bool isInPlace(const PlanChange &change) {
-    return change.newPools.empty() && change.removedPools.empty() &&
-           std::ranges::none_of(change.servers, [](const ServerChange &server) {
-               return server.server.before == nullptr || server.server.after == nullptr;
+// Whether pools and servers stay as many as they are at the addresses of all that finishes.
+bool isInPlace(const FinishingServices &finishing, const PlanChange &change) {
+    std::set<Address> addresses;
+    for (const auto &[key, heir] : finishing)
+        addresses.insert(heir.port.address);
+    const auto isElsewhere = [&addresses](const Pool *pool) { return !addresses.contains(pool->id.port.address); };
+    return std::ranges::all_of(change.newPools, isElsewhere) && std::ranges::all_of(change.removedPools, isElsewhere) &&
+           std::ranges::all_of(change.servers, [&](const ServerChange &server) {
+               return (server.server.before != nullptr && server.server.after != nullptr) || isElsewhere(server.pool);
            });
 }
 
@@ -52,7 +57,7 @@ bool isInPlace(const PlanChange &change) {
 // things, and what finishes may have any server of its port.
 bool isLocal(const KernelEngine &engine, const Plan &plan, const PlanChange &change) {
     const auto alone = [&plan](const Pool *pool) { return isAlone(plan, *pool); };
-    return (engine.finishing.empty() || isInPlace(change)) && change.clients.empty() &&
+    return isInPlace(engine.finishing, change) && change.clients.empty() &&
            std::ranges::all_of(change.newPools, alone) && std::ranges::all_of(change.removedPools, alone) &&
            std::ranges::all_of(
                change.changedPools,
@@ -82,7 +87,7 @@ void changePool(KernelEngine &engine, const Plan &plan, const PoolSettingsChange
 void retirePool(KernelEngine &engine, const Plan &plan, const Pool &pool, Difference &difference) {
     const IpvsServiceKey key = serviceOf(plan, pool, engine.journalled.marks);
     const auto row = engine.applied.find(key);
-    if (row == engine.applied.end())
+    if (row == engine.applied.end() || (engine.isAdopting && key.mark != 0)) // packets are still marked
         return;
     const Finish finish = finishOf(engine, plan, key);
     if (!finish.heir) {
@@ -191,9 +196,10 @@ void forgetGone(KernelEngine &engine, const std::vector<IpvsChange> &changes) {
     for (const IpvsChange &change : changes) {
         if (change.isServer || engine.applied.contains(change.service))
             continue;
-        if (change.service.mark != 0)
+        if (change.service.mark != 0) {
             releaseMark(engine.journalled.marks, change.service.mark);
-        else if (engine.journalled.services.erase(change.service) > 0)
+            engine.portsOfGroup.erase(change.service.mark);
+        } else if (engine.journalled.services.erase(change.service) > 0)
             lines += serviceLine(change.service, false);
     }
     appendToJournal(engine.journal, lines); // else the next run finds nothing there
@@ -260,8 +266,7 @@ bool doWork(KernelEngine &engine, Work &work, DoneWork &done, std::string &mista
         done.areMarksChanged = true;
     }
     withdrawUnserved(engine, work.unserved);
-    if (!engine.isAdopting) // else marks may lead to them still
-        std::ranges::move(dropIdle(engine, work.finishing), std::back_inserter(work.services.after));
+    std::ranges::move(removalsOfIdle(engine, work.lookedAt), std::back_inserter(work.services.after));
     return carryOut(engine.ipvs, work.services.after, engine.applied, done.services, mistake) &&
            setTimeouts(engine, work.timeouts, mistake);
 }
@@ -276,15 +281,18 @@ void undoWork(KernelEngine &engine, const std::string &marksBefore, DoneWork &do
         setConntrack(engine, false, ignored);
 }
 
-// Reads the counters of what is about to go.
-void readBeforeRemoval(KernelEngine &engine, const Work &work) {
+// Reads the counters of what is about to go, or to count for another pool.
+void readBeforeChange(KernelEngine &engine, const Work &work) {
     std::set<IpvsServiceKey> services;
     for (const std::vector<IpvsChange> *list : {&work.services.before, &work.services.after})
         for (const IpvsChange &change : *list)
             if (change.what == IpvsOrder::remove)
                 services.insert(change.service);
-    for (const auto &[key, heir] : work.finishing)
+    for (const auto &[key, heir] : work.lookedAt)
         services.insert(key);
+    for (const auto &[key, heir] : engine.finishing)
+        if (!work.finishing.contains(key))
+            services.insert(key);
     readLastCounts(engine, services);
 }
 
@@ -292,6 +300,9 @@ Work workFor(KernelEngine &engine, const Plan &plan, Difference difference, bool
     Work work;
     work.services = std::move(difference.changes);
     work.finishing = std::move(difference.finishing);
+    for (const auto &[key, heir] : work.finishing)
+        if (!engine.finishing.contains(key))
+            work.lookedAt.emplace(key, heir);
     if (isHashed(engine.options.scheduler))
         keepOrder(work.services, engine.applied);
     // While things of the run before are in force, so is their table: their rules would not be there.
@@ -348,19 +359,20 @@ bool isNew(const IpvsChange &change) {
 // Keeps what finishes now, and whose its connections are.
 void followFinishing(KernelEngine &engine, const Plan &plan, const FinishingServices &finishing,
                      std::vector<EndedCounts> &ended) {
-    FinishingServices before = std::move(engine.finishing);
+    FinishingServices concerned = std::move(engine.finishing);
     engine.finishing.clear();
     for (const auto &[key, heir] : finishing)
         if (engine.applied.contains(key))
             engine.finishing.emplace(key, heir);
-    before.insert(engine.finishing.begin(), engine.finishing.end());
-    for (const auto &[key, heir] : before)
+    concerned.insert(engine.finishing.begin(), engine.finishing.end());
+    for (const auto &[key, heir] : concerned)
         if (engine.applied.contains(key))
             handOverCounts(engine, plan, key, ended);
+    nameFinishing(engine, engine.finishing);
 }
 
 bool tryWork(KernelEngine &engine, const Plan &plan, Work work, std::vector<EndedCounts> &ended, std::string &mistake) {
-    readBeforeRemoval(engine, work);
+    readBeforeChange(engine, work);
     DoneWork done;
     const bool isDone = doOrUndo(engine, work, done, mistake);
     // What a manager declares step by step is not announced half done.
@@ -378,10 +390,6 @@ bool tryWork(KernelEngine &engine, const Plan &plan, Work work, std::vector<Ende
     forgetGone(engine, work.services.before);
     forgetGone(engine, work.services.after);
     return isDone;
-}
-
-Difference fullDifference(KernelEngine &engine, const Plan &plan) {
-    return differenceTo(engine, plan, engine.isAdopting);
 }
 
 void ownAllMarks(KernelEngine &engine, const Plan &plan) {
@@ -429,7 +437,7 @@ bool areMarksInForce(KernelEngine &engine) {
 bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &change, std::vector<EndedCounts> &ended,
                    std::string &mistake) {
     const bool isLocalChange = isLocal(engine, plan, change);
-    Difference difference = isLocalChange ? localDifference(engine, plan, change) : fullDifference(engine, plan);
+    Difference difference = isLocalChange ? localDifference(engine, plan, change) : differenceTo(engine, plan);
     if (isLocalChange)
         for (const Pool *pool : change.newPools)
             ownMarks(engine, plan, *pool);
@@ -440,7 +448,8 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
                 mistake);
     if (!isDone && hasLost(engine, ended)) { // others have been here: from what there is
         std::string again;
-        isDone = tryWork(engine, plan, workFor(engine, plan, fullDifference(engine, plan), true), ended, again);
+        isDone = tryWork(engine, plan, workFor(engine, plan, differenceTo(engine, plan), true), ended, again);
+        engine.isInLine = engine.isInLine && isDone; // else what they took away is brought back later
     }
     if (engine.isAdopting)
         countAdopted(engine, plan);
@@ -449,7 +458,7 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
     ownAllMarks(engine, plan);
-    Work work = workFor(engine, plan, fullDifference(engine, plan), true);
+    Work work = workFor(engine, plan, differenceTo(engine, plan), true);
     const std::size_t count = work.services.before.size() + work.services.after.size();
     std::string mistake;
     engine.isInLine = tryWork(engine, plan, std::move(work), ended, mistake);
@@ -467,10 +476,10 @@ void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts
     std::erase_if(engine.finishing, [&engine](const auto &service) { return !engine.applied.contains(service.first); });
     if (engine.finishing.empty())
         return;
-    Difference nothing;
-    nothing.finishing = engine.finishing;
+    Work work = workFor(engine, plan, {{}, engine.finishing}, false);
+    work.lookedAt = work.finishing;
     std::string mistake;
-    if (!tryWork(engine, plan, workFor(engine, plan, std::move(nothing), false), ended, mistake))
+    if (!tryWork(engine, plan, std::move(work), ended, mistake))
         words = "a service that is not needed any more stays: " + mistake;
 }
 

@@ -31,6 +31,8 @@ void add(Totals &sum, const Totals &more) {
 Totals countedOf(const CountedTotals &counted) {
     const Totals start = totalsOf(counted.start);
     Totals totals = totalsOf(counted.last);
+    if (totals.connections < start.connections || totals.packetsIn < start.packetsIn) // others have begun at 0
+        return totals;
     totals.connections -= start.connections;
     totals.packetsIn -= start.packetsIn;
     totals.packetsOut -= start.packetsOut;
@@ -198,6 +200,8 @@ void ownMarks(KernelEngine &engine, const Plan &plan, const Pool &pool) {
     const IpvsServiceKey own = serviceOf(plan, pool, engine.journalled.marks);
     if (own.mark != 0)
         engine.poolOfMark[own.mark] = leaderOf(plan, pool).id;
+    if (isSharingGroup(plan, pool))
+        engine.portsOfGroup[own.mark].insert(pool.id.port.port);
     for (const uint32_t server : boundServersOf(plan, pool))
         engine.poolOfMark[boundServiceOf(pool, server, engine.journalled.marks).mark] = pool.id;
 }
@@ -225,16 +229,22 @@ void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey
     const auto counted = engine.counted.find(key);
     if (counted != engine.counted.end() && counted->second.pool == poolOf(engine, key))
         return;
-    readCounts(engine, key);
+    CountedService before;
+    if (counted != engine.counted.end())
+        before = counted->second;
     endService(engine, key, ended);
     CountedService &service = beginService(engine, key);
     for (const auto &[server, settings] : engine.applied.at(key).servers)
-        service.servers[server].key = keyIn(plan, service.pool, server);
-    if (!readCounts(engine, key))
-        return;
+        service.servers[server] = before.servers[server];
+    service.totals = before.totals;
+    service.readAt = before.readAt;
+    if (service.readAt == 0) // of the run before, and counted for the first time
+        readCounts(engine, key);
     service.totals.start = service.totals.last;
-    for (auto &[server, ofServer] : service.servers)
+    for (auto &[server, ofServer] : service.servers) {
+        ofServer.key = keyIn(plan, service.pool, server);
         ofServer.totals.start = ofServer.totals.last;
+    }
 }
 
 void endLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {

@@ -205,10 +205,7 @@ bool listStickyClients(void *own, const Plan &plan, const PortId *port, std::vec
 
 // What was taken over needs no more patience when all of it is declared again.
 bool isAdoptionOver(KernelEngine &engine, const Plan &plan) {
-    if (steadySeconds() >= engine.adoptingUntil)
-        return true;
-    const IpvsChanges changes = differenceTo(engine, plan, false).changes;
-    return changes.before.empty() && changes.after.empty();
+    return steadySeconds() >= engine.adoptingUntil || isDeclaredAgain(engine, plan);
 }
 
 void tick(void *own, const Plan &plan, std::vector<EndedCounts> &ended, LogText &words) {

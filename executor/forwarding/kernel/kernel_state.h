@@ -48,9 +48,10 @@ struct KernelEngine {
     Journal journal;
     JournalContents journalled;
 
-    IpvsTable applied;               // the services that are ours, as the kernel has them
-    std::set<IpvsServiceKey> coarse; // services whose weights the log was told of
-    FinishingServices finishing;     // some of them
+    IpvsTable applied;                                   // the services that are ours, as the kernel has them
+    std::set<IpvsServiceKey> coarse;                     // services whose weights the log was told of
+    FinishingServices finishing;                         // services of `applied`
+    std::map<uint32_t, std::set<uint16_t>> portsOfGroup; // by mark: every port that was in it in this run
     std::map<IpvsServiceKey, CountedService> counted;
     std::map<PoolId, std::set<IpvsServiceKey>> servicesOfPool;
     std::map<uint32_t, PoolId> poolOfMark;
@@ -107,16 +108,22 @@ struct Finish {
 };
 Finish finishOf(const KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key);
 
-// What leads from what the kernel has to what the plan wants, and which services are not wanted, and finish. With
-// `isKeepingSurplus`, all that is not wanted stays as it is.
+// What leads from what the kernel has to what the plan wants, and which services are not wanted, and finish. While
+// things of the run before are in force, all that is not wanted stays as it is.
 struct Difference {
     IpvsChanges changes;
     FinishingServices finishing;
 };
-Difference differenceTo(KernelEngine &engine, const Plan &plan, bool isKeepingSurplus);
+Difference differenceTo(KernelEngine &engine, const Plan &plan);
 
-// The removal of those that have no connection.
-std::vector<IpvsChange> dropIdle(const KernelEngine &engine, const FinishingServices &finishing);
+// Whether the plan wants all that is in force, but for what finished in the run before already.
+bool isDeclaredAgain(KernelEngine &engine, const Plan &plan);
+
+// Gives the marks of services that finish names of their own, so that what comes again begins anew.
+void nameFinishing(KernelEngine &engine, const FinishingServices &finishing);
+
+// The orders to remove those that have no connection.
+std::vector<IpvsChange> removalsOfIdle(const KernelEngine &engine, const FinishingServices &finishing);
 
 // --- kernel_counts.cpp -----------------------------------------------------------------------------------------------
 

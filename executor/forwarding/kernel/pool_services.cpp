@@ -13,6 +13,8 @@ namespace rk {
 namespace {
 
 constexpr int kBoundWeight = 1; // any: there is one server
+constexpr std::string_view kGroup = " group ";
+constexpr std::string_view kFinishing = " finishing ";
 
 std::string portText(const PoolId &pool) {
     return (pool.transport == Transport::tcp ? "tcp " : "udp ") + dottedText(pool.port.address);
@@ -52,6 +54,19 @@ bool haveSameServers(const Pool &pool, const Pool &other) {
     return std::ranges::equal(pool.keyOfEndpoint, other.keyOfEndpoint, [](const auto &one, const auto &another) {
         return one.first.address == another.first.address;
     });
+}
+
+// The numbers behind the mark in the name of a group that finishes.
+std::set<uint16_t> portsIn(std::string_view name) {
+    std::set<uint16_t> ports;
+    const std::size_t finishing = std::min(name.find(kFinishing), name.size());
+    std::size_t blank = name.find(' ', std::min(finishing + kFinishing.size(), name.size()));
+    for (; blank != std::string_view::npos; blank = name.find(' ', blank + 1)) {
+        uint16_t port = 0;
+        if (std::from_chars(name.begin() + blank + 1, name.end(), port).ec == std::errc())
+            ports.insert(port);
+    }
+    return ports;
 }
 
 IpvsServiceKey markService(uint32_t mark) {
@@ -118,13 +133,26 @@ std::string nameOf(const PoolId &pool) {
 }
 
 std::string groupNameOf(const PoolId &pool, uint16_t group) {
-    return portText(pool) + " group " + std::to_string(group);
+    return portText(pool) + std::string(kGroup) + std::to_string(group);
 }
 
 std::string boundNameOf(const PoolId &pool, uint32_t serverKey) {
     char text[32] = "";
     std::snprintf(text, sizeof text, " server %08X", serverKey);
     return nameOf(pool) + text;
+}
+
+std::string finishingNameOf(const std::string &name, uint32_t mark, const std::set<uint16_t> &ports) {
+    std::string finishing = name + std::string(kFinishing) + std::to_string(mark);
+    for (const uint16_t port : ports) {
+        finishing += ' ';
+        finishing += std::to_string(port);
+    }
+    return finishing;
+}
+
+bool isFinishingName(std::string_view name) {
+    return name.find(kFinishing) != std::string_view::npos;
 }
 
 std::optional<NamedPools> poolsNamed(std::string_view name) {
@@ -140,12 +168,14 @@ std::optional<NamedPools> poolsNamed(std::string_view name) {
     if ((transport != "tcp" && transport != "udp") ||
         inet_pton(AF_INET, dotted.c_str(), pools.address.bytes.data()) != 1)
         return std::nullopt;
-    if (behind.starts_with(" group "))
-        return pools;
-    uint16_t port = 0;
-    if (!behind.starts_with(":") || std::from_chars(behind.begin() + 1, behind.end(), port).ec != std::errc())
+    pools.isGroup = behind.starts_with(kGroup);
+    const std::string_view number =
+        behind.substr(pools.isGroup ? kGroup.size() : std::min<std::size_t>(1, behind.size()));
+    if ((!pools.isGroup && !behind.starts_with(":")) ||
+        std::from_chars(number.begin(), number.end(), pools.port).ec != std::errc())
         return std::nullopt;
-    pools.port = port;
+    if (pools.isGroup)
+        pools.ports = portsIn(behind);
     return pools;
 }
 

@@ -28,12 +28,18 @@ std::string nameOf(const PoolId &pool);
 std::string groupNameOf(const PoolId &pool, uint16_t group);
 std::string boundNameOf(const PoolId &pool, uint32_t serverKey);
 
-// Which ports' own pools a service of such a name belongs to: that of one port, or all of an address that a group may
-// have. None: the name is none of these.
+// The name of a thing that is no more, and whose service finishes: the same thing may come again, and be another one.
+// `ports` are those of a group.
+std::string finishingNameOf(const std::string &name, uint32_t mark, const std::set<uint16_t> &ports);
+bool isFinishingName(std::string_view name);
+
+// Which ports' own pools a service of such a name belongs to. None: the name is none of these.
 struct NamedPools {
     Transport transport = Transport::tcp;
     Address address;
-    std::optional<uint16_t> port; // none: any
+    uint16_t port = 0;        // that of a group is the one that its ports cross to
+    bool isGroup = false;     // the pools of the other ports of the group as well
+    std::set<uint16_t> ports; // these, if the name tells them
 };
 std::optional<NamedPools> poolsNamed(std::string_view name);
 
