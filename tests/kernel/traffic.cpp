@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <mutex>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sched.h>
@@ -129,12 +130,19 @@ void neverWait(int handle) {
     fcntl(handle, F_SETFL, O_NONBLOCK);
 }
 
-void acceptGuest(int listener, std::vector<Watched> &all) {
+// What all servers of this process have taken, by the client's address.
+std::mutex takenLock;
+std::map<in_addr_t, Answers> takenByAddress;
+
+void acceptGuest(int listener, const std::string &name, std::vector<Watched> &all) {
     Watched watched;
     socklen_t size = sizeof watched.guest.address;
     watched.guest.handle = accept4(listener, reinterpret_cast<sockaddr *>(&watched.guest.address), &size, SOCK_CLOEXEC);
-    if (watched.guest.handle != -1)
-        all.push_back(watched);
+    if (watched.guest.handle == -1)
+        return;
+    all.push_back(watched);
+    const std::lock_guard guard(takenLock);
+    ++takenByAddress[watched.guest.address.sin_addr.s_addr][name];
 }
 
 void answerForEver(const std::string &name, std::vector<Watched> all) {
@@ -149,7 +157,7 @@ void answerForEver(const std::string &name, std::vector<Watched> all) {
                 continue;
             const Watched watched = all[index - 1];
             if (watched.kind == Kind::listener)
-                acceptGuest(watched.guest.handle, all);
+                acceptGuest(watched.guest.handle, name, all);
             else if (watched.kind == Kind::datagrams)
                 answerDatagram(watched.guest.handle, name);
             else if (!answerGuest(watched.guest, name)) {
@@ -316,6 +324,15 @@ Answers askByDatagram(const Request &request, int count, bool isOneSocket) {
             close(handle);
         return answers;
     });
+}
+
+Answers takenFrom(const std::vector<std::string> &clients) {
+    const std::lock_guard guard(takenLock);
+    Answers taken;
+    for (const std::string &client : clients)
+        for (const auto &[name, count] : takenByAddress[endpoint(client, 0).sin_addr.s_addr])
+            taken[name] += count;
+    return taken;
 }
 
 std::string answerTo(const Request &request) {

@@ -39,6 +39,9 @@ Answers ask(const Request &request, int count);
 // The same with datagrams, each from a socket of its own, or all from one.
 Answers askByDatagram(const Request &request, int count, bool isOneSocket = false);
 
+// How many connections from these addresses each server of this process has taken so far.
+Answers takenFrom(const std::vector<std::string> &clients);
+
 // What the server said to one request: "s1 10.1.0.2:40000".
 std::string answerTo(const Request &request);
 

@@ -1,6 +1,7 @@
 // Services that no new connection comes to any more, as the port's connections are balanced elsewhere now: by a group,
 // by other marks, or by the address again. A connection ends with its service, so they stay, with the servers that the
-// port has still, until their last connection is over.
+// port has still, until their last connection is over. Nor do they go at once when they have none: a packet that was
+// marked just before the change may be about to begin one.
 #include "executor/forwarding/kernel/kernel_state.h"
 #include "executor/forwarding/kernel/pool_services.h"
 
@@ -128,12 +129,12 @@ void nameFinishing(KernelEngine &engine, const FinishingServices &finishing) {
     appendToJournal(engine.journal, lines); // else the next run waits for what is no more
 }
 
-std::vector<IpvsChange> removalsOfIdle(const KernelEngine &engine, const FinishingServices &finishing) {
+IpvsChanges removalsOfIdle(const KernelEngine &engine) {
     IpvsChanges changes;
-    for (const auto &[key, heir] : finishing)
+    for (const auto &[key, heir] : engine.finishing)
         if (isIdle(engine, key))
             dropService(changes, engine.applied, key);
-    return changes.after;
+    return changes;
 }
 
 } // namespace rk

@@ -18,7 +18,6 @@ constexpr char kExpireNoDestination[] = "net/ipv4/vs/expire_nodest_conn";
 struct Work {
     IpvsChanges services;
     FinishingServices finishing; // all that are to finish then
-    FinishingServices lookedAt;  // those of them that go at once when they have no connection
     std::string marks;           // the transaction
     bool translatesSource = false;
     IpvsTimeouts timeouts;
@@ -266,7 +265,6 @@ bool doWork(KernelEngine &engine, Work &work, DoneWork &done, std::string &mista
         done.areMarksChanged = true;
     }
     withdrawUnserved(engine, work.unserved);
-    std::ranges::move(removalsOfIdle(engine, work.lookedAt), std::back_inserter(work.services.after));
     return carryOut(engine.ipvs, work.services.after, engine.applied, done.services, mistake) &&
            setTimeouts(engine, work.timeouts, mistake);
 }
@@ -288,8 +286,9 @@ void readBeforeChange(KernelEngine &engine, const Work &work) {
         for (const IpvsChange &change : *list)
             if (change.what == IpvsOrder::remove)
                 services.insert(change.service);
-    for (const auto &[key, heir] : work.lookedAt)
-        services.insert(key);
+    for (const auto &[key, heir] : work.finishing)
+        if (!engine.finishing.contains(key))
+            services.insert(key);
     for (const auto &[key, heir] : engine.finishing)
         if (!work.finishing.contains(key))
             services.insert(key);
@@ -300,9 +299,6 @@ Work workFor(KernelEngine &engine, const Plan &plan, Difference difference, bool
     Work work;
     work.services = std::move(difference.changes);
     work.finishing = std::move(difference.finishing);
-    for (const auto &[key, heir] : work.finishing)
-        if (!engine.finishing.contains(key))
-            work.lookedAt.emplace(key, heir);
     if (isHashed(engine.options.scheduler))
         keepOrder(work.services, engine.applied);
     // While things of the run before are in force, so is their table: their rules would not be there.
@@ -476,8 +472,7 @@ void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts
     std::erase_if(engine.finishing, [&engine](const auto &service) { return !engine.applied.contains(service.first); });
     if (engine.finishing.empty())
         return;
-    Work work = workFor(engine, plan, {{}, engine.finishing}, false);
-    work.lookedAt = work.finishing;
+    Work work = workFor(engine, plan, {removalsOfIdle(engine), engine.finishing}, false);
     std::string mistake;
     if (!tryWork(engine, plan, std::move(work), ended, mistake))
         words = "a service that is not needed any more stays: " + mistake;

@@ -122,8 +122,8 @@ bool isDeclaredAgain(KernelEngine &engine, const Plan &plan);
 // Gives the marks of services that finish names of their own, so that what comes again begins anew.
 void nameFinishing(KernelEngine &engine, const FinishingServices &finishing);
 
-// The orders to remove those that have no connection.
-std::vector<IpvsChange> removalsOfIdle(const KernelEngine &engine, const FinishingServices &finishing);
+// What removes the services that finish and have no connection.
+IpvsChanges removalsOfIdle(const KernelEngine &engine);
 
 // --- kernel_counts.cpp -----------------------------------------------------------------------------------------------
 
