@@ -3,6 +3,7 @@
 #include "executor/forwarding/kernel/ipvs.h"
 #include "executor/forwarding/kernel/kernel_engine.h"
 #include "executor/forwarding/kernel/kernel_state.h"
+#include "executor/forwarding/kernel/pool_services.h"
 #include "executor/state/values.h"
 #include "kernel_refusals.h"
 #include "plans.h"
@@ -10,12 +11,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <regex>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -32,6 +33,7 @@ constexpr char kJournalFolder[] = "/run/qelxwd_test";
 constexpr uint32_t kWeb1 = 11; // keys
 constexpr uint32_t kWeb2 = 12;
 constexpr uint32_t kWeb3 = 13;
+constexpr int64_t kLongTime = 1000;            // seconds: longer than a test takes
 constexpr useconds_t kCountersLag = 4'500'000; // two rounds of the kernel's summing up
 
 // Servers in threads, once for all tests.
@@ -109,6 +111,11 @@ std::string packetFilter(const char *table = "qelxw") {
     return text;
 }
 
+// Whichever marks were given out.
+std::string withoutMarks(const std::string &filter) {
+    return std::regex_replace(filter, std::regex("0x4c[0-9a-f]{6}"), "MARK");
+}
+
 void runNft(const std::string &commands) {
     Nftables nftables;
     ASSERT_TRUE(openNftables(nftables));
@@ -161,7 +168,7 @@ protected:
         ASSERT_TRUE(apply()) << said;
     }
 
-    // Without those that have connections left, and nothing else.
+    // Without those that finish.
     IpvsTable wantedServicesNow() {
         IpvsTable table = servicesNow();
         for (const auto &[key, heir] : own().finishing)
@@ -185,10 +192,12 @@ protected:
         own().relistAt = 0;
     }
 
-    // Services that are not needed go when they are looked at.
+    // Services that finish go when two looks have found no connection.
     void endFinishedNow() {
-        letTimePass();
-        tick();
+        for (int look = 0; look < 2; ++look) {
+            letTimePass();
+            tick();
+        }
     }
 
     Counts countsOf(const Pool &pool) {
@@ -622,6 +631,7 @@ TEST_F(KernelEngineTest, heldConnectionsOutliveOtherServices) {
     traffic::Held more = traffic::hold(to(cluster), 3);
     held.sockets.insert(held.sockets.end(), more.sockets.begin(), more.sockets.end());
     EXPECT_EQ(traffic::textOf(traffic::askHeld(held)), "s1=3 s2=3 s3=3");
+    traffic::Held across = traffic::hold(to(cluster, 443), 3); // through the same service
 
     for (auto &[id, pool] : next.pools)
         pool.settings.group = 0;
@@ -649,7 +659,7 @@ TEST_F(KernelEngineTest, heldConnectionsOutliveOtherServices) {
     EXPECT_EQ(traffic::textOf(traffic::askHeld(bound)), "s2=2");
     EXPECT_EQ(traffic::textOf(traffic::askHeld(ruled)), "s3=2");
     expectShares(traffic::ask(to(cluster, 80, {"10.1.0.4", "10.1.0.5"}), 6), {{"s1", 2}, {"s2", 2}, {"s3", 2}}, 1);
-    EXPECT_EQ(countsOf(plans::pool(next, cluster, 80)).active, 10U); // 3, 3 of the group, 2 and 2
+    EXPECT_EQ(countsOf(plans::pool(next, cluster, 80)).active, 13U); // 3, 6 of the group, 2 and 2
 
     // The kernel is looked at, and a run that ends in the midst is followed by another: nothing changes.
     letTimePass();
@@ -687,8 +697,9 @@ TEST_F(KernelEngineTest, heldConnectionsOutliveOtherServices) {
     next.ports.erase(plans::endpoint(cluster, 443));
     mustApply();
     EXPECT_EQ(traffic::textOf(traffic::askHeld(others)), "reset=3");
-    EXPECT_EQ(traffic::textOf(traffic::askHeld(more)), "reset=1 s1=1 s3=1"); // no port of the group has s2 now
-    for (traffic::Held *all : {&held, &bound, &ruled})
+    for (const traffic::Held *group : {&more, &across}) // no port of the group has s2 now, but one has the others
+        EXPECT_EQ(traffic::textOf(traffic::askHeld(*group)), "reset=1 s1=1 s3=1");
+    for (traffic::Held *all : {&held, &across, &bound, &ruled})
         traffic::letGo(*all);
 }
 
@@ -758,7 +769,9 @@ TEST_F(KernelEngineTest, aServiceThatIsNotNeededGoesAfterItsLastConnection) {
     mustApply();
     EXPECT_EQ(traffic::textOf(traffic::askByDatagram(request, 4)), "s2=4"); // the same connections
     usleep(2'500'000);
+    own().relistAt = steadySeconds() + kLongTime;
     tick(); // not yet looked at
+    tick();
     EXPECT_EQ(kernelTable().size(), 2U);
     endFinishedNow();
     EXPECT_EQ(said, "");
@@ -771,9 +784,87 @@ TEST_F(KernelEngineTest, aServiceThatIsNotNeededGoesAfterItsLastConnection) {
     EXPECT_EQ(kernelTable().size(), 2U);
     next.pools.erase(PoolId{plans::endpoint(cluster, 80), Transport::udp, "all"});
     mustApply();
+    letTimePass();
+    tick();
     EXPECT_EQ(kernelTable().size(), 2U);
-    endFinishedNow();
+    letTimePass();
+    tick();
     EXPECT_EQ(kernelTable().size(), 1U);
+}
+
+class KernelFinishTest : public KernelEngineTest {
+protected:
+    void SetUp() override {
+        KernelEngineTest::SetUp();
+        plans::threeServers(plans::pool(next, "10.9.0.8", 80), 80, 1, 1, 1);
+        beginToFinish();
+    }
+
+    // Two services that finish and have no connection, beside one that is wanted.
+    void beginToFinish() {
+        plans::bindClient(next, "10.9.0.8", 80, "10.1.0.4", kWeb1);
+        plans::bindClient(next, "10.9.0.8", 80, "10.1.0.5", kWeb2);
+        mustApply();
+        next.ports.begin()->second.clients.clear();
+        mustApply();
+        ASSERT_EQ(own().finishing.size(), 2U);
+        ASSERT_EQ(kernelTable().size(), 3U);
+    }
+};
+
+TEST_F(KernelFinishTest, refusalsOfItsEndChangeNothing) {
+    const std::multiset<std::string> both = addressesOf(servicesNow());
+    int refusals = 0;
+    bool isMet = true;
+    for (int step = 1; isMet; ++step) {
+        SCOPED_TRACE(step);
+        letTimePass();
+        tick();
+        interference = {};
+        interference.victim = step;
+        interference.fate = Fate::refused;
+        letTimePass();
+        tick();
+        isMet = interference.messages + interference.transactions >= step;
+        interference = {};
+        if (!said.empty()) {
+            ++refusals;
+            EXPECT_EQ(said.rfind("a service that is not needed any more stays: remove service mark ", 0), 0U) << said;
+            EXPECT_EQ(addressesOf(servicesNow()), both);
+        }
+        endFinishedNow();
+        EXPECT_EQ(said, "");
+        EXPECT_EQ(kernelTable().size(), 1U);
+        beginToFinish();
+    }
+    EXPECT_EQ(refusals, 2);
+}
+
+// Marks are for things to come, and the next run is not to take what is nobody's for its own.
+TEST_F(KernelFinishTest, whatHasGoneIsForgotten) {
+    const auto finishingNames = [this] {
+        return std::ranges::count_if(own().journalled.marks.nameOf,
+                                     [](const auto &mark) { return isFinishingName(mark.second); });
+    };
+    const auto takeOneAway = [this] {
+        NetlinkFamily ipvs;
+        ASSERT_EQ(openIpvs(ipvs), 0);
+        EXPECT_EQ(orderService(ipvs, IpvsOrder::remove, own().finishing.begin()->first, {}), 0);
+        closeFamily(ipvs);
+    };
+    EXPECT_EQ(finishingNames(), 2);
+    takeOneAway();
+    letTimePass();
+    tick();
+    EXPECT_EQ(own().finishing.size(), 1U);
+    EXPECT_EQ(finishingNames(), 1);
+
+    takeOneAway();
+    own().options.keepsForwarding = true;
+    closeEngine();
+    openEngine();
+    EXPECT_EQ(finishingNames(), 0);
+    mustApply();
 }
 
 // The address is its own: for a while the kernel remembers a server of another test at the same address, counts
@@ -1199,7 +1290,7 @@ TEST_F(KernelEngineTest, whatOthersTakeAwayComesBack) {
         ASSERT_EQ(orderService(ipvs, IpvsOrder::remove, key, {}), 0);
     IpvsServiceKey theirs;
     theirs.transport = IPPROTO_TCP;
-    std::memcpy(&theirs.address, plans::address("10.9.0.1").bytes.data(), sizeof theirs.address);
+    theirs.address = wordOf(plans::address("10.9.0.1"));
     theirs.port = 81;
     ASSERT_EQ(orderService(ipvs, IpvsOrder::add, theirs, table.begin()->second.settings), 0);
     const Plan before = next;
@@ -1261,6 +1352,7 @@ TEST_F(KernelEngineTest, aRefusedMessageUndoesTheWholeChange) {
     next = both.from;
     mustApply();
     const std::multiset<std::string> first = addressesOf(servicesNow());
+    const std::string firstFilter = withoutMarks(packetFilter());
     const IpvsTimeouts timeouts = timeoutsNow();
 
     next = both.to;
@@ -1275,6 +1367,7 @@ TEST_F(KernelEngineTest, aRefusedMessageUndoesTheWholeChange) {
     TableText before = kernelTable();
     std::string filter = packetFilter();
     ASSERT_EQ(addressesOf(servicesNow()), first);
+    ASSERT_EQ(withoutMarks(filter), firstFilter);
 
     for (int step = 1; step <= steps; ++step) {
         next = both.to;
@@ -1289,6 +1382,7 @@ TEST_F(KernelEngineTest, aRefusedMessageUndoesTheWholeChange) {
             mustApply();
             endFinishedNow();
             EXPECT_EQ(addressesOf(servicesNow()), first) << step;
+            EXPECT_EQ(withoutMarks(packetFilter()), firstFilter) << step;
             before = kernelTable(); // a rule that comes again has another mark
             filter = packetFilter();
         } else {

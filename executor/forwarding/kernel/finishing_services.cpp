@@ -1,7 +1,7 @@
 // Services that no new connection comes to any more, as the port's connections are balanced elsewhere now: by a group,
 // by other marks, or by the address again. A connection ends with its service, so they stay, with the servers that the
-// port has still, until their last connection is over. Nor do they go at once when they have none: a packet that was
-// marked just before the change may be about to begin one.
+// port has still, until their last connection is over. Those without one stay until two looks have found none: a packet
+// that was marked just before the change may be about to begin one.
 #include "executor/forwarding/kernel/kernel_state.h"
 #include "executor/forwarding/kernel/pool_services.h"
 
@@ -24,13 +24,12 @@ std::optional<NamedPools> poolsOf(const KernelEngine &engine, const IpvsServiceK
 }
 
 void appendPool(const Plan &plan, const PoolId &id, std::vector<const Pool *> &pools) {
-    const auto found = plan.pools.find(id);
-    if (found != plan.pools.end())
-        pools.push_back(&found->second);
+    if (const Pool *pool = findPool(plan, id))
+        pools.push_back(pool);
 }
 
 // The ports' own pools that go on with the connections of a service, if they have its servers. Of a group these are its
-// ports, that which they cross to first; which they were may not be known of an earlier run, then it may be any.
+// ports, that which they cross to first. When an earlier run did not tell its ports, all of the address count.
 std::vector<const Pool *> heirsOf(const KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key) {
     std::vector<const Pool *> heirs;
     const std::optional<NamedPools> named = poolsOf(engine, key);
@@ -112,10 +111,10 @@ bool isDeclaredAgain(KernelEngine &engine, const Plan &plan) {
     return changes.before.empty() && changes.after.empty();
 }
 
-void nameFinishing(KernelEngine &engine, const FinishingServices &finishing) {
+void nameFinishing(KernelEngine &engine) {
     MarkNumbers &marks = engine.journalled.marks;
     std::string lines;
-    for (const auto &[key, heir] : finishing) {
+    for (const auto &[key, heir] : engine.finishing) {
         const std::string name(nameOfMark(engine, key.mark));
         if (key.mark == 0 || isFinishingName(name))
             continue;
@@ -129,11 +128,17 @@ void nameFinishing(KernelEngine &engine, const FinishingServices &finishing) {
     appendToJournal(engine.journal, lines); // else the next run waits for what is no more
 }
 
-IpvsChanges removalsOfIdle(const KernelEngine &engine) {
+IpvsChanges removalsOfIdle(KernelEngine &engine) {
     IpvsChanges changes;
-    for (const auto &[key, heir] : engine.finishing)
-        if (isIdle(engine, key))
+    std::set<IpvsServiceKey> idle;
+    for (const auto &[key, heir] : engine.finishing) {
+        if (!isIdle(engine, key))
+            continue;
+        idle.insert(key);
+        if (engine.idle.contains(key))
             dropService(changes, engine.applied, key);
+    }
+    engine.idle = std::move(idle);
     return changes;
 }
 

@@ -40,8 +40,9 @@ bool isAlone(const Plan &plan, const Pool &pool) {
     return pool.settings.group == 0 && !hasClients(plan, pool.id.port);
 }
 
-// Whether pools and servers stay as many as they are at the addresses of all that finishes.
-bool isInPlace(const FinishingServices &finishing, const PlanChange &change) {
+// Whether no pool or server comes or goes at an address where something finishes: that would decide which servers the
+// finishing services keep.
+bool leavesFinishingAlone(const FinishingServices &finishing, const PlanChange &change) {
     std::set<Address> addresses;
     for (const auto &[key, heir] : finishing)
         addresses.insert(heir.port.address);
@@ -56,7 +57,7 @@ bool isInPlace(const FinishingServices &finishing, const PlanChange &change) {
 // things, and what finishes may have any server of its port.
 bool isLocal(const KernelEngine &engine, const Plan &plan, const PlanChange &change) {
     const auto alone = [&plan](const Pool *pool) { return isAlone(plan, *pool); };
-    return isInPlace(engine.finishing, change) && change.clients.empty() &&
+    return leavesFinishingAlone(engine.finishing, change) && change.clients.empty() &&
            std::ranges::all_of(change.newPools, alone) && std::ranges::all_of(change.removedPools, alone) &&
            std::ranges::all_of(
                change.changedPools,
@@ -189,19 +190,31 @@ bool writeJournal(KernelEngine &engine, const IpvsChanges &changes, std::string 
     return false;
 }
 
-// What is not in the kernel, or not any more, is nobody's.
-void forgetGone(KernelEngine &engine, const std::vector<IpvsChange> &changes) {
+// What is not in the kernel, or not any more, is nobody's. Of marks the journal tells nothing: the next run sees which
+// are in the kernel.
+void forgetGone(KernelEngine &engine, const std::set<IpvsServiceKey> &services) {
     std::string lines;
-    for (const IpvsChange &change : changes) {
-        if (change.isServer || engine.applied.contains(change.service))
+    for (const IpvsServiceKey &key : services) {
+        if (engine.applied.contains(key))
             continue;
-        if (change.service.mark != 0) {
-            releaseMark(engine.journalled.marks, change.service.mark);
-            engine.portsOfGroup.erase(change.service.mark);
-        } else if (engine.journalled.services.erase(change.service) > 0)
-            lines += serviceLine(change.service, false);
+        engine.finishing.erase(key);
+        if (key.mark != 0) {
+            releaseMark(engine.journalled.marks, key.mark);
+            engine.portsOfGroup.erase(key.mark);
+            engine.poolOfMark.erase(key.mark);
+        } else if (engine.journalled.services.erase(key) > 0)
+            lines += serviceLine(key, false);
     }
     appendToJournal(engine.journal, lines); // else the next run finds nothing there
+}
+
+std::set<IpvsServiceKey> servicesIn(const IpvsChanges &changes) {
+    std::set<IpvsServiceKey> services;
+    for (const std::vector<IpvsChange> *list : {&changes.before, &changes.after})
+        for (const IpvsChange &change : *list)
+            if (!change.isServer)
+                services.insert(change.service);
+    return services;
 }
 
 bool setConntrack(KernelEngine &engine, bool isOn, std::string &mistake) {
@@ -249,7 +262,7 @@ bool setTimeouts(KernelEngine &engine, const IpvsTimeouts &timeouts, std::string
     return true;
 }
 
-bool doWork(KernelEngine &engine, Work &work, DoneWork &done, std::string &mistake) {
+bool doWork(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
     if (!areNewServicesFree(engine, work.services, mistake) || !writeJournal(engine, work.services, mistake))
         return false;
     if (work.translatesSource && !engine.isSourceTranslated) {
@@ -287,10 +300,7 @@ void readBeforeChange(KernelEngine &engine, const Work &work) {
             if (change.what == IpvsOrder::remove)
                 services.insert(change.service);
     for (const auto &[key, heir] : work.finishing)
-        if (!engine.finishing.contains(key))
-            services.insert(key);
-    for (const auto &[key, heir] : engine.finishing)
-        if (!work.finishing.contains(key))
+        if (const auto known = engine.finishing.find(key); known == engine.finishing.end() || known->second != heir)
             services.insert(key);
     readLastCounts(engine, services);
 }
@@ -317,7 +327,7 @@ void keepConnections(const KernelEngine &engine, bool isKept) {
     changeSetting(engine.options.settingsFolder, kExpireNoDestination, isKept ? "0" : "1", unused, note);
 }
 
-bool doOrUndo(KernelEngine &engine, Work &work, DoneWork &done, std::string &mistake) {
+bool doOrUndo(KernelEngine &engine, const Work &work, DoneWork &done, std::string &mistake) {
     const std::string marksBefore = engine.marks;
     const bool isReordering = !work.services.reordered.empty();
     if (isReordering)
@@ -355,19 +365,17 @@ bool isNew(const IpvsChange &change) {
 // Keeps what finishes now, and whose its connections are.
 void followFinishing(KernelEngine &engine, const Plan &plan, const FinishingServices &finishing,
                      std::vector<EndedCounts> &ended) {
-    FinishingServices concerned = std::move(engine.finishing);
     engine.finishing.clear();
     for (const auto &[key, heir] : finishing)
         if (engine.applied.contains(key))
             engine.finishing.emplace(key, heir);
-    concerned.insert(engine.finishing.begin(), engine.finishing.end());
-    for (const auto &[key, heir] : concerned)
-        if (engine.applied.contains(key))
-            handOverCounts(engine, plan, key, ended);
-    nameFinishing(engine, engine.finishing);
+    for (const auto &[key, heir] : engine.finishing)
+        handOverCounts(engine, plan, key, ended);
+    nameFinishing(engine);
 }
 
-bool tryWork(KernelEngine &engine, const Plan &plan, Work work, std::vector<EndedCounts> &ended, std::string &mistake) {
+bool tryWork(KernelEngine &engine, const Plan &plan, const Work &work, std::vector<EndedCounts> &ended,
+             std::string &mistake) {
     readBeforeChange(engine, work);
     DoneWork done;
     const bool isDone = doOrUndo(engine, work, done, mistake);
@@ -383,8 +391,7 @@ bool tryWork(KernelEngine &engine, const Plan &plan, Work work, std::vector<Ende
     std::string ignored; // it does no harm when it stays
     if (isDone && !work.translatesSource && engine.isSourceTranslated)
         setConntrack(engine, false, ignored);
-    forgetGone(engine, work.services.before);
-    forgetGone(engine, work.services.after);
+    forgetGone(engine, servicesIn(work.services));
     return isDone;
 }
 
@@ -400,6 +407,10 @@ bool hasLost(KernelEngine &engine, std::vector<EndedCounts> &ended) {
         return false;
     engine.applied = std::move(now);
     endLost(engine, ended);
+    std::set<IpvsServiceKey> finishing; // which nobody brings back
+    for (const auto &[key, heir] : engine.finishing)
+        finishing.insert(key);
+    forgetGone(engine, finishing);
     return true;
 }
 
@@ -454,10 +465,10 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
     ownAllMarks(engine, plan);
-    Work work = workFor(engine, plan, differenceTo(engine, plan), true);
+    const Work work = workFor(engine, plan, differenceTo(engine, plan), true);
     const std::size_t count = work.services.before.size() + work.services.after.size();
     std::string mistake;
-    engine.isInLine = tryWork(engine, plan, std::move(work), ended, mistake);
+    engine.isInLine = tryWork(engine, plan, work, ended, mistake);
     if (!engine.isInLine) {
         words = "the kernel is not as it is to be: " + mistake;
         return false;
@@ -469,12 +480,12 @@ bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts
 }
 
 void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words) {
-    std::erase_if(engine.finishing, [&engine](const auto &service) { return !engine.applied.contains(service.first); });
-    if (engine.finishing.empty())
+    IpvsChanges removals = removalsOfIdle(engine);
+    if (removals.after.empty())
         return;
-    Work work = workFor(engine, plan, {removalsOfIdle(engine), engine.finishing}, false);
+    const Work work = workFor(engine, plan, {std::move(removals), engine.finishing}, false);
     std::string mistake;
-    if (!tryWork(engine, plan, std::move(work), ended, mistake))
+    if (!tryWork(engine, plan, work, ended, mistake))
         words = "a service that is not needed any more stays: " + mistake;
 }
 

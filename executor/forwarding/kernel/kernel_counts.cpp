@@ -48,17 +48,9 @@ void addRates(Counts &counts, const IpvsCounters &counters) {
 
 // The plan's key of a server of a service; 0 when the plan does not have it.
 uint32_t keyIn(const Plan &plan, const PoolId &id, const IpvsServerKey &server) {
-    const auto pool = plan.pools.find(id);
-    if (pool == plan.pools.end())
-        return 0;
-    Endpoint endpoint{addressOf(server.address), 0};
-    for (const uint16_t port : {server.port, id.port.port}) {
-        endpoint.port = port;
-        const auto found = pool->second.keyOfEndpoint.find(endpoint);
-        if (found != pool->second.keyOfEndpoint.end())
-            return found->second;
-    }
-    return 0;
+    const Pool *pool = findPool(plan, id);
+    const uint32_t *key = pool == nullptr ? nullptr : serverKeyAt(*pool, {addressOf(server.address), server.port});
+    return key == nullptr ? 0 : *key;
 }
 
 PoolId poolOf(const KernelEngine &engine, const IpvsServiceKey &key) {
@@ -227,10 +219,11 @@ void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<Ipvs
 void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key,
                     std::vector<EndedCounts> &ended) {
     const auto counted = engine.counted.find(key);
-    if (counted != engine.counted.end() && counted->second.pool == poolOf(engine, key))
+    const bool isCounted = counted != engine.counted.end();
+    if (isCounted && counted->second.pool == poolOf(engine, key))
         return;
     CountedService before;
-    if (counted != engine.counted.end())
+    if (isCounted)
         before = counted->second;
     endService(engine, key, ended);
     CountedService &service = beginService(engine, key);
@@ -238,7 +231,7 @@ void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey
         service.servers[server] = before.servers[server];
     service.totals = before.totals;
     service.readAt = before.readAt;
-    if (service.readAt == 0) // of the run before, and counted for the first time
+    if (!isCounted) // of the run before
         readCounts(engine, key);
     service.totals.start = service.totals.last;
     for (auto &[server, ofServer] : service.servers) {

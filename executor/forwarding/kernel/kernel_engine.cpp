@@ -119,6 +119,17 @@ bool changeSettings(KernelEngine &engine, std::string &words) {
     return true;
 }
 
+// What finished in an earlier run, and has gone since.
+void forgetFinished(KernelEngine &engine) {
+    MarkNumbers &marks = engine.journalled.marks;
+    std::vector<uint32_t> gone;
+    for (const auto &[mark, name] : marks.nameOf)
+        if (isFinishingName(name) && !engine.applied.contains(markService(mark)))
+            gone.push_back(mark);
+    for (const uint32_t mark : gone)
+        releaseMark(marks, mark);
+}
+
 // Takes over what is in force of an earlier run.
 bool adopt(KernelEngine &engine, std::string &words) {
     if (const int error = listOwnServices(engine, engine.applied)) {
@@ -128,6 +139,7 @@ bool adopt(KernelEngine &engine, std::string &words) {
     for (const auto &[key, state] : engine.applied)
         if (key.mark != 0 && !engine.journalled.marks.nameOf.contains(key.mark)) // not to be given out
             keepMark(engine.journalled.marks, "unknown " + std::to_string(key.mark), key.mark);
+    forgetFinished(engine);
     if (engine.journalled.timeouts)
         engine.timeoutsBefore = *engine.journalled.timeouts;
     std::string connections;

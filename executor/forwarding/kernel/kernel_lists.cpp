@@ -114,20 +114,9 @@ const Pool *poolOf(const KernelEngine &engine, const Plan &plan, const KernelCon
             return nullptr;
         id = found->second;
     } else {
-        id.port = endpointOf(client.clusterAddress, client.clusterPort);
-        id.transport = client.transport == transportNumber(Transport::udp) ? Transport::udp : Transport::tcp;
+        id = poolAt({0, client.transport, htonl(client.clusterAddress), client.clusterPort});
     }
-    const auto pool = plan.pools.find(id);
-    return pool == plan.pools.end() ? nullptr : &pool->second;
-}
-
-const uint32_t *serverIn(const Pool &pool, const KernelConnection &client) {
-    for (const uint16_t port : {client.serverPort, pool.id.port.port}) {
-        const auto found = pool.keyOfEndpoint.find(endpointOf(client.serverAddress, port));
-        if (found != pool.keyOfEndpoint.end())
-            return &found->second;
-    }
-    return nullptr;
+    return findPool(plan, id);
 }
 
 } // namespace
@@ -166,7 +155,7 @@ bool listKernelClients(const KernelEngine &engine, const Plan &plan, const PortI
         const Pool *pool = isStickyClient(entry) ? poolOf(engine, plan, entry) : nullptr;
         if (pool == nullptr || !isAsked(port, pool->id.port))
             continue;
-        const uint32_t *server = serverIn(*pool, entry);
+        const uint32_t *server = serverKeyAt(*pool, endpointOf(entry.serverAddress, entry.serverPort));
         if (server == nullptr)
             continue;
         const uint32_t mask = serviceSettings(pool->settings, "").clientMask;

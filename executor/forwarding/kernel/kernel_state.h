@@ -51,6 +51,7 @@ struct KernelEngine {
     IpvsTable applied;                                   // the services that are ours, as the kernel has them
     std::set<IpvsServiceKey> coarse;                     // services whose weights the log was told of
     FinishingServices finishing;                         // services of `applied`
+    std::set<IpvsServiceKey> idle;                       // those of them that had no connection at the last look
     std::map<uint32_t, std::set<uint16_t>> portsOfGroup; // by mark: every port that was in it in this run
     std::map<IpvsServiceKey, CountedService> counted;
     std::map<PoolId, std::set<IpvsServiceKey>> servicesOfPool;
@@ -90,7 +91,8 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
 // Makes everything as the plan wants it, whatever the kernel has. `words` tell what had to be done.
 bool bringInLine(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
 
-// Takes away the services whose last connection is over. `words` as above, when the kernel refuses.
+// Takes away the services that finish, and had no connection at the last look either. `words` as above, when the kernel
+// refuses.
 void endFinished(KernelEngine &engine, const Plan &plan, std::vector<EndedCounts> &ended, std::string &words);
 
 // Looks at what the kernel has of ours, and brings back what is missing. `words` as above.
@@ -116,14 +118,15 @@ struct Difference {
 };
 Difference differenceTo(KernelEngine &engine, const Plan &plan);
 
-// Whether the plan wants all that is in force, but for what finished in the run before already.
+// Whether the plan wants all that is in force, but for what finished in the run before: services with such a mark, and
+// those of ports that the plan has otherwise.
 bool isDeclaredAgain(KernelEngine &engine, const Plan &plan);
 
 // Gives the marks of services that finish names of their own, so that what comes again begins anew.
-void nameFinishing(KernelEngine &engine, const FinishingServices &finishing);
+void nameFinishing(KernelEngine &engine);
 
-// What removes the services that finish and have no connection.
-IpvsChanges removalsOfIdle(const KernelEngine &engine);
+// Looks which services that finish have no connection. What removes those that had none at the last look either.
+IpvsChanges removalsOfIdle(KernelEngine &engine);
 
 // --- kernel_counts.cpp -----------------------------------------------------------------------------------------------
 
@@ -137,8 +140,8 @@ void readLastCounts(KernelEngine &engine, const std::set<IpvsServiceKey> &keys);
 void followCounts(KernelEngine &engine, const Plan &plan, const std::vector<IpvsChange> &done,
                   std::vector<EndedCounts> &ended);
 
-// Counts for another pool from now on, when a service has begun to finish or is wanted again. What was counted goes to
-// `ended`, as above.
+// Counts for another pool from now on, when a service has begun to finish, or another one has its last connections now.
+// What was counted goes to `ended`, as above.
 void handOverCounts(KernelEngine &engine, const Plan &plan, const IpvsServiceKey &key, std::vector<EndedCounts> &ended);
 
 // Ends counting for what others have taken away: services and servers that are not in `applied`.

@@ -31,11 +31,6 @@ std::string hexText(const std::string &bytes) {
     return text;
 }
 
-const Pool *findPool(const Plan &plan, const PoolId &id) {
-    const auto found = plan.pools.find(id);
-    return found == plan.pools.end() ? nullptr : &found->second;
-}
-
 // The pool of the port that the group of `pool` crosses to, or null.
 const Pool *groupLeader(const Plan &plan, const Pool &pool) {
     PoolId id = pool.id;
@@ -67,12 +62,6 @@ std::set<uint16_t> portsIn(std::string_view name) {
             ports.insert(port);
     }
     return ports;
-}
-
-IpvsServiceKey markService(uint32_t mark) {
-    IpvsServiceKey key;
-    key.mark = mark;
-    return key;
 }
 
 // The pools that are balanced together with `leader`, itself included.
@@ -177,6 +166,26 @@ std::optional<NamedPools> poolsNamed(std::string_view name) {
     if (pools.isGroup)
         pools.ports = portsIn(behind);
     return pools;
+}
+
+IpvsServiceKey markService(uint32_t mark) {
+    IpvsServiceKey key;
+    key.mark = mark;
+    return key;
+}
+
+const Pool *findPool(const Plan &plan, const PoolId &id) {
+    const auto found = plan.pools.find(id);
+    return found == plan.pools.end() ? nullptr : &found->second;
+}
+
+const uint32_t *serverKeyAt(const Pool &pool, const Endpoint &server) {
+    for (const uint16_t port : {server.port, pool.id.port.port}) {
+        const auto found = pool.keyOfEndpoint.find({server.address, port});
+        if (found != pool.keyOfEndpoint.end())
+            return &found->second;
+    }
+    return nullptr;
 }
 
 bool isSharingGroup(const Plan &plan, const Pool &pool) {

@@ -43,6 +43,16 @@ struct NamedPools {
 };
 std::optional<NamedPools> poolsNamed(std::string_view name);
 
+// The service of what has a mark.
+IpvsServiceKey markService(uint32_t mark);
+
+// The plan's pool, or null.
+const Pool *findPool(const Plan &plan, const PoolId &id);
+
+// The plan's key of a server of the pool: of this address and port, or of the pool's own port. Null when it has
+// neither.
+const uint32_t *serverKeyAt(const Pool &pool, const Endpoint &server);
+
 // Whether a pool is balanced together with the others of its group, by a mark: it has to have the servers of the port
 // that the group crosses to, and all of these take connections at the port that the client asked for.
 bool isSharingGroup(const Plan &plan, const Pool &pool);
