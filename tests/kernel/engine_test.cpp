@@ -1306,8 +1306,12 @@ TEST_F(KernelEngineTest, whatOthersTakeAwayComesBack) {
     for (const auto &[key, state] : servicesNow())
         ASSERT_EQ(orderService(ipvs, IpvsOrder::remove, key, {}), 0);
     plans::pool(next, "10.9.0.1", 80).servers.at(kWeb1).weight = 5;
+    const Pool &night = plans::pool(next, "10.9.0.1", 80, "night");
+    plans::server(plans::pool(next, "10.9.0.1", 80, "night"), "10.2.0.13", 80, 1);
+    plans::selector(next, "10.9.0.1", 80, 2, "night", Match::clientPort).last = 10;
     mustApply();
-    EXPECT_EQ(kernelTable().size(), 2U);
+    EXPECT_EQ(kernelTable().size(), 3U);
+    EXPECT_EQ(own().servicesOfPool[night.id].size(), 1U); // which counts for it
     EXPECT_EQ(traffic::textOf(traffic::ask(to("10.9.0.1", 80, {"10.1.0.16"}), 2)), "s2=2");
     closeFamily(ipvs);
 }

@@ -455,6 +455,7 @@ bool applyToKernel(KernelEngine &engine, const Plan &plan, const PlanChange &cha
                 mistake);
     if (!isDone && hasLost(engine, ended)) { // others have been here: from what there is
         std::string again;
+        ownAllMarks(engine, plan); // new things have other marks than when it was refused
         isDone = tryWork(engine, plan, workFor(engine, plan, differenceTo(engine, plan), true), ended, again);
         engine.isInLine = engine.isInLine && isDone; // else what they took away is brought back later
     }
