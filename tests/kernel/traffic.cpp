@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <semaphore>
+#include <sstream>
 #include <stdexcept>
 #include <sys/file.h>
 #include <sys/socket.h>
@@ -323,6 +324,28 @@ Answers askByDatagram(const Request &request, int count, bool isOneSocket) {
         if (handle != -1)
             close(handle);
         return answers;
+    });
+}
+
+bool haveEnded(const Request &request) {
+    constexpr char timeWait[] = "06";
+    return within(request, [&] {
+        std::ifstream table("/proc/thread-self/net/tcp");
+        std::string slot;
+        std::string own;
+        std::string peer;
+        std::string state;
+        std::getline(table, slot); // the heading
+        for (std::string line; std::getline(table, line);) {
+            std::istringstream(line) >> slot >> own >> peer >> state;
+            for (const std::string &client : request.clients) {
+                char address[16] = "";
+                std::snprintf(address, sizeof address, "%08X:", endpoint(client, 0).sin_addr.s_addr);
+                if (own.starts_with(address) && state != timeWait)
+                    return false;
+            }
+        }
+        return true;
     });
 }
 

@@ -39,6 +39,9 @@ Answers ask(const Request &request, int count);
 // The same with datagrams, each from a socket of its own, or all from one.
 Answers askByDatagram(const Request &request, int count, bool isOneSocket = false);
 
+// Whether client and server have ended all connections that these clients have begun.
+bool haveEnded(const Request &request);
+
 // How many connections from these addresses each server of this process has taken so far.
 Answers takenFrom(const std::vector<std::string> &clients);
 
