@@ -111,6 +111,13 @@ std::string packetFilter(const char *table = "qelxw") {
     return text;
 }
 
+// Whether it does in time, which an emulated machine takes a lot of.
+template <typename Condition> bool becomesTrue(Condition condition) {
+    for (int tries = 0; tries < 100 && !condition(); ++tries)
+        usleep(200'000);
+    return condition();
+}
+
 // Whichever marks were given out.
 std::string withoutMarks(const std::string &filter) {
     return std::regex_replace(filter, std::regex("0x4c[0-9a-f]{6}"), "MARK");
@@ -412,8 +419,7 @@ TEST_F(KernelEngineTest, boundClientsGoToTheirServer) {
     EXPECT_EQ(traffic::ask(to("10.9.0.1", 80, {"10.1.0.3"}), 6).size(), 3U);
 }
 
-// --- Rules
-// ------------------------------------------------------------------------------------------------------------
+// --- Rules ----------------------------------------------------------------------------------------------------------
 
 class KernelRulesTest : public KernelEngineTest {
 protected:
@@ -962,9 +968,7 @@ protected:
     }
 
     bool isForgotten(const std::string &client) {
-        for (int tries = 0; tries < 100 && connectionsOf(client) > 0; ++tries)
-            usleep(200'000);
-        return connectionsOf(client) == 0;
+        return becomesTrue([&] { return connectionsOf(client) == 0; });
     }
 
     // Nobody has the address: whoever connects stays half-open.
@@ -1019,8 +1023,7 @@ TEST_F(KernelLimitsTest, connectionsThatCloseAreForgotten) {
     traffic::Held held = traffic::hold(first, 3);
     EXPECT_FALSE(traffic::haveEnded(first));
     traffic::letGo(held);
-    while (!traffic::haveEnded(first)) // the client's last packet is yet to come
-        usleep(10'000);
+    ASSERT_TRUE(becomesTrue([&] { return traffic::haveEnded(first); })); // else a client's last packet is yet to come
     next.settings.finTimeout = 1;
     mustApply();
     EXPECT_EQ(traffic::ask(to("10.9.0.2", 80, {"10.1.0.132"}), 3).size(), 3U);
@@ -1109,8 +1112,7 @@ TEST_F(KernelLimitsTest, attackersAreShutOut) {
     EXPECT_EQ(said, "");
 }
 
-// --- The machine
-// ------------------------------------------------------------------------------------------------------
+// --- The machine ----------------------------------------------------------------------------------------------------
 
 TEST_F(KernelEngineTest, settingsArePutBack) {
     EXPECT_EQ(settingNow("net/ipv4/vs/expire_nodest_conn"), "1");

@@ -171,8 +171,7 @@ void tell(LogText &text, const std::string &words) {
     append(text, "%s", words.c_str());
 }
 
-// --- What the engine does
-// ---------------------------------------------------------------------------------------------
+// --- What the engine does -------------------------------------------------------------------------------------------
 
 // What is wrong with a change for the scheduler; empty: nothing.
 std::string whyNotScheduled(const std::string &scheduler, const PlanChange &change) {
